@@ -1,0 +1,42 @@
+# Settings and helpers that every folder shares.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE RelWithDebInfo)
+endif()
+
+add_library(oru_settings INTERFACE)
+target_include_directories(oru_settings INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_options(oru_settings INTERFACE
+  -Wall -Wextra -Wpedantic -Werror -Wshadow -Woverloaded-virtual -Wnon-virtual-dtor
+  -Wconversion -Wsign-conversion -Wcast-qual -Wold-style-cast -Wundef)
+
+# -DORU_SANITIZE=address,undefined or =thread
+set(ORU_SANITIZE "" CACHE STRING "Sanitizers to build with, as in -fsanitize=")
+if(ORU_SANITIZE)
+  target_compile_options(oru_settings INTERFACE -fsanitize=${ORU_SANITIZE} -fno-omit-frame-pointer
+    -fno-sanitize-recover=all)
+  target_link_options(oru_settings INTERFACE -fsanitize=${ORU_SANITIZE})
+endif()
+
+# The objects of one folder; the shared objects are put together from them.
+#   oru_folder(platform_kel SOURCES a.cc b.cc USES platform_dov)
+function(oru_folder name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
+  add_library(${name} OBJECT ${ARG_SOURCES})
+  target_link_libraries(${name} PUBLIC oru_settings ${ARG_USES})
+endfunction()
+
+# A test program: oru_test(kel_clock_test SOURCES clock_test.cc USES OruPlatform)
+function(oru_test name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE oru_settings ${ARG_USES} GTest::gmock GTest::gtest_main)
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
+endfunction()
