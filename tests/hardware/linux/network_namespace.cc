@@ -1,0 +1,126 @@
+#include "tests/hardware/linux/network_namespace.h"
+
+#include <linux/if_ether.h>
+#include <linux/if_link.h>
+#include <linux/rtnetlink.h>
+#include <linux/veth.h>
+#include <net/if.h>
+#include <netpacket/packet.h>
+#include <sched.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace Hardware::Linux::Test {
+namespace {
+
+ifinfomsg linkHeader(int ifindex, unsigned flags = 0, unsigned change = 0) {
+  ifinfomsg header{};
+  header.ifi_index = ifindex;
+  header.ifi_flags = flags;
+  header.ifi_change = change;
+  return header;
+}
+
+unsigned upFlag(bool up) { return up ? static_cast<unsigned>(IFF_UP) : 0U; }
+
+}  // namespace
+
+void NetworkNamespace::SetUp() {
+  if (unshare(CLONE_NEWNET) < 0)
+    GTEST_SKIP() << "no network namespace of its own: " << std::strerror(errno);
+  socket_ = std::make_unique<NetlinkSocket>(NETLINK_ROUTE);
+}
+
+void NetworkNamespace::change(NetlinkRequest& request) {
+  auto const error = socket_->request(request);
+  ASSERT_FALSE(error) << error.message() << " " << socket_->lastErrorText();
+}
+
+void NetworkNamespace::addVethPair(std::string const& name, std::string const& peer, bool up,
+                                   int ifindex, int peerIndex) {
+  NetlinkRequest request(RTM_NEWLINK, linkHeader(ifindex), NLM_F_CREATE | NLM_F_EXCL);
+  request.putText(IFLA_IFNAME, name).nest(IFLA_LINKINFO, [&](NetlinkRequest& info) {
+    info.putText(IFLA_INFO_KIND, "veth").nest(IFLA_INFO_DATA, [&](NetlinkRequest& data) {
+      data.nest(VETH_INFO_PEER, [&](NetlinkRequest& other) {
+        other.putFixed(linkHeader(peerIndex)).putText(IFLA_IFNAME, peer);
+      });
+    });
+  });
+  change(request);
+  if (!up) return;  // and not in the request: a veth whose peer does not exist yet cannot go up
+  setAdminUp(name, true);
+  setAdminUp(peer, true);
+}
+
+void NetworkNamespace::addLink(std::string const& name, std::string const& kind) {
+  NetlinkRequest request(RTM_NEWLINK, linkHeader(0, IFF_UP, IFF_UP), NLM_F_CREATE | NLM_F_EXCL);
+  request.putText(IFLA_IFNAME, name).nest(IFLA_LINKINFO, [&](NetlinkRequest& info) {
+    info.putText(IFLA_INFO_KIND, kind);
+  });
+  change(request);
+}
+
+void NetworkNamespace::deleteLink(std::string const& name) {
+  NetlinkRequest request(RTM_DELLINK, linkHeader(indexOf(name)));
+  change(request);
+}
+
+void NetworkNamespace::setAdminUp(std::string const& name, bool up) {
+  NetlinkRequest request(RTM_NEWLINK, linkHeader(indexOf(name), upFlag(up), IFF_UP));
+  change(request);
+}
+
+void NetworkNamespace::setMtu(std::string const& name, std::uint32_t mtu) {
+  NetlinkRequest request(RTM_NEWLINK, linkHeader(indexOf(name)));
+  request.put(IFLA_MTU, mtu);
+  change(request);
+}
+
+void NetworkNamespace::setAlias(std::string const& name, std::string const& alias) {
+  NetlinkRequest request(RTM_NEWLINK, linkHeader(indexOf(name)));
+  request.putText(IFLA_IFALIAS, alias);
+  change(request);
+}
+
+void NetworkNamespace::setName(std::string const& name, std::string const& newName) {
+  NetlinkRequest request(RTM_NEWLINK, linkHeader(indexOf(name)));
+  request.putText(IFLA_IFNAME, newName);
+  change(request);
+}
+
+void NetworkNamespace::setMaster(std::string const& name, std::string const& master) {
+  NetlinkRequest request(RTM_NEWLINK, linkHeader(indexOf(name)));
+  request.put(IFLA_MASTER, static_cast<std::uint32_t>(master.empty() ? 0 : indexOf(master)));
+  change(request);
+}
+
+int NetworkNamespace::indexOf(std::string const& name) {
+  return static_cast<int>(if_nametoindex(name.c_str()));
+}
+
+void NetworkNamespace::sendFrames(std::string const& name, int count, std::size_t bytes,
+                                  std::vector<std::uint8_t> const& destination) {
+  ASSERT_GE(bytes, static_cast<std::size_t>(ETH_HLEN));
+  int const fd = socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0);
+  ASSERT_GE(fd, 0) << std::strerror(errno);
+  std::vector<std::uint8_t> frame(bytes, 0);
+  std::copy(destination.begin(), destination.end(), frame.begin());
+  frame[12] = 0x88;  // the local experimental EtherType: nobody answers
+  frame[13] = 0xb5;
+  sockaddr_ll to{};
+  to.sll_family = AF_PACKET;
+  to.sll_ifindex = indexOf(name);
+  to.sll_halen = ETH_ALEN;
+  std::copy(destination.begin(), destination.end(), to.sll_addr);
+  for (int i = 0; i < count; ++i) {
+    ssize_t const sent = sendto(fd, frame.data(), frame.size(), 0,
+                                reinterpret_cast<sockaddr const*>(&to), sizeof to);
+    EXPECT_EQ(sent, static_cast<ssize_t>(frame.size())) << std::strerror(errno);
+  }
+  close(fd);
+}
+
+}  // namespace Hardware::Linux::Test

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "hardware/linux/netlink_socket.h"
+
+namespace Hardware::Linux::Test {
+
+/// A test in a network namespace of its own, which goes with its last socket. Skipped, with the
+/// reason, where namespaces are not permitted. Files of /sys still show the first namespace's
+/// links.
+class NetworkNamespace : public ::testing::Test {
+ protected:
+  void SetUp() override;
+
+  /// A pair of veth links, both up unless told otherwise. The number of the first is `ifindex`, of
+  /// its peer `peerIndex`, or chosen by the kernel if 0.
+  void addVethPair(std::string const& name, std::string const& peer, bool up = true,
+                   int ifindex = 0, int peerIndex = 0);
+  void addLink(std::string const& name, std::string const& kind);
+  void deleteLink(std::string const& name);
+  void setAdminUp(std::string const& name, bool up);
+  void setMtu(std::string const& name, std::uint32_t mtu);
+  void setAlias(std::string const& name, std::string const& alias);
+  void setName(std::string const& name, std::string const& newName);
+  void setMaster(std::string const& name, std::string const& master);  // "" for none
+  static int indexOf(std::string const& name);                         // 0 if there is none
+
+  /// Send `count` frames of `bytes` bytes (no FCS) to `destination` (6 bytes) out of the link.
+  static void sendFrames(std::string const& name, int count, std::size_t bytes,
+                         std::vector<std::uint8_t> const& destination);
+
+ private:
+  void change(NetlinkRequest& request);
+  std::unique_ptr<NetlinkSocket> socket_;
+};
+
+}  // namespace Hardware::Linux::Test
