@@ -9,7 +9,6 @@ using LinkStatsInKernel = Test::NetworkNamespace;
 
 std::vector<std::uint8_t> const kUnicast{0x02, 0, 0, 0, 0, 0x01};
 
-// IPv6 and its neighbour discovery speak by themselves on a new link; counts are differences.
 TEST_F(LinkStatsInKernel, CountsEveryFrameAndOctetOfAKnownNumberOfFrames) {
   addVethPair("a", "b");
   LinkStats sut;

@@ -12,6 +12,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <fstream>
 
 namespace Hardware::Linux::Test {
 namespace {
@@ -31,6 +32,8 @@ unsigned upFlag(bool up) { return up ? static_cast<unsigned>(IFF_UP) : 0U; }
 void NetworkNamespace::SetUp() {
   if (unshare(CLONE_NEWNET) < 0)
     GTEST_SKIP() << "no network namespace of its own: " << std::strerror(errno);
+  // Otherwise neighbour discovery adds frames of its own to those that a test counts.
+  std::ofstream("/proc/sys/net/ipv6/conf/default/disable_ipv6") << "1";
   socket_ = std::make_unique<NetlinkSocket>(NETLINK_ROUTE);
 }
 

@@ -11,9 +11,9 @@
 
 namespace Hardware::Linux::Test {
 
-/// A test in a network namespace of its own, which goes with its last socket. Skipped, with the
-/// reason, where namespaces are not permitted. Files of /sys still show the first namespace's
-/// links.
+/// A test in a network namespace of its own without IPv6, which goes with its last socket. Skipped,
+/// with the reason, where namespaces are not permitted. Files of /sys still show the first
+/// namespace's links.
 class NetworkNamespace : public ::testing::Test {
  protected:
   void SetUp() override;
