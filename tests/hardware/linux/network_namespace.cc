@@ -6,13 +6,17 @@
 #include <linux/veth.h>
 #include <net/if.h>
 #include <netpacket/packet.h>
+#include <poll.h>
 #include <sched.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <fstream>
+
+#include "hardware/linux/link_monitor.h"
 
 namespace Hardware::Linux::Test {
 namespace {
@@ -56,6 +60,25 @@ void NetworkNamespace::addVethPair(std::string const& name, std::string const& p
   if (!up) return;  // and not in the request: a veth whose peer does not exist yet cannot go up
   setAdminUp(name, true);
   setAdminUp(peer, true);
+  awaitUp(name);
+  awaitUp(peer);
+}
+
+// The kernel attaches the queues of a link some time after the link has come up, and until then
+// drops what is sent.
+void NetworkNamespace::awaitUp(std::string const& name) {
+  LinkMonitor monitor;
+  LinkMonitor::Events events;
+  ASSERT_FALSE(monitor.start(events));
+  auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (monitor.links().at(indexOf(name)).operState != OperState::up) {
+    auto const left = std::chrono::duration_cast<std::chrono::milliseconds>(
+        deadline - std::chrono::steady_clock::now());
+    ASSERT_GT(left.count(), 0) << name << " does not come up";
+    pollfd waited{.fd = monitor.fd(), .events = POLLIN, .revents = 0};
+    ::poll(&waited, 1, static_cast<int>(left.count()));
+    ASSERT_FALSE(monitor.poll(events));
+  }
 }
 
 void NetworkNamespace::addLink(std::string const& name, std::string const& kind) {

@@ -18,8 +18,8 @@ class NetworkNamespace : public ::testing::Test {
  protected:
   void SetUp() override;
 
-  /// A pair of veth links, both up unless told otherwise. The number of the first is `ifindex`, of
-  /// its peer `peerIndex`, or chosen by the kernel if 0.
+  /// A pair of veth links, both up and passing frames unless told otherwise. The number of the
+  /// first is `ifindex`, of its peer `peerIndex`, or chosen by the kernel if 0.
   void addVethPair(std::string const& name, std::string const& peer, bool up = true,
                    int ifindex = 0, int peerIndex = 0);
   void addLink(std::string const& name, std::string const& kind);
@@ -36,6 +36,7 @@ class NetworkNamespace : public ::testing::Test {
                          std::vector<std::uint8_t> const& destination);
 
  private:
+  static void awaitUp(std::string const& name);
   void change(NetlinkRequest& request);
   std::unique_ptr<NetlinkSocket> socket_;
 };

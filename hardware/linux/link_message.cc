@@ -1,0 +1,67 @@
+#include <linux/if.h>
+#include <linux/if_arp.h>
+#include <linux/if_link.h>
+#include <linux/rtnetlink.h>
+
+#include <sys/socket.h>
+
+#include "hardware/linux/link_monitor.h"
+#include "hardware/linux/netlink_message.h"
+
+namespace Hardware::Linux {
+namespace {
+
+OperState operState(std::uint8_t value) {
+  // A number of a later kernel: nothing that we could name.
+  return value <= static_cast<std::uint8_t>(OperState::up) ? OperState{value} : OperState::unknown;
+}
+
+std::string kindOf(nlattr const& linkInfo) {
+  std::string kind;
+  forEachNested(linkInfo, [&](nlattr const& attribute) {
+    if (mnl_attr_get_type(&attribute) == IFLA_INFO_KIND) kind = attributeText(attribute);
+  });
+  return kind;
+}
+
+}  // namespace
+
+std::optional<LinkNews> readLinkMessage(nlmsghdr const& message) {
+  if (message.nlmsg_type != RTM_NEWLINK && message.nlmsg_type != RTM_DELLINK) return std::nullopt;
+  auto const header = fixedHeader<ifinfomsg>(message);
+  if (!header || header->ifi_family != AF_UNSPEC) return std::nullopt;
+  LinkNews news;
+  news.gone = message.nlmsg_type == RTM_DELLINK || header->ifi_type != ARPHRD_ETHER;
+  Link& link = news.link;
+  link.ifindex = header->ifi_index;
+  link.adminUp = (header->ifi_flags & IFF_UP) != 0;
+  bool describesLink = true;
+  forEachAttribute(message, sizeof(ifinfomsg), [&](nlattr const& attribute) {
+    switch (mnl_attr_get_type(&attribute)) {
+      case IFLA_IFNAME:
+        link.name = attributeText(attribute);
+        break;
+      case IFLA_IFALIAS:
+        link.alias = attributeText(attribute);
+        break;
+      case IFLA_MTU:
+        link.mtu = attributeValue<std::uint32_t>(attribute).value_or(0);
+        break;
+      case IFLA_OPERSTATE:
+        link.operState = operState(attributeValue<std::uint8_t>(attribute).value_or(0));
+        break;
+      case IFLA_LINKINFO:
+        link.kind = kindOf(attribute);
+        break;
+      case IFLA_WIRELESS:
+        describesLink = false;
+        break;
+      default:
+        break;
+    }
+  });
+  if (!describesLink) return std::nullopt;
+  return news;
+}
+
+}  // namespace Hardware::Linux
