@@ -1,6 +1,7 @@
 #include "hardware/simulated/flow.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace Hardware::Simulated {

@@ -4,17 +4,18 @@
 // second and whoever asks once an hour are told the same, and asking changes nothing.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <optional>
 #include <string_view>
 
+#include "platform/kel/system.h"
+
 namespace Hardware::Simulated {
 
 // Seconds since the chip was switched on.
-using Seconds = double;
+using Seconds = Kel::Seconds;
 
 // What becomes of a flow's frames, named as the counter that counts them.
 enum class Fate : std::uint8_t {

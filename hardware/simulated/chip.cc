@@ -1,0 +1,99 @@
+#include "hardware/simulated/chip.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+
+namespace Hardware::Simulated {
+
+namespace {
+
+// SplitMix64 (Steele, Lea, Flood: Fast splittable pseudorandom number generators, OOPSLA 2014). The
+// standard library's distributions give other numbers with other libraries; these are the same
+// everywhere.
+class Random {
+ public:
+  explicit Random(std::uint64_t seed) : _state(seed) {}
+
+  std::uint64_t next() {
+    std::uint64_t z = (_state += 0x9e3779b97f4a7c15);
+    z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9;
+    z = (z ^ (z >> 27)) * 0x94d049bb133111eb;
+    return z ^ (z >> 31);
+  }
+  // From 0 up to, and without, 1.
+  double fraction() { return static_cast<double>(next() >> 11) * 0x1p-53; }
+  double between(double low, double high) { return low + (high - low) * fraction(); }
+  std::uint8_t below(std::uint8_t bound) { return static_cast<std::uint8_t>(next() % bound); }
+
+ private:
+  std::uint64_t _state;
+};
+
+Port seededPort(Random random) {
+  constexpr std::array<std::uint32_t, 7> sizes = {64, 96, 200, 400, 800, 1500, 9000};
+  Port port;
+  auto const steady = [&](Fate fate, double low, double high) {
+    port.add({.fate = fate,
+              .framesPerSecond = random.between(low, high),
+              .octets = sizes[random.below(sizes.size())],
+              .queue = random.below(egressQueues)});
+  };
+  auto const bursty = [&](Fate fate, double low, double high) {
+    Seconds const every = random.between(5.0, 60.0);
+    port.add({.fate = fate,
+              .framesPerSecond = random.between(low, high),
+              .octets = sizes[random.below(sizes.size())],
+              .queue = random.below(egressQueues),
+              .every = every,
+              .lasts = every * random.between(0.05, 0.5)});
+  };
+  for (Fate const fate : {Fate::inUcastPkts, Fate::outUcastPkts}) {
+    steady(fate, 100.0, 100'000.0);
+    steady(fate, 100.0, 100'000.0);
+    bursty(fate, 10'000.0, 1'000'000.0);
+  }
+  for (Fate const fate : {Fate::inMulticastPkts, Fate::outMulticastPkts, Fate::inBroadcastPkts,
+                          Fate::outBroadcastPkts}) {
+    steady(fate, 0.1, 100.0);
+  }
+  bursty(Fate::inDiscards, 0.0, 1'000.0);
+  bursty(Fate::outDiscards, 0.0, 1'000.0);
+  steady(Fate::fcsErrors, 0.0, 0.1);
+  bursty(Fate::aclDrops, 0.0, 100.0);
+  return port;
+}
+
+}  // namespace
+
+Chip Chip::seeded(std::uint32_t ports, std::uint64_t seed) {
+  Chip chip;
+  chip._ports.reserve(ports);
+  for (std::uint32_t number = 1; number <= ports; ++number) {
+    std::uint64_t const own = Random(Random(seed).next() + number).next();
+    chip.port(Pekt::IntfId("Ethernet" + std::to_string(number))) = seededPort(Random(own));
+  }
+  return chip;
+}
+
+Port const* Chip::find(Pekt::IntfId const& intfId) const {
+  auto const found = _ports.find(intfId);
+  return found == _ports.end() ? nullptr : &found->second;
+}
+
+std::vector<Pekt::IntfId> Chip::portsAt(Seconds now) const {
+  std::vector<Pekt::IntfId> present;
+  for (auto const& [intfId, port] : _ports) {
+    if (port.presentAt(now)) present.push_back(intfId);
+  }
+  std::sort(present.begin(), present.end());
+  return present;
+}
+
+Seconds Chip::nextChangeAfter(Seconds now) const {
+  Seconds next = Flow::forever;
+  for (auto const& [intfId, port] : _ports) next = std::min(next, port.nextChangeAfter(now));
+  return next;
+}
+
+}  // namespace Hardware::Simulated

@@ -1,0 +1,46 @@
+// A chip that is arithmetic: ports with names, each a function of the time.
+//
+//   auto chip = Chip::seeded(48, 7);          // 48 ports, Ethernet1 to Ethernet48
+//   chip.port(Pekt::IntfId("Ethernet3")).resetAt(20);
+//   chip.find(Pekt::IntfId("Ethernet3"))->sample(21);
+//
+// Two chips made alike count alike, however often and in whatever order they are asked.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <unordered_map>
+#include <vector>
+
+#include "hardware/simulated/port.h"
+#include "platform/pekt/intf_id.h"
+
+namespace Hardware::Simulated {
+
+class Chip {
+ public:
+  // Ports Ethernet1 to Ethernet<ports> under a mix of traffic that the seed decides: steady and
+  // bursty flows of several sizes both ways, some discards and errors. A port's traffic depends on
+  // the seed and its own number, not on how many ports there are.
+  static Chip seeded(std::uint32_t ports, std::uint64_t seed);
+
+  // The port of that name, made without traffic if there is none. VLAN interfaces are ports too.
+  // The reference holds as long as the chip.
+  Port& port(Pekt::IntfId const& intfId) { return _ports[intfId]; }
+  // Null if the chip has no such port.
+  Port const* find(Pekt::IntfId const& intfId) const;
+
+  // The ports that are there at `now`, in the natural order of their names.
+  std::vector<Pekt::IntfId> portsAt(Seconds now) const;
+  // The next time after `now` at which a port appears or vanishes; Flow::forever when none does.
+  Seconds nextChangeAfter(Seconds now) const;
+
+ private:
+  struct Hash {
+    std::size_t operator()(Pekt::IntfId const& intfId) const { return intfId.hash(); }
+  };
+
+  std::unordered_map<Pekt::IntfId, Port, Hash> _ports;
+};
+
+}  // namespace Hardware::Simulated
