@@ -36,10 +36,13 @@ PROGRAMS = {"agent", "reader"}
 
 # Beyond the C++ standard library's own headers, which are the ones without a suffix.
 SYSTEM_HEADERS = {
+    # C's, which are part of the C++ standard library too.
+    "assert.h", "ctype.h", "errno.h", "float.h", "inttypes.h", "limits.h", "math.h", "stdarg.h",
+    "stddef.h", "stdint.h", "stdio.h", "stdlib.h", "string.h", "time.h",
     # POSIX
     "fcntl.h", "poll.h", "pthread.h", "pwd.h", "sched.h", "signal.h", "sys/mman.h", "sys/select.h",
     "sys/socket.h", "sys/stat.h", "sys/statvfs.h", "sys/time.h", "sys/types.h", "sys/uio.h",
-    "sys/un.h", "sys/wait.h", "time.h", "unistd.h",
+    "sys/un.h", "sys/wait.h", "unistd.h",
     # Not POSIX, but of the same C library: locks on files, and which file system a file is on.
     "sys/file.h", "sys/statfs.h", "sys/vfs.h",
     # Readable type names.
