@@ -1,0 +1,13 @@
+// The sorted collections of entities.
+#pragma once
+
+#include <map>
+
+#include "platform/kel/walk.h"
+
+namespace Kel {
+
+template <class Value, class Key>
+using RbTreeMap = std::map<Key, Value>;
+
+}  // namespace Kel

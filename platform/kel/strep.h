@@ -1,0 +1,66 @@
+// Printable forms ("streps"): how reflection and error texts print and parse a
+// value.
+#pragma once
+
+#include <concepts>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+#include "platform/kel/exceptions.h"
+#include "platform/kel/ptr_interface.h"
+#include "platform/kel/text.h"
+
+namespace Kel {
+
+// "Oru::HwCliConfig@0x5581..."; "null" for none.
+std::string valueToStrepOfRawPtr(PtrInterface const* object);
+
+[[noreturn]] void throwUnreadable(std::string_view text);
+
+// Specialise for a type whose stream form is not its printable form.
+template <class T>
+struct Strep {
+  static std::string to(T const& value) {
+    std::ostringstream out;
+    out << std::boolalpha << value;
+    return out.str();
+  }
+  // Throws RangeException where `text` is not wholly a T.
+  static T from(std::string_view text) {
+    if constexpr (std::constructible_from<T, std::string>) {
+      return T(std::string(text));
+    } else {
+      std::istringstream in{std::string(text)};
+      T value{};
+      if (!(in >> std::boolalpha >> value) || in.peek() != std::istringstream::traits_type::eof())
+        throwUnreadable(text);
+      return value;
+    }
+  }
+};
+
+template <>
+struct Strep<String> {
+  static std::string to(String const& value) { return value.str(); }
+  static String from(std::string_view text) { return String(text); }
+};
+
+template <class T>
+struct Strep<Ptr<T>> {
+  static std::string to(Ptr<T> const& p) { return valueToStrepOfRawPtr(p.get()); }
+  static Ptr<T> from(std::string_view) {
+    throw OpNotSupportedException("a pointer has no text form to read");
+  }
+};
+
+template <class T>
+std::string toStrep(T const& value) {
+  return Strep<T>::to(value);
+}
+template <class T>
+T fromStrep(std::string_view text) {
+  return Strep<T>::from(text);
+}
+
+}  // namespace Kel

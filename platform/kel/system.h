@@ -1,0 +1,29 @@
+// What the framework takes from the machine, as seams: an agent leaves them as
+// they are, a test replaces them.
+#pragma once
+
+#include <cstddef>
+
+namespace Kel {
+
+// Seconds; an absolute time counts from the epoch.
+using Seconds = double;
+
+struct System {
+  // The current time, in seconds since the epoch. Wall clock unless replaced.
+  static Seconds currentTime() { return timeSource(); }
+
+  using TimeSource = Seconds (*)();
+  static Seconds wallClock();
+  inline static TimeSource timeSource = &wallClock;
+
+  // Memory of shared objects; null when there is none left.
+  static void* allocate(std::size_t size) noexcept { return allocator(size); }
+  static void release(void* memory) noexcept;
+
+  using Allocator = void* (*)(std::size_t) noexcept;
+  static void* heap(std::size_t size) noexcept;
+  inline static Allocator allocator = &heap;
+};
+
+}  // namespace Kel

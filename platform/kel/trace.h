@@ -1,0 +1,112 @@
+// The trace facility: leveled statements that cost one branch while their level
+// is off.
+//
+// A unit has one TraceHandle and a function `trace(level)` of its own:
+//
+//   if (auto t = trace(8)) t << "CountersSm::handleIntf(" << intfId << ')';
+//
+// Nothing is traced until the agent enables levels on a handle, and nothing is
+// ever written to standard output: without a sink, lines go to standard error.
+#pragma once
+
+#include <atomic>
+#include <exception>
+#include <optional>
+#include <source_location>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+namespace Kel {
+
+// Levels are 0 to 31: 8 handler entry and per-poll detail, 7 state machines
+// made and deleted, 6 table rows made, 4 requests gone, 1 errors.
+class TraceHandle {
+ public:
+  constexpr explicit TraceHandle(std::string_view name) : _name(name) {}
+  std::string_view name() const { return _name; }
+
+  bool enabled(int level) const {
+    return (_levels.load(std::memory_order_relaxed) >> level & 1u) != 0;
+  }
+  // One bit a level.
+  void levelsIs(unsigned levels) { _levels.store(levels, std::memory_order_relaxed); }
+  unsigned levels() const { return _levels.load(std::memory_order_relaxed); }
+
+ private:
+  std::string_view _name;
+  std::atomic<unsigned> _levels = 0;
+};
+
+// Where a statement stands. Some positions are fixed by contract.
+struct TracePosition {
+  constexpr TracePosition(std::source_location const& here)
+      : file(here.file_name()), line(here.line()), function(here.function_name()) {}
+  constexpr TracePosition(char const* f, unsigned l, char const* fn)
+      : file(f), line(l), function(fn) {}
+
+  char const* file;
+  unsigned line;
+  char const* function;
+};
+
+struct TraceLine {
+  std::string_view handle;
+  int level;
+  std::string_view text;
+  TracePosition position;
+};
+using TraceSink = void (*)(TraceLine const& line);
+// Where lines go; null puts back standard error.
+void traceSinkIs(TraceSink sink);
+
+// The stream of one enabled statement.
+class TraceHelper {
+ public:
+  // A trace object only while `level` is enabled.
+  static std::optional<TraceHelper> createIfEnabled(TraceHandle const& handle, int level) {
+    if (!handle.enabled(level)) return std::nullopt;
+    return TraceHelper(handle, level);
+  }
+
+  std::ostream& stream() { return _text; }
+  void trace(char const* sourceFile, unsigned line, char const* functionName) const;
+
+ private:
+  TraceHelper(TraceHandle const& handle, int level) : _handle(&handle), _level(level) {}
+
+  TraceHandle const* _handle;
+  int _level;
+  std::ostringstream _text;
+};
+
+// One statement: sent at its end, unless an exception ended it.
+class Trace {
+ public:
+  Trace(TraceHandle const& handle, int level, TracePosition position)
+      : _helper(TraceHelper::createIfEnabled(handle, level)), _position(position) {}
+  ~Trace() {
+    if (_helper) send();
+  }
+  Trace(Trace const&) = delete;
+  Trace& operator=(Trace const&) = delete;
+
+  explicit operator bool() const { return _helper.has_value(); }
+  template <class T>
+  Trace& operator<<(T const& value) {
+    _helper->stream() << value;
+    return *this;
+  }
+
+ private:
+  void send() const;
+
+  std::optional<TraceHelper> _helper;
+  TracePosition _position;
+  int _exceptions = std::uncaught_exceptions();
+};
+
+// The framework's own handle, "Kel".
+TraceHandle& frameworkTraceHandle();
+
+}  // namespace Kel

@@ -1,0 +1,113 @@
+// What the framework knows of a type at run time: its name, its attributes, how
+// many objects of it live.
+//
+// Tools reach an object through its type node, everything by name and every
+// value as text:
+//
+//   Kel::read(*countersSm, "counterPollPeriod");                   // "5"
+//   Kel::set(*countersSm, "counterPollPeriod", "2.5");
+//   Kel::invoke(*countersSm, "handleIntf", {"Ethernet1"});
+//   Kel::iterKey(*countersSm, "portCountersSm");                   // {"Ethernet1", …}
+//   Kel::iterObj(*countersSm, "portCountersSm", "Ethernet1");      // the poller
+//
+// What an attribute does not offer is OpNotSupportedException; a text that its
+// type cannot read, or a wrong number of arguments, RangeException.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/kel/ptr_interface.h"
+
+namespace Kel {
+
+enum class AttributeKind : std::uint8_t {
+  parameter,   // given at construction
+  key,         // given at construction; what the owner files the object under
+  input,       // watched
+  value,       // stored or derived
+  collection,  // owned state machines by key
+  operation,
+};
+
+// One attribute or operation, with the accesses that it offers; the others are
+// null. `object` must be of the type that lists the attribute.
+struct Attribute {
+  using Texts = std::span<std::string const>;
+
+  std::string_view name;
+  AttributeKind kind = AttributeKind::value;
+  std::size_t arity = 0;  // arguments of an operation
+  std::string (*read)(PtrInterface const& object) = nullptr;
+  void (*set)(PtrInterface& object, std::string_view value) = nullptr;
+  void (*invoke)(PtrInterface& object, Texts arguments) = nullptr;
+  bool (*iterNonnull)(PtrInterface const& object) = nullptr;  // has members
+  std::vector<std::string> (*iterKey)(PtrInterface const& object) = nullptr;
+  Ptr<PtrInterface> (*iterObj)(PtrInterface const& object, std::string_view key) = nullptr;
+  void (*iterDel)(PtrInterface& object, std::string_view key) = nullptr;
+};
+
+class TypeNode {
+ public:
+  constexpr TypeNode(std::string_view name, std::span<Attribute const> attributes)
+      : _name(name), _attributes(attributes) {}
+
+  std::string_view name() const { return _name; }
+  // In declaration order.
+  std::span<Attribute const> attributes() const { return _attributes; }
+  // Throws OpNotSupportedException when there is none. Two operations may share
+  // a name where they differ in their number of arguments.
+  Attribute const& attribute(std::string_view name) const;
+  Attribute const& operation(std::string_view name, std::size_t arity) const;
+
+ private:
+  std::string_view _name;
+  std::span<Attribute const> _attributes;
+};
+
+// The registry, in order of registration.
+void typeNodeIs(TypeNode const& type);
+std::span<TypeNode const* const> typeNodes();
+
+enum class AttributeOp : std::uint8_t { read, set, invoke, iterNonnull, iterKey, iterObj, iterDel };
+
+// What an operation answers: texts, or an object.
+struct AttributeResult {
+  std::vector<std::string> texts;
+  Ptr<PtrInterface> object;
+};
+
+struct GenericIfImpl {
+  // Every access goes through here. `isConst` refuses what changes the object.
+  static AttributeResult genericIfAttributeOp(PtrInterface& object, bool isConst,
+                                              std::string_view attribute, AttributeOp op,
+                                              Attribute::Texts arguments);
+  [[noreturn]] static void throwOpNotSupportedException(std::string_view text);
+};
+
+std::string read(PtrInterface const& object, std::string_view attribute);
+void set(PtrInterface& object, std::string_view attribute, std::string const& value);
+void invoke(PtrInterface& object, std::string_view operation,
+            std::vector<std::string> const& arguments = {});
+std::vector<std::string> iterKey(PtrInterface const& object, std::string_view collection);
+Ptr<PtrInterface> iterObj(PtrInterface const& object, std::string_view collection,
+                          std::string const& key);
+void iterDel(PtrInterface& object, std::string_view collection, std::string const& key);
+
+// Allocation tracking, by type.
+struct AllocTrackTypeInfo {
+  static void trackAllocation(TypeNode const& type, std::size_t size);
+  static void trackDeallocation(TypeNode const& type, std::size_t size);
+
+  struct Live {
+    std::size_t objects = 0;
+    std::size_t bytes = 0;
+  };
+  static Live live(TypeNode const& type);
+};
+
+}  // namespace Kel

@@ -1,0 +1,1 @@
+#include "platform/wib/maybe_u63.h"
