@@ -1,27 +1,14 @@
 #include "platform/kel/type_node.h"
 
-#include <map>
-#include <mutex>
-
 #include "platform/kel/exceptions.h"
 
 namespace Kel {
 namespace {
 
-// Both outlive every static object: units register and objects die at any time
-// during load and unload.
+// Outlives every static object: units register while they are loaded.
 std::vector<TypeNode const*>& registry() {
   static auto& nodes = *new std::vector<TypeNode const*>;
   return nodes;
-}
-
-struct Allocations {
-  std::mutex mutex;  // an object may die on the thread that dropped its last reference
-  std::map<TypeNode const*, AllocTrackTypeInfo::Live> live;
-};
-Allocations& allocations() {
-  static auto& a = *new Allocations;
-  return a;
 }
 
 TypeNode const& typeOf(PtrInterface const& object) {
@@ -140,22 +127,18 @@ void iterDel(PtrInterface& object, std::string_view collection, std::string cons
 }
 
 void AllocTrackTypeInfo::trackAllocation(TypeNode const& type, std::size_t size) {
-  std::lock_guard const lock(allocations().mutex);
-  Live& live = allocations().live[&type];
-  ++live.objects;
-  live.bytes += size;
+  type._liveObjects.fetch_add(1, std::memory_order_relaxed);
+  type._liveBytes.fetch_add(size, std::memory_order_relaxed);
 }
 
 void AllocTrackTypeInfo::trackDeallocation(TypeNode const& type, std::size_t size) {
-  std::lock_guard const lock(allocations().mutex);
-  Live& live = allocations().live[&type];
-  --live.objects;
-  live.bytes -= size;
+  type._liveObjects.fetch_sub(1, std::memory_order_relaxed);
+  type._liveBytes.fetch_sub(size, std::memory_order_relaxed);
 }
 
 AllocTrackTypeInfo::Live AllocTrackTypeInfo::live(TypeNode const& type) {
-  std::lock_guard const lock(allocations().mutex);
-  return allocations().live[&type];
+  return {type._liveObjects.load(std::memory_order_relaxed),
+          type._liveBytes.load(std::memory_order_relaxed)};
 }
 
 }  // namespace Kel

@@ -14,6 +14,7 @@
 // type cannot read, or a wrong number of arguments, RangeException.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -65,8 +66,13 @@ class TypeNode {
   Attribute const& operation(std::string_view name, std::size_t arity) const;
 
  private:
+  friend struct AllocTrackTypeInfo;
+
   std::string_view _name;
   std::span<Attribute const> _attributes;
+  // Atomic: the last reference may be dropped on any thread.
+  mutable std::atomic<std::size_t> _liveObjects = 0;
+  mutable std::atomic<std::size_t> _liveBytes = 0;
 };
 
 // The registry, in order of registration.
