@@ -1,0 +1,118 @@
+// The table that an agent writes, as an entity: an object of the framework around one GlimMap.
+//
+//   Dov::Platform::DebugHandler debug;
+//   auto counters = Kel::Ptr<Glim::Collection<DropCounter>>::adopt(new
+//   Glim::Collection<DropCounter>(
+//       debug, Glim::RootPath(debug, "/dev/shm/oru/aclDropCounters", true), {.maxRows = 4096}));
+//   counters->write({intfId, 0});
+//
+// The constructor takes the table over from whoever wrote it before, rows included
+// (conquer_writer.h), or throws the Dov family: another writer has it, the place is not safe or not
+// on tmpfs, there is no memory. Afterwards a full table and a want of memory are
+// Dov::ResourceException, and change nothing.
+//
+// What the table does when its file turns out to be corrupt, and which calls notice, is told in
+// glim_map.h. Every order is for the one thread that made the object. Orders are virtual: a
+// recorder in a test derives from it.
+#pragma once
+
+#include <utility>
+
+#include "platform/glim/glim_map.h"
+#include "platform/kel/ptr_interface.h"
+
+namespace Glim {
+
+// The GlimMap of a record, put together from its traits.
+template <class Record>
+using KeyOf = typename RecordTraits<Record>::Key;
+template <class Record>
+using ValueOf = KelGlim::KelGlimMapValueWrapper<Record, KeyOf<Record>, &RecordTraits<Record>::key>;
+template <class Record>
+using MapOf =
+    GlimMap<KeyOf<Record>, ValueOf<Record>, KelGlim::KelGlimMapOps<KeyOf<Record>, ValueOf<Record>>,
+            SlotAllocator<KeyOf<Record>, ValueOf<Record>>, ConquerWriter>;
+
+template <class RecordType>
+class Collection : public Kel::PtrInterface {
+ public:
+  using Record = RecordType;
+  using Key = KeyOf<Record>;
+  using Slot = Glim::Slot<Record>;
+  using Map = MapOf<Record>;
+
+  Collection(Dov::Platform::DebugHandler& debugHandler, RootPath const& rootPath,
+             TableLimits const& limits = {})
+      : _debugHandler(debugHandler), _map(rootPath, limits, callbacks()) {
+    _map.initialize();
+  }
+
+  // Inserts the record under its key, or overwrites the record there.
+  virtual void write(Record const& record) { _map.write(record); }
+  // Does nothing when there is no such record.
+  virtual void remove(Key const& key) { _map.remove(key); }
+  // The record, or the default record with found = false.
+  virtual void safeLookup(Key const& key, bool& found, Record& out) {
+    _map.safeLookup(key, found, out);
+  }
+  // In-place access to the record, made if it is absent; readers see it at the commit.
+  virtual Slot directWrite(Key const& key) { return _map.directWrite(key); }
+  virtual void commit(Slot const& slot) { _map.directCommit(slot); }
+
+  // The record under the key, or the default record.
+  Record lookup(Key const& key) {
+    Record record;
+    bool found = false;
+    safeLookup(key, found, record);
+    return record;
+  }
+  bool contains(Key const& key) {
+    Record record;
+    bool found = false;
+    safeLookup(key, found, record);
+    return found;
+  }
+
+  // Records in the order of their keys. `after` need not be present any more, so that a walk
+  // survives any change made meanwhile: it visits what is there when it comes by.
+  virtual bool first(Record& out) { return _map.first(out); }
+  virtual bool next(Key const& after, Record& out) { return _map.next(after, out); }
+  // Calls visit(record) with a copy of each record. The visitor may write, remove and detach.
+  template <class Visit>
+  void forEach(Visit visit) {
+    Record record;
+    for (bool more = first(record); more;) {
+      Key const key = RecordTraits<Record>::key(record);
+      visit(std::as_const(record));
+      more = next(key, record);
+    }
+  }
+
+  virtual std::uint64_t members() const { return _map.members(); }
+  bool attached() const { return _map.attached(); }
+  void detach() { _map.detach(); }
+  // Tells readers that the writer lives: once a tick.
+  void heartbeat() { _map.heartbeat(); }
+
+  RootPath const& rootPath() const { return _map.rootPath(); }
+  Dov::Platform::DebugHandler& debugHandler() const { return _debugHandler; }
+  Map& map() { return _map; }
+  // What the constructor found; null when detached.
+  Conquest const* conquest() const {
+    return _map.writer() != nullptr ? &_map.writer()->conquest() : nullptr;
+  }
+
+ protected:
+  // The table has become ready, or is lost.
+  virtual void collectionReady(bool) {}
+
+ private:
+  GlimMapCallbacks callbacks() {
+    return {[this](bool ready) { collectionReady(ready); }, [] {}};
+  }
+
+  Dov::Platform::DebugHandler& _debugHandler;
+  Map _map;
+};
+
+}  // namespace Glim

@@ -1,0 +1,160 @@
+#include "platform/glim/table_directory.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/statfs.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <string_view>
+
+#include "platform/dov/exception.h"
+
+namespace Glim {
+
+namespace {
+
+constexpr long tmpfsMagic = 0x01021994;
+constexpr mode_t directoryMode = 0755;
+constexpr mode_t publishedMode = 0644;
+constexpr mode_t privateMode = 0600;
+constexpr mode_t othersMayWrite = S_IWGRP | S_IWOTH;
+constexpr mode_t othersMayAnything = S_IRWXG | S_IRWXO;
+
+std::string readStart(int fd) {
+  std::array<char, 32> text;
+  ssize_t const n = ::pread(fd, text.data(), text.size(), 0);
+  return n > 0 ? std::string(text.data(), static_cast<std::size_t>(n)) : std::string();
+}
+
+bool writeWhole(int fd, std::string_view content) {
+  std::size_t done = 0;
+  while (done < content.size()) {
+    ssize_t const n =
+        ::pwrite(fd, content.data() + done, content.size() - done, static_cast<off_t>(done));
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return false;
+    done += static_cast<std::size_t>(n);
+  }
+  return true;
+}
+
+}  // namespace
+
+TableDirectory::TableDirectory(RootPath const& root) : _root(root) {
+  std::string const path = root.directory();
+  if (root.glimName().empty()) refuse(path, "the path names no table");
+  if (root.makeDirectory() && ::mkdir(path.c_str(), directoryMode) != 0 && errno != EEXIST) {
+    fail("make directory", path, errno);
+  }
+  _fd = FileDescriptor(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!_fd) fail("open directory", path, errno);
+  struct statfs system {};
+  if (::fstatfs(_fd.get(), &system) != 0) fail("look at directory", path, errno);
+  if (system.f_type != tmpfsMagic) {
+    // A table on a disk would be written back for ever, and a page of it may fail to be read at any
+    // time.
+    refuse(path, "tables live on tmpfs, and this directory does not");
+  }
+}
+
+void TableDirectory::fail(std::string const& what, std::string const& name, int error) const {
+  Dov::ResourceException::throwException("table " + _root.path() + ": cannot " + what + " " + name +
+                                         ": " + errorText(error));
+}
+
+void TableDirectory::refuse(std::string const& name, std::string const& why) const {
+  Dov::NoPermissionException::throwException("table " + _root.path() + ": " + name + ": " + why);
+}
+
+void TableDirectory::checkOurs(int fd, std::string const& name, unsigned forbiddenMode) const {
+  struct stat status {};
+  if (::fstat(fd, &status) != 0) fail("look at", name, errno);
+  if (!S_ISREG(status.st_mode)) refuse(name, "not a regular file");
+  if (status.st_uid != ::geteuid()) refuse(name, "belongs to another user");
+  if ((status.st_mode & forbiddenMode) != 0) refuse(name, "open to other users");
+}
+
+FileDescriptor TableDirectory::lock() const {
+  std::string const name = _root.lockFile();
+  FileDescriptor file(::openat(_fd.get(), name.c_str(),
+                               O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK,
+                               privateMode));
+  if (!file) {
+    if (errno == ELOOP) refuse(name, "a symbolic link");
+    fail("open", name, errno);
+  }
+  checkOurs(file.get(), name, othersMayAnything);
+  // flock, not fcntl: it also keeps a second table of the same process out, and closing another
+  // descriptor of the file does not let go of it.
+  if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
+    if (errno != EWOULDBLOCK) fail("lock", name, errno);
+    std::string const holder = readStart(file.get());
+    refuse(name, "the table already has a writer, process " + (holder.empty() ? "?" : holder));
+  }
+  // For the message above alone: the lock says who lives, the number does not.
+  std::string const pid = std::to_string(::getpid());
+  if (::ftruncate(file.get(), 0) != 0 || !writeWhole(file.get(), pid)) fail("write", name, errno);
+  return file;
+}
+
+FileDescriptor TableDirectory::openData() const {
+  std::string const name = _root.dataFile();
+  FileDescriptor file(
+      ::openat(_fd.get(), name.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+  if (!file) {
+    if (errno == ENOENT) return file;
+    if (errno == ELOOP) refuse(name, "a symbolic link");
+    if (errno == EISDIR) refuse(name, "not a regular file");
+    if (errno == EACCES || errno == EPERM) refuse(name, errorText(errno));
+    fail("open", name, errno);
+  }
+  checkOurs(file.get(), name, othersMayWrite);
+  return file;
+}
+
+FileDescriptor TableDirectory::createNew() const {
+  std::string const name = _root.newFile();
+  if (::unlinkat(_fd.get(), name.c_str(), 0) != 0 && errno != ENOENT) fail("remove", name, errno);
+  FileDescriptor file(::openat(_fd.get(), name.c_str(),
+                               O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, privateMode));
+  if (!file) fail("create", name, errno);
+  return file;
+}
+
+void TableDirectory::publishNew() const {
+  std::string const from = _root.newFile();
+  std::string const to = _root.dataFile();
+  if (::fchmodat(_fd.get(), from.c_str(), publishedMode, 0) != 0) fail("open up", from, errno);
+  if (::renameat(_fd.get(), from.c_str(), _fd.get(), to.c_str()) != 0) fail("publish", to, errno);
+}
+
+std::string TableDirectory::setAside() const {
+  std::string const from = _root.dataFile();
+  constexpr unsigned most = 1000;
+  for (unsigned i = 1; i <= most; ++i) {
+    std::string const to = from + ".aside-" + std::to_string(i);
+    // A second name rather than a rename: the table's own name is never without a file.
+    if (::linkat(_fd.get(), from.c_str(), _fd.get(), to.c_str(), 0) == 0) return to;
+    if (errno != EEXIST) fail("set aside", from, errno);
+  }
+  refuse(from, "too many files set aside beside it");
+}
+
+void TableDirectory::writeFile(std::string const& name, std::string const& content) const {
+  std::string const working = name + ".new";
+  if (::unlinkat(_fd.get(), working.c_str(), 0) != 0 && errno != ENOENT) {
+    fail("remove", working, errno);
+  }
+  FileDescriptor const file(::openat(_fd.get(), working.c_str(),
+                                     O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW,
+                                     publishedMode));
+  if (!file || !writeWhole(file.get(), content)) fail("write", working, errno);
+  if (::renameat(_fd.get(), working.c_str(), _fd.get(), name.c_str()) != 0) {
+    fail("publish", name, errno);
+  }
+}
+
+}  // namespace Glim
