@@ -1,0 +1,129 @@
+// What a reader needs to show beside an interface's counters.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "platform/glim/record.h"
+#include "platform/interface/eth_counters.h"
+#include "platform/interface/statistics.h"
+#include "platform/pekt/intf_id.h"
+
+namespace Interface {
+
+// Zero-padded text of a row; longer text is cut at a UTF-8 boundary.
+template <std::size_t size>
+struct RowText {
+  std::array<char, size> bytes{};
+
+  RowText() = default;
+  RowText(std::string_view text) {
+    std::size_t length = text.size() < size ? text.size() : size;
+    while (length < text.size() && length > 0 &&
+           (static_cast<unsigned char>(text[length]) & 0xc0u) == 0x80u)
+      --length;
+    for (std::size_t i = 0; i < length; ++i) bytes[i] = text[i];
+  }
+  std::string_view view() const {
+    std::size_t length = 0;
+    while (length < size && bytes[length] != '\0') ++length;
+    return {bytes.data(), length};
+  }
+  bool operator==(RowText const&) const = default;
+};
+
+// The counters of an EthIntfCounterGlim row by their names in the table's schema: those of
+// IntfStatistics, then the plain ones and the six arrays of EthStatistics.
+inline constexpr auto kCounterNames = [] {
+  constexpr std::size_t plain = kIntfStatisticsFields.size() - 1;  // without lastUpdate
+  std::array<std::string_view, plain + kEthCounters + 6> names{};
+  std::size_t n = 0;
+  for (std::size_t i = 0; i < plain; ++i) names[n++] = kIntfStatisticsFields[i].name;
+  for (std::string_view const name : kEthCounterNames) names[n++] = name;
+  for (std::string_view const name :
+       {"inPfcFrames", "outPfcFrames", "fecCodewordErrors", "fecLaneCorrectedBlocks",
+        "inPfcPauseMicros", "outPfcPauseMicros"})
+    names[n++] = name;
+  return names;
+}();
+
+// A set of those counters: bit n is kCounterNames[n].
+class CounterSet {
+ public:
+  static_assert(kCounterNames.size() <= 64);
+
+  constexpr CounterSet() = default;
+  static constexpr CounterSet fromWord(std::uint64_t word) {
+    CounterSet set;
+    set._word = word;
+    return set;
+  }
+  constexpr std::uint64_t word() const { return _word; }
+
+  constexpr bool empty() const { return _word == 0; }
+  // A name that is no counter's is in no set, and inserting it does nothing.
+  constexpr bool contains(std::string_view name) const { return (_word & bit(name)) != 0; }
+  constexpr void insert(std::string_view name) { _word |= bit(name); }
+  bool operator==(CounterSet const&) const = default;
+
+ private:
+  static constexpr std::uint64_t bit(std::string_view name) {
+    for (std::size_t i = 0; i < kCounterNames.size(); ++i)
+      if (kCounterNames[i] == name) return std::uint64_t{1} << i;
+    return 0;
+  }
+  std::uint64_t _word = 0;
+};
+
+enum class AdminState : std::uint8_t { unknown, up, down };
+
+// ifOperStatus of RFC 2863, with its values.
+enum class OperState : std::uint8_t {
+  none = 0,
+  up = 1,
+  down = 2,
+  testing = 3,
+  unknown = 4,
+  dormant = 5,
+  notPresent = 6,
+  lowerLayerDown = 7,
+};
+
+// A row of the agent's own table of interfaces.
+struct IntfDescription {
+  Pekt::IntfId intfId;
+  RowText<16> kernelName;         // the interface's name on this machine
+  RowText<256> alias;             // ifAlias: what the operator wrote on it
+  std::uint64_t speed = 0;        // bits per second; 0: unknown
+  std::uint64_t unsupported = 0;  // the counters that the chip cannot count: a CounterSet
+  double lastChange = 0.0;        // seconds since the epoch
+  std::uint32_t ifIndex = 0;
+  AdminState adminState = AdminState::unknown;
+  OperState operState = OperState::none;
+  std::uint16_t reserved = 0;
+
+  bool operator==(IntfDescription const&) const = default;
+};
+
+}  // namespace Interface
+
+template <>
+struct Glim::RecordTraits<Interface::IntfDescription> {
+  using Key = Pekt::IntfId;
+  using Row = Interface::IntfDescription;
+  static constexpr std::string_view name = "IntfDescription";
+  static constexpr std::array fields{
+      Glim::Field{"intfId", Glim::FieldType::text, offsetof(Row, intfId), sizeof(Key)},
+      Glim::Field{"kernelName", Glim::FieldType::text, offsetof(Row, kernelName), 16},
+      Glim::Field{"alias", Glim::FieldType::text, offsetof(Row, alias), 256},
+      Glim::Field{"speed", Glim::FieldType::u64, offsetof(Row, speed)},
+      Glim::Field{"unsupported", Glim::FieldType::u64, offsetof(Row, unsupported)},
+      Glim::Field{"lastChange", Glim::FieldType::f64, offsetof(Row, lastChange)},
+      Glim::Field{"ifIndex", Glim::FieldType::u32, offsetof(Row, ifIndex)},
+      Glim::Field{"adminState", Glim::FieldType::u8, offsetof(Row, adminState)},
+      Glim::Field{"operState", Glim::FieldType::u8, offsetof(Row, operState)},
+      Glim::Field{"reserved", Glim::FieldType::u16, offsetof(Row, reserved)}};
+  static Key const& key(Row const& row) { return row.intfId; }
+};
