@@ -50,14 +50,10 @@ Port seededPort(Random random) {
   };
   for (Fate const fate : {Fate::inUcastPkts, Fate::outUcastPkts}) {
     steady(fate, 100.0, 100'000.0);
-    steady(fate, 100.0, 100'000.0);
     bursty(fate, 10'000.0, 1'000'000.0);
   }
-  for (Fate const fate : {Fate::inMulticastPkts, Fate::outMulticastPkts, Fate::inBroadcastPkts,
-                          Fate::outBroadcastPkts}) {
-    steady(fate, 0.1, 100.0);
-  }
-  bursty(Fate::inDiscards, 0.0, 1'000.0);
+  steady(Fate::inMulticastPkts, 0.1, 100.0);
+  steady(Fate::outBroadcastPkts, 0.1, 100.0);
   bursty(Fate::outDiscards, 0.0, 1'000.0);
   steady(Fate::fcsErrors, 0.0, 0.1);
   bursty(Fate::aclDrops, 0.0, 100.0);

@@ -1,0 +1,51 @@
+// The simulated chip behind the helper contract that the counters poll.
+//
+//   auto chip = std::make_shared<Chip>(Chip::seeded(48, 7));
+//   auto helper = Kel::make<CountersHelper>(Kel::Name("simulated"), chip);
+//
+// Reads the time from Kel::System, and so runs in a test's virtual time as in the machine's.
+#pragma once
+
+#include <memory>
+
+#include "counters/pollers/helper.h"
+#include "hardware/simulated/chip.h"
+
+namespace Hardware::Simulated {
+
+class CountersHelper : public OruHelper::OruHelperCountersSm {
+ public:
+  // `switchedOn` is the time at which the chip's own seconds begin. What is laid down on the chip
+  // later holds from its next sample on.
+  CountersHelper(Kel::Name name, std::shared_ptr<Chip const> chip,
+                 Kel::Seconds switchedOn = Kel::System::currentTime())
+      : OruHelperCountersSm(std::move(name)), _chip(std::move(chip)), _switchedOn(switchedOn) {}
+
+  Kel::Seconds firstSyncDelay() const override { return _firstSyncDelay; }
+  void firstSyncDelayIs(Kel::Seconds delay) { _firstSyncDelay = delay; }
+
+  // A port that is not there stands still: its sample is the previous one again, so that nothing is
+  // added to what was counted while it was.
+  void getCounters(Pekt::IntfId intfId, Kel::Ptr<OruTypes::IntfCounters> newCounters,
+                   Kel::Ptr<OruTypes::IntfCounters> prevCounters) override;
+  void getVlanIntfCounters(Pekt::IntfId intfId, Kel::Ptr<OruTypes::VlanIntfCounters> newCounters,
+                           Kel::Ptr<OruTypes::VlanIntfCounters> prevCounters) override;
+  // True if the chip has a port of that name, there or not.
+  bool initializeVlanIntfCounters(Pekt::IntfId intfId, std::uint16_t vlanId) override;
+
+  bool aclDropCountersSupported() override { return true; }
+  // 0 for a port that the chip does not have.
+  std::uint64_t getIntfAclDropCounters(Pekt::IntfId intfId) override;
+
+  // The chip's time: seconds since it was switched on.
+  Seconds chipTime() const { return Kel::System::currentTime() - _switchedOn; }
+
+ private:
+  Port const* presentPort(Pekt::IntfId const& intfId) const;
+
+  std::shared_ptr<Chip const> _chip;
+  Kel::Seconds _switchedOn;
+  Kel::Seconds _firstSyncDelay = 0.0;
+};
+
+}  // namespace Hardware::Simulated
