@@ -111,17 +111,27 @@ bool readPauseAnswer(nlmsghdr const& message, MacStats& stats) {
   return stats.inPauseFrames || stats.outPauseFrames;
 }
 
-MacStats const* EthtoolStats::read(double now, int ifindex) {
+MacReading EthtoolStats::read(double now, int ifindex) {
   Link& link = links_[ifindex];
-  if (!link.hasGroups && !link.hasPause) return nullptr;
+  if (!link.hasGroups && !link.hasPause) return {};
   if (link.tick != now) {
     link.tick = now;
-    link.valid = false;
+    link.any = false;
+    link.unavailable = false;
     link.stats = {};
     if (link.hasGroups) readGroups(ifindex, link);
     if (link.hasPause) readPause(ifindex, link);
   }
-  return link.valid ? &link.stats : nullptr;
+  if (link.unavailable) return {nullptr, true};
+  return {link.any ? &link.stats : nullptr, false};
+}
+
+void EthtoolStats::settle(std::error_code error, bool any, Link& link, bool& has) {
+  link.any |= any;
+  // No other error means "never": a link that is down or resetting may answer at the next tick.
+  bool const never = error == std::errc::operation_not_supported;
+  if (never || (!error && !any)) has = false;
+  if (error && !never) link.unavailable = true;
 }
 
 void EthtoolStats::readGroups(int ifindex, Link& link) {
@@ -137,9 +147,7 @@ void EthtoolStats::readGroups(int ifindex, Link& link) {
               .put(ETHTOOL_A_BITSET_VALUE, kGroups);
         });
       });
-  if (any) link.valid = true;
-  // No other error means "never": a link that is down or resetting may answer at the next tick.
-  if (error == std::errc::operation_not_supported || (!error && !any)) link.hasGroups = false;
+  settle(error, any, link, link.hasGroups);
 }
 
 void EthtoolStats::readPause(int ifindex, Link& link) {
@@ -148,8 +156,7 @@ void EthtoolStats::readPause(int ifindex, Link& link) {
   auto const error =
       socket_.get(ETHTOOL_MSG_PAUSE_GET, ETHTOOL_A_PAUSE_HEADER, ifindex, ETHTOOL_FLAG_STATS,
                   [&](nlmsghdr const& message) { any |= readPauseAnswer(message, link.stats); });
-  if (any) link.valid = true;
-  if (error == std::errc::operation_not_supported || (!error && !any)) link.hasPause = false;
+  settle(error, any, link, link.hasPause);
 }
 
 }  // namespace Hardware::Linux

@@ -46,14 +46,22 @@ struct MacStats {
 bool readStatsAnswer(nlmsghdr const& message, MacStats& stats);
 bool readPauseAnswer(nlmsghdr const& message, MacStats& stats);
 
+/// What came of asking a MAC.
+struct MacReading {
+  /// Null if there are none, or none just now.
+  MacStats const* stats = nullptr;
+  /// The driver may keep counters, but they could not be read just now.
+  bool unavailable = false;
+};
+
 /// The MAC's counters of links, one reading of a link a tick at most.
 class MacStatsSource {
  public:
   virtual ~MacStatsSource() = default;
 
-  /// The counters of a link at the tick `now` (seconds, the agent's clock), or null: its driver
-  /// keeps none, or they could not be read just now. Valid until the next call.
-  virtual MacStats const* read(double now, int ifindex) = 0;
+  /// The counters of a link at the tick `now` (seconds, the agent's clock). Valid until the next
+  /// call.
+  virtual MacReading read(double now, int ifindex) = 0;
 
   /// Forget what is known of a link, its lack of counters included.
   virtual void forget(int ifindex) = 0;
@@ -63,7 +71,7 @@ class MacStatsSource {
 /// link is forgotten.
 class EthtoolStats final : public MacStatsSource {
  public:
-  MacStats const* read(double now, int ifindex) override;
+  MacReading read(double now, int ifindex) override;
   void forget(int ifindex) override { links_.erase(ifindex); }
 
   std::uint64_t requests() const { return requests_; }
@@ -72,10 +80,12 @@ class EthtoolStats final : public MacStatsSource {
   struct Link {
     bool hasGroups = true;  // until the driver says otherwise
     bool hasPause = true;
-    bool valid = false;
+    bool any = false;          // counts came at this tick
+    bool unavailable = false;  // and some did not
     std::optional<double> tick;
     MacStats stats;
   };
+  static void settle(std::error_code error, bool any, Link& link, bool& has);
   void readGroups(int ifindex, Link& link);
   void readPause(int ifindex, Link& link);
 

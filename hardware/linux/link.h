@@ -4,18 +4,11 @@
 #include <optional>
 #include <string>
 
+#include "platform/interface/intf_description.h"
+
 namespace Hardware::Linux {
 
-/// RFC 2863, ifOperStatus; the numbers are the kernel's (IF_OPER_*).
-enum class OperState : std::uint8_t {
-  unknown = 0,
-  notPresent = 1,
-  down = 2,
-  lowerLayerDown = 3,
-  testing = 4,
-  dormant = 5,
-  up = 6,
-};
+using Interface::OperState;
 
 /// One Ethernet link of this network namespace, as the kernel describes it.
 struct Link {

@@ -12,8 +12,22 @@ namespace Hardware::Linux {
 namespace {
 
 OperState operState(std::uint8_t value) {
-  // A number of a later kernel: nothing that we could name.
-  return value <= static_cast<std::uint8_t>(OperState::up) ? OperState{value} : OperState::unknown;
+  switch (value) {
+    case IF_OPER_UP:
+      return OperState::up;
+    case IF_OPER_DOWN:
+      return OperState::down;
+    case IF_OPER_LOWERLAYERDOWN:
+      return OperState::lowerLayerDown;
+    case IF_OPER_DORMANT:
+      return OperState::dormant;
+    case IF_OPER_TESTING:
+      return OperState::testing;
+    case IF_OPER_NOTPRESENT:
+      return OperState::notPresent;
+    default:
+      return OperState::unknown;
+  }
 }
 
 std::string kindOf(nlattr const& linkInfo) {

@@ -1,0 +1,92 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "counters/pollers/helper.h"
+#include "hardware/linux/ethtool_stats.h"
+#include "hardware/linux/link_stats.h"
+#include "hardware/linux/offset_store.h"
+#include "hardware/linux/port_account.h"
+
+namespace Hardware::Linux {
+
+/// The Linux kernel as the chip: the links of this network namespace are the ports.
+///
+/// The agent says which link a port is, and keeps saying so:
+///
+///   auto helper = Kel::make<LinuxCountersHelper>("linux", std::move(parts));
+///   helper->linkIs("Ethernet2", 2, "veth");     // before the port is initialized, and again
+///                                               // whenever there is news of the link
+///   helper->linkDel("Ethernet2");               // the link is gone
+///
+/// A port whose link is gone is no error: it keeps the counts that it had. The link may come back
+/// as another one; its counts then go on where the old ones ended.
+class LinuxCountersHelper final : public OruHelper::OruHelperCountersSm {
+ public:
+  /// The published row of an interface as it stands, or none.
+  using PublishedRow =
+      std::function<std::optional<Interface::EthIntfCounterGlim>(Pekt::IntfId const&)>;
+
+  struct Parts {
+    std::unique_ptr<LinkStatsSource> links;
+    std::unique_ptr<MacStatsSource> macs;
+    std::unique_ptr<OffsetStore> offsets;
+    PublishedRow publishedRow;
+    /// The time of the agent's clock: all ports that are read at one time share one reading.
+    std::function<Kel::Seconds()> now;
+    /// See `LinkIdentity`.
+    std::uint64_t generation = 0;
+  };
+  /// The parts that read this kernel, with what only the agent can give.
+  static Parts kernelParts(std::unique_ptr<OffsetStore> offsets, PublishedRow publishedRow,
+                           std::function<Kel::Seconds()> now);
+
+  /// REQUIRES: every part is given.
+  LinuxCountersHelper(Kel::Name name, Parts parts);
+  ~LinuxCountersHelper() override;
+
+  /// The port is this link. `kind` is the link's kind ("veth"; empty for a physical device).
+  void linkIs(Pekt::IntfId const& intfId, int ifindex, std::string_view kind = {});
+  void linkDel(Pekt::IntfId const& intfId);
+
+  /// The counters that are not counted on this port's link, and whose zero therefore means
+  /// nothing. Empty if the port has no link.
+  Interface::CounterSet unsupportedCounters(Pekt::IntfId const& intfId);
+
+  /// How often an offset could not be kept. While one cannot, counting goes on; should the agent
+  /// die then, what was counted since the link's last reset may count twice.
+  std::uint64_t offsetsNotSaved() const { return offsetsNotSaved_; }
+
+  /// Drops kept offsets of interfaces that have no row any more.
+  void hwInit() override;
+  void initialize(Pekt::IntfId intfId) override;
+  void deinitialize(Pekt::IntfId intfId) override;
+  void getCounters(Pekt::IntfId intfId, Kel::Ptr<OruTypes::IntfCounters> newCounters,
+                   Kel::Ptr<OruTypes::IntfCounters> prevCounters) override;
+
+ private:
+  struct LinkOf {
+    int ifindex;
+    std::string kind;
+  };
+  struct Port {
+    PortAccount account;
+    Kel::Seconds lastReading = 0.0;
+  };
+  Port& port(Pekt::IntfId const& intfId);
+  std::optional<KernelCounts> read(Pekt::IntfId const& intfId);
+  void save(Pekt::IntfId const& intfId, PortAccount& account);
+
+  Parts parts_;
+  std::map<Pekt::IntfId, LinkOf> links_;
+  std::map<Pekt::IntfId, Port> ports_;
+  std::uint64_t offsetsNotSaved_ = 0;
+};
+
+}  // namespace Hardware::Linux
