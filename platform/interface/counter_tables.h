@@ -3,8 +3,11 @@
 #pragma once
 
 #include "platform/glim/collection.h"
+#include "platform/interface/drop_counter.h"
 #include "platform/interface/eth_intf_counter.h"
 #include "platform/interface/intf_description.h"
+#include "platform/interface/queue_counter.h"
+#include "platform/interface/vlan_intf_counter.h"
 
 namespace Interface {
 
@@ -40,4 +43,37 @@ class AllIntfDescription : public Glim::Collection<IntfDescription> {
   void descriptionDel(Pekt::IntfId const& intfId) { remove(intfId); }
 };
 
+// Counters of the VLAN interfaces.
+class AllVlanIntfCounterGlim : public Glim::Collection<VlanIntfCounterGlim> {
+ public:
+  using Collection::Collection;
+
+  void counterIs(VlanIntfCounterGlim const& counter) { write(counter); }
+  void counterDel(Pekt::IntfId const& intfId) { remove(intfId); }
+};
+
+namespace QueueCounter {
+
+// Counters of the interfaces' queues; also the kind of the table of their values at the last clear.
+class AllIntfQueueCounters : public Glim::Collection<IntfQueueCounter> {
+ public:
+  using Collection::Collection;
+
+  void intfQueueCounterIs(IntfQueueCounter const& counter) { write(counter); }
+};
+
+}  // namespace QueueCounter
 }  // namespace Interface
+
+namespace Glim::Interface {
+
+// Packets that access lists dropped, by interface.
+class AllDropCounterDir : public Glim::Collection<DropCounter> {
+ public:
+  using Collection::Collection;
+
+  void counterIs(DropCounter const& counter) { write(counter); }
+  void counterCommit(Slot const& slot) { commit(slot); }
+};
+
+}  // namespace Glim::Interface

@@ -23,12 +23,12 @@ struct EthIntfCounterGlim {
 template <>
 struct Glim::RecordTraits<Interface::EthIntfCounterGlim> {
   using Key = Pekt::IntfId;
-  using Row = Interface::EthIntfCounterGlim;
+  using Row = ::Interface::EthIntfCounterGlim;
   static constexpr std::string_view name = "EthIntfCounterGlim";
   static constexpr auto fields = Glim::joinFields(
       std::array{Glim::Field{"intfId", Glim::FieldType::text, offsetof(Row, intfId), sizeof(Key)}},
-      Glim::fieldsAt(Interface::kIntfStatisticsFields, offsetof(Row, statistics)),
-      Glim::fieldsAt(Interface::kIntfRatesFields, offsetof(Row, rates)),
-      Glim::fieldsAt(Interface::ethStatisticsFields(), offsetof(Row, ethStatistics)));
+      Glim::fieldsAt(::Interface::kIntfStatisticsFields, offsetof(Row, statistics)),
+      Glim::fieldsAt(::Interface::kIntfRatesFields, offsetof(Row, rates)),
+      Glim::fieldsAt(::Interface::ethStatisticsFields(), offsetof(Row, ethStatistics)));
   static Key const& key(Row const& row) { return row.intfId; }
 };

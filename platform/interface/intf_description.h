@@ -112,7 +112,7 @@ struct IntfDescription {
 template <>
 struct Glim::RecordTraits<Interface::IntfDescription> {
   using Key = Pekt::IntfId;
-  using Row = Interface::IntfDescription;
+  using Row = ::Interface::IntfDescription;
   static constexpr std::string_view name = "IntfDescription";
   static constexpr std::array fields{
       Glim::Field{"intfId", Glim::FieldType::text, offsetof(Row, intfId), sizeof(Key)},

@@ -77,8 +77,8 @@ void NotifieeList::remove(PtrInterface::NotifieeConst* notifiee) {
 }
 
 std::size_t NotifieeList::size() const {
-  return static_cast<std::size_t>(std::count_if(_notifiees.begin(), _notifiees.end(),
-                                                [](auto* n) { return n != nullptr; }));
+  return static_cast<std::size_t>(
+      std::count_if(_notifiees.begin(), _notifiees.end(), [](auto* n) { return n != nullptr; }));
 }
 
 void NotifieeList::closeHoles() {

@@ -1,0 +1,19 @@
+#include "platform/oru/base_sm.h"
+
+#include "platform/oru/common_sm_data.h"
+
+namespace Oru {
+
+OruBaseSm::OruBaseSm(Kel::Ptr<OruCommonSmData> const& ocsd) : _ocsd(ocsd) {}
+OruBaseSm::~OruBaseSm() = default;
+
+void OruBaseSm::initializedIs(bool initialized) {
+  if (initialized == _initialized) return;
+  _initialized = initialized;
+  if (!initialized || _initializing) return;
+  Kel::Ptr<OruBaseSm> const alive(this);  // the hook may remove it from where it is kept
+  Initializing const once(*this);
+  handleInitialized();
+}
+
+}  // namespace Oru

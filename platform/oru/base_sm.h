@@ -1,0 +1,51 @@
+// Base of the agent's state machines.
+#pragma once
+
+#include "platform/kel/ptr_interface.h"
+
+namespace Oru {
+
+class OruCommonSmData;
+
+// Holds the common data and the flag `initialized`.
+//
+// The agent starts a state machine with initializedIs(true), which sets the flag
+// and runs handleInitialized() once; only a change counts. A state machine whose
+// handleInitialized() sets the flag itself, because it may also be called
+// directly, opens an Initializing there; the hook is then not run a second time.
+class OruBaseSm : public Kel::PtrInterface {
+ public:
+  // Slots, in contract order.
+  virtual void handleInitialized() {}
+  virtual void initializedIs(bool initialized);
+  virtual void kelDoZombieReactors(bool zombie) { kelMarkedForDeletionIs(zombie); }
+
+  bool initialized() const { return _initialized; }
+  Kel::Ptr<OruCommonSmData> const& ocsd() const { return _ocsd; }
+
+ protected:
+  explicit OruBaseSm(Kel::Ptr<OruCommonSmData> const& ocsd);
+  ~OruBaseSm() override;
+
+  // Open while handleInitialized() runs, however it was reached.
+  class Initializing {
+   public:
+    explicit Initializing(OruBaseSm& sm) : _sm(sm), _outer(sm._initializing) {
+      sm._initializing = true;
+    }
+    ~Initializing() { _sm._initializing = _outer; }
+    Initializing(Initializing const&) = delete;
+    Initializing& operator=(Initializing const&) = delete;
+
+   private:
+    OruBaseSm& _sm;
+    bool const _outer;
+  };
+
+ private:
+  Kel::Ptr<OruCommonSmData> const _ocsd;
+  bool _initialized = false;
+  bool _initializing = false;
+};
+
+}  // namespace Oru
