@@ -23,21 +23,24 @@ LinuxCountersHelper::~LinuxCountersHelper() = default;
 
 void LinuxCountersHelper::linkIs(Pekt::IntfId const& intfId, int ifindex, std::string_view kind) {
   linkDel(intfId);
-  links_.insert_or_assign(intfId, LinkOf{ifindex, std::string(kind)});
+  ports_[intfId].link = LinkOf{ifindex, std::string(kind)};
 }
 
 void LinuxCountersHelper::linkDel(Pekt::IntfId const& intfId) {
-  auto const at = links_.find(intfId);
-  if (at == links_.end()) return;
+  auto const at = ports_.find(intfId);
+  if (at == ports_.end() || !at->second.link) return;
   // A driver may count more after a change than it did before.
-  parts_.macs->forget(at->second.ifindex);
-  links_.erase(at);
+  parts_.macs->forget(at->second.link->ifindex);
+  at->second.link.reset();
+  if (!at->second.account) ports_.erase(at);
 }
 
 Interface::CounterSet LinuxCountersHelper::unsupportedCounters(Pekt::IntfId const& intfId) {
-  auto const counts = read(intfId);
+  auto const at = ports_.find(intfId);
+  if (at == ports_.end() || !at->second.link) return {};
+  auto const counts = read(*at->second.link);
   if (!counts) return {};
-  return Linux::unsupportedCounters(counts->known, links_.at(intfId).kind);
+  return Linux::unsupportedCounters(counts->known, at->second.link->kind);
 }
 
 void LinuxCountersHelper::hwInit() {
@@ -46,32 +49,29 @@ void LinuxCountersHelper::hwInit() {
   });
 }
 
-void LinuxCountersHelper::initialize(Pekt::IntfId intfId) {
-  ports_.erase(intfId);
-  port(intfId);
-}
+void LinuxCountersHelper::initialize(Pekt::IntfId intfId) { open(intfId, ports_[intfId]); }
 
 void LinuxCountersHelper::deinitialize(Pekt::IntfId intfId) {
-  ports_.erase(intfId);
+  auto const at = ports_.find(intfId);
+  if (at != ports_.end()) {
+    at->second.account.reset();
+    if (!at->second.link) ports_.erase(at);
+  }
   // A row that stays is continued when the interface comes back.
   if (!parts_.publishedRow(intfId)) parts_.offsets->erase(intfId);
 }
 
-LinuxCountersHelper::Port& LinuxCountersHelper::port(Pekt::IntfId const& intfId) {
-  auto const at = ports_.find(intfId);
-  if (at != ports_.end()) return at->second;
-  PortAccount account(parts_.publishedRow(intfId), parts_.offsets->load(intfId));
-  return ports_.emplace(intfId, Port{std::move(account)}).first->second;
+void LinuxCountersHelper::open(Pekt::IntfId const& intfId, Port& port) {
+  port.account.emplace(parts_.publishedRow(intfId), parts_.offsets->load(intfId));
+  port.lastReading = 0.0;
 }
 
-std::optional<KernelCounts> LinuxCountersHelper::read(Pekt::IntfId const& intfId) {
-  auto const link = links_.find(intfId);
-  if (link == links_.end()) return std::nullopt;
+std::optional<KernelCounts> LinuxCountersHelper::read(LinkOf const& link) {
   Kel::Seconds const now = parts_.now();
   if (parts_.links->refresh(now)) return std::nullopt;
-  auto const* stats = parts_.links->find(link->second.ifindex);
+  auto const* stats = parts_.links->find(link.ifindex);
   if (!stats) return std::nullopt;
-  return kernelCounts(*stats, parts_.macs->read(now, link->second.ifindex));
+  return kernelCounts(*stats, parts_.macs->read(now, link.ifindex));
 }
 
 void LinuxCountersHelper::save(Pekt::IntfId const& intfId, PortAccount& account) {
@@ -84,14 +84,17 @@ void LinuxCountersHelper::save(Pekt::IntfId const& intfId, PortAccount& account)
 void LinuxCountersHelper::getCounters(Pekt::IntfId intfId,
                                       Kel::Ptr<OruTypes::IntfCounters> newCounters,
                                       Kel::Ptr<OruTypes::IntfCounters>) {
-  Port& reading = port(intfId);
-  if (auto const counts = read(intfId)) {
-    reading.account.advance({parts_.generation, links_.at(intfId).ifindex}, *counts);
-    if (reading.account.mustSave()) save(intfId, reading.account);
-    reading.lastReading = parts_.now();
+  Port& port = ports_[intfId];
+  if (!port.account) open(intfId, port);
+  if (port.link) {
+    if (auto const counts = read(*port.link)) {
+      port.account->advance({parts_.generation, port.link->ifindex}, *counts);
+      if (port.account->mustSave()) save(intfId, *port.account);
+      port.lastReading = parts_.now();
+    }
   }
-  reading.account.sample(newCounters->intfStats(), newCounters->ethStats());
-  newCounters->intfStats().lastUpdate = reading.lastReading;
+  port.account->sample(newCounters->intfStats(), newCounters->ethStats());
+  newCounters->intfStats().lastUpdate = port.lastReading;
 }
 
 }  // namespace Hardware::Linux

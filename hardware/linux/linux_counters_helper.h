@@ -2,11 +2,11 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "counters/pollers/helper.h"
 #include "hardware/linux/ethtool_stats.h"
@@ -76,16 +76,16 @@ class LinuxCountersHelper final : public OruHelper::OruHelperCountersSm {
     std::string kind;
   };
   struct Port {
-    PortAccount account;
+    std::optional<LinkOf> link;
+    std::optional<PortAccount> account;  // while the port is initialized
     Kel::Seconds lastReading = 0.0;
   };
-  Port& port(Pekt::IntfId const& intfId);
-  std::optional<KernelCounts> read(Pekt::IntfId const& intfId);
+  void open(Pekt::IntfId const& intfId, Port& port);
+  std::optional<KernelCounts> read(LinkOf const& link);
   void save(Pekt::IntfId const& intfId, PortAccount& account);
 
   Parts parts_;
-  std::map<Pekt::IntfId, LinkOf> links_;
-  std::map<Pekt::IntfId, Port> ports_;
+  std::unordered_map<Pekt::IntfId, Port, IntfIdHash> ports_;
   std::uint64_t offsetsNotSaved_ = 0;
 };
 

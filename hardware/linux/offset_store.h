@@ -9,6 +9,10 @@
 
 namespace Hardware::Linux {
 
+struct IntfIdHash {
+  std::size_t operator()(Pekt::IntfId const& intfId) const { return intfId.hash(); }
+};
+
 /// Where the offsets of the ports outlive the agent: one record an interface.
 class OffsetStore {
  public:
@@ -32,10 +36,7 @@ class MemoryOffsetStore final : public OffsetStore {
   void forEach(std::function<void(Pekt::IntfId const&)> const& visit) override;
 
  private:
-  struct Hash {
-    std::size_t operator()(Pekt::IntfId const& intfId) const { return intfId.hash(); }
-  };
-  std::unordered_map<Pekt::IntfId, StoredOffsets, Hash> records_;
+  std::unordered_map<Pekt::IntfId, StoredOffsets, IntfIdHash> records_;
 };
 
 }  // namespace Hardware::Linux

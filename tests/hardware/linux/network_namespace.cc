@@ -33,6 +33,19 @@ unsigned upFlag(bool up) { return up ? static_cast<unsigned>(IFF_UP) : 0U; }
 
 }  // namespace
 
+std::error_code makeVethPair(NetlinkSocket& socket, std::string const& name,
+                             std::string const& peer, int ifindex, int peerIndex) {
+  NetlinkRequest request(RTM_NEWLINK, linkHeader(ifindex), NLM_F_CREATE | NLM_F_EXCL);
+  request.putText(IFLA_IFNAME, name).nest(IFLA_LINKINFO, [&](NetlinkRequest& info) {
+    info.putText(IFLA_INFO_KIND, "veth").nest(IFLA_INFO_DATA, [&](NetlinkRequest& data) {
+      data.nest(VETH_INFO_PEER, [&](NetlinkRequest& other) {
+        other.putFixed(linkHeader(peerIndex)).putText(IFLA_IFNAME, peer);
+      });
+    });
+  });
+  return socket.request(request);
+}
+
 void NetworkNamespace::SetUp() {
   if (unshare(CLONE_NEWNET) < 0)
     GTEST_SKIP() << "no network namespace of its own: " << std::strerror(errno);
@@ -48,15 +61,8 @@ void NetworkNamespace::change(NetlinkRequest& request) {
 
 void NetworkNamespace::addVethPair(std::string const& name, std::string const& peer, bool up,
                                    int ifindex, int peerIndex) {
-  NetlinkRequest request(RTM_NEWLINK, linkHeader(ifindex), NLM_F_CREATE | NLM_F_EXCL);
-  request.putText(IFLA_IFNAME, name).nest(IFLA_LINKINFO, [&](NetlinkRequest& info) {
-    info.putText(IFLA_INFO_KIND, "veth").nest(IFLA_INFO_DATA, [&](NetlinkRequest& data) {
-      data.nest(VETH_INFO_PEER, [&](NetlinkRequest& other) {
-        other.putFixed(linkHeader(peerIndex)).putText(IFLA_IFNAME, peer);
-      });
-    });
-  });
-  change(request);
+  auto const error = makeVethPair(*socket_, name, peer, ifindex, peerIndex);
+  ASSERT_FALSE(error) << error.message() << " " << socket_->lastErrorText();
   if (!up) return;  // and not in the request: a veth whose peer does not exist yet cannot go up
   setAdminUp(name, true);
   setAdminUp(peer, true);

@@ -5,11 +5,16 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "hardware/linux/netlink_socket.h"
 
 namespace Hardware::Linux::Test {
+
+/// Makes a pair of veth links, down. The numbers are chosen by the kernel where they are 0.
+std::error_code makeVethPair(NetlinkSocket& socket, std::string const& name,
+                             std::string const& peer, int ifindex = 0, int peerIndex = 0);
 
 /// A test in a network namespace of its own without IPv6, which goes with its last socket. Skipped,
 /// with the reason, where namespaces are not permitted. Files of /sys still show the first
