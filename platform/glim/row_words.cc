@@ -12,6 +12,8 @@ constexpr std::size_t blockWords = 8;
 // Two lanes; every 64-bit machine that this runs on has registers of this size.
 using Lanes = Word __attribute__((vector_size(16)));
 
+Lanes rotated(Lanes lanes) { return lanes << 23 | lanes >> 41; }
+
 // Members and statements are written out one by one: an array of them would live in memory and cost
 // half the speed.
 class Sums {
@@ -31,14 +33,10 @@ class Sums {
     _a1 += w1;
     _a2 += w2;
     _a3 += w3;
-    _b0 += _a0;
-    _b1 += _a1;
-    _b2 += _a2;
-    _b3 += _a3;
-    _b0 ^= _b0 >> 27;
-    _b1 ^= _b1 >> 27;
-    _b2 ^= _b2 >> 27;
-    _b3 ^= _b3 >> 27;
+    _b0 = rotated(_b0) + _a0;
+    _b1 = rotated(_b1) + _a1;
+    _b2 = rotated(_b2) + _a2;
+    _b3 = rotated(_b3) + _a3;
   }
 
   // Lane pairs are first added with the odd weights 1, 3, 5 and 7, so that a change of one lane

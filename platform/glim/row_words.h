@@ -1,7 +1,7 @@
 // Copies of a row that yield its checksum in the same pass, at close to memory speed.
 //
 // The checksum. Words are taken in blocks of eight, the last one filled up with zeros; each of the
-// eight lanes holds two sums, a and b. For each block: a += word; b += a; b ^= b >> 27. At the end
+// eight lanes holds two sums, a and b. For each block: a += word; b = rotl(b, 23) + a. At the end
 // the lanes are folded into one word. A change of a single word always changes its lane's a; moved,
 // swapped or cancelling changes show in b.
 //
