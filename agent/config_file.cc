@@ -1,0 +1,129 @@
+#include "agent/config_file.h"
+
+#define TOML_EXCEPTIONS 1
+#include <toml++/toml.h>
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <set>
+#include <sstream>
+
+#include "platform/kel/exceptions.h"
+
+namespace Agent {
+namespace {
+
+class Reader {
+ public:
+  explicit Reader(std::string const& path) : _path(path) {}
+
+  ConfigFile read(toml::table const& file) const {
+    ConfigFile config;
+    for (auto const& [key, value] : file) {
+      if (key == "tables") {
+        config.tables = text(value, "a directory");
+      } else if (key == "period") {
+        config.period = seconds(value, kMinPeriod, kMaxPeriod);
+      } else if (key == "interfaces") {
+        config.interfaces = patterns(value);
+      } else if (key == "load-interval") {
+        using Interface::LoadInterval;
+        config.loadInterval = LoadInterval(seconds(value, LoadInterval::kMin, LoadInterval::kMax));
+      } else if (key == "keep-counters") {
+        auto const keep = value.value_exact<bool>();
+        if (!keep) fail(value, "must be true or false");
+        config.keepCounters = *keep;
+      } else if (key == "names") {
+        config.names = names(value);
+      } else {
+        fail(key.source(), std::string(key.str()) +
+                               " is not a setting; there are tables, period, interfaces, "
+                               "load-interval, keep-counters and the section [names]");
+      }
+    }
+    return config;
+  }
+
+  [[noreturn]] void fail(toml::source_region const& where, std::string const& why) const {
+    std::ostringstream out;
+    out << _path << ':' << where.begin.line << ": " << why;
+    throw ConfigError(out.str());
+  }
+
+ private:
+  [[noreturn]] void fail(toml::node const& node, std::string const& why) const {
+    fail(node.source(), why);
+  }
+
+  std::string text(toml::node const& node, char const* what) const {
+    auto const text = node.value_exact<std::string>();
+    if (!text || text->empty()) fail(node, std::string("must be ") + what + " in quotes");
+    return *text;
+  }
+
+  Kel::Seconds seconds(toml::node const& node, double min, double max) const {
+    double const value = node.is_number() ? node.value<double>().value_or(-1.0) : -1.0;
+    if (value >= min && value <= max) return value;  // false for what is not a number
+    std::ostringstream why;
+    why << "must be a number of seconds from " << min << " to " << max;
+    fail(node, why.str());
+  }
+
+  std::vector<std::string> patterns(toml::node const& node) const {
+    auto const* const list = node.as_array();
+    if (list == nullptr || list->empty()) fail(node, "must be a list of patterns, as [\"eth*\"]");
+    std::vector<std::string> all;
+    for (auto const& element : *list) all.push_back(text(element, "a pattern of kernel names"));
+    return all;
+  }
+
+  NameMap names(toml::node const& node) const {
+    auto const* const table = node.as_table();
+    if (table == nullptr) fail(node, "must be a section: [names]");
+    NameMap all;
+    std::set<Pekt::IntfId> given;
+    for (auto const& [kernelName, value] : *table) {
+      Pekt::IntfId const id = ethernetName(value);
+      if (!given.insert(id).second) fail(value, std::string(id.view()) + " is given to two links");
+      all.emplace(std::string(kernelName.str()), id);
+    }
+    return all;
+  }
+
+  Pekt::IntfId ethernetName(toml::node const& node) const {
+    std::string const name = text(node, "a name such as \"Ethernet1/1\"");
+    try {
+      Pekt::IntfId const id(name);
+      if (Pekt::EthIntfId::isEthIntfId(id)) return id;
+    } catch (Kel::RangeException const&) {  // too long for any name
+    }
+    fail(node, "'" + name + "' is not the name of an Ethernet interface, such as Ethernet1/1");
+  }
+
+  std::string const& _path;
+};
+
+}  // namespace
+
+ConfigFile readConfigText(std::string_view text, std::string const& path) {
+  Reader const reader(path);
+  try {
+    return reader.read(toml::parse(text));
+  } catch (toml::parse_error const& error) {
+    reader.fail(error.source(), std::string(error.description()));
+  }
+}
+
+ConfigFile readConfigFile(std::string const& path) {
+  errno = 0;
+  std::ifstream file(path);
+  std::ostringstream text;
+  // Reading, not opening, is what fails on a directory.
+  if (!file || (file.peek() != std::ifstream::traits_type::eof() && !(text << file.rdbuf())) ||
+      file.bad())
+    throw ConfigError("cannot read " + path + ": " + std::strerror(errno != 0 ? errno : EIO));
+  return readConfigText(text.str(), path);
+}
+
+}  // namespace Agent

@@ -1,0 +1,191 @@
+#include "agent/options.h"
+
+#include <CLI/CLI.hpp>
+#include <charconv>
+#include <filesystem>
+#include <sstream>
+
+#include "agent/config_file.h"
+#include "platform/interface/table_directory_default.h"
+
+namespace Agent {
+namespace {
+
+constexpr char const* kProgram = "oru-agentd";
+constexpr char const* kAbout =
+    "Keeps the traffic counters of this machine's Ethernet interfaces current, in tables in shared "
+    "memory that oru-counters shows.";
+constexpr char const* kEpilogue =
+    "Examples:\n"
+    "  oru-agentd                              every Ethernet link of this machine\n"
+    "  oru-agentd --interfaces 'eth*' swp1     only some of them\n"
+    "  oru-agentd --chip simulated --ports 8   no hardware needed\n"
+    "SIGTERM and SIGINT end it; the tables stay, and the next agent counts on from them.\n"
+    "Exit status: 0 ended by a signal, 1 could not run, 2 asked for what cannot be.";
+
+template <class Number>
+std::optional<Number> number(std::string const& text) {
+  Number value{};
+  auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return value;
+}
+
+// CLI11's form of a check: the answer is what is wrong, or nothing. It comes before CLI11's own
+// conversion, which lets through more than a user means ("nan", "0x10").
+template <class Number>
+CLI::Validator within(Number min, Number max, char const* what) {
+  return CLI::Validator(
+      [=](std::string& text) {
+        auto const value = number<Number>(text);
+        if (value && *value >= min && *value <= max) return std::string();
+        std::ostringstream why;
+        why << "'" << text << "' is not " << what << " from " << min << " to " << max;
+        return why.str();
+      },
+      "");
+}
+
+Finished refused(std::string const& why) {
+  return {2, "", std::string(kProgram) + ": " + why + "\nTry '" + kProgram + " --help'.\n"};
+}
+
+// What was given on the command line, or in the environment.
+struct CommandLine {
+  Options values;
+  double loadInterval = 0.0;
+  std::string traceLevels;
+  std::string configPath;
+  CLI::App app{kAbout, kProgram};
+
+  CLI::Option* tables = nullptr;
+  CLI::Option* period = nullptr;
+  CLI::Option* interfaces = nullptr;
+  CLI::Option* averaging = nullptr;
+  CLI::Option* keep = nullptr;
+  CLI::Option* ports = nullptr;
+  CLI::Option* seed = nullptr;
+
+  CommandLine() {
+    using Interface::LoadInterval;
+    values.tables = Interface::kTableDirectory;
+    app.set_version_flag("--version", std::string(kProgram) + " " + ORU_VERSION,
+                         "Print the version and end");
+    app.set_help_flag("-h,--help", "Print this and end");
+    app.footer(kEpilogue);
+
+    tables = app.add_option("--tables", values.tables,
+                            "Directory of the tables, on a tmpfs; made if it is missing")
+                 ->type_name("DIR")
+                 ->envname(Interface::kTableDirectoryVariable)
+                 ->capture_default_str();
+    period = app.add_option("--period", values.period, "Time between two polls, 0.05 to 3600")
+                 ->type_name("SECONDS")
+                 ->check(within(kMinPeriod, kMaxPeriod, "a number of seconds"))
+                 ->capture_default_str();
+    interfaces =
+        app.add_option("--interfaces", values.interfaces,
+                       "Count only links whose kernel name matches one of these")
+            ->type_name("GLOB...")
+            ->expected(1, -1)
+            ->check([](std::string const& glob) {
+              return glob.empty() ? std::string("an empty pattern matches no link") : std::string();
+            });
+    averaging = app.add_option("--load-interval", loadInterval,
+                               "Time over which rates are averaged, 1 to 600 [300]")
+                    ->type_name("SECONDS")
+                    ->check(within(LoadInterval::kMin, LoadInterval::kMax, "a number of seconds"));
+    keep = app.add_flag("--keep-counters", values.keepCounters,
+                        "Keep the counters of links that went");
+    app.add_option("--config", configPath, "Settings in a TOML file; options count before them")
+        ->type_name("FILE");
+    app.add_option("--trace", traceLevels,
+                   "Trace levels, such as 7,8 or 6-8, go to standard error: 8 every handler and "
+                   "poll, 7 pollers made and deleted, 6 rows made, 1 errors (always on)")
+        ->type_name("LEVELS")
+        ->check([](std::string const& text) {
+          return readTraceLevels(text) ? std::string()
+                                       : "'" + text + "' is no list of levels from 0 to 31";
+        });
+    app.add_option("--chip", values.chip, "Where counters come from: linux or simulated [linux]")
+        ->type_name("CHIP")
+        ->transform(CLI::CheckedTransformer(std::map<std::string, ChipKind>{
+            {"linux", ChipKind::kernel}, {"simulated", ChipKind::simulated}}))
+        ->option_text("CHIP");
+    ports = app.add_option("--ports", values.ports, "Ports of the simulated chip, 1 to 4096")
+                ->type_name("N")
+                ->check(within(std::uint32_t{1}, kMaxPorts, "a number of ports"))
+                ->capture_default_str();
+    seed = app.add_option("--seed", values.seed, "Seed of the simulated traffic")
+               ->type_name("N")
+               ->check(within(std::uint64_t{0}, ~std::uint64_t{0}, "a number"))
+               ->capture_default_str();
+    // An option given again counts, as where a script puts its own first.
+    for (CLI::Option* const option : app.get_options())
+      if (option->get_expected_max() == 1 && !option->get_name().empty()) option->take_last();
+  }
+};
+
+template <class T>
+void fill(CLI::Option const* given, std::optional<T> const& fromFile, T& value) {
+  if (given->count() == 0 && fromFile) value = *fromFile;
+}
+
+}  // namespace
+
+std::optional<unsigned> readTraceLevels(std::string const& text) {
+  unsigned levels = 0;
+  std::size_t start = 0;
+  while (start <= text.size()) {
+    std::size_t const end = std::min(text.find(',', start), text.size());
+    std::string const part = text.substr(start, end - start);
+    std::size_t const dash = part.find('-');
+    auto const from = number<unsigned>(part.substr(0, dash));
+    auto const to = dash == std::string::npos ? from : number<unsigned>(part.substr(dash + 1));
+    if (!from || !to || *from > *to || *to > 31) return std::nullopt;
+    for (unsigned level = *from; level <= *to; ++level) levels |= 1u << level;
+    start = end + 1;
+  }
+  return levels;
+}
+
+std::variant<Options, Finished> readOptions(int argc, char const* const* argv) {
+  CommandLine line;
+  try {
+    line.app.parse(argc, argv);
+  } catch (CLI::Success const& success) {
+    std::ostringstream out, err;
+    line.app.exit(success, out, err);
+    return Finished{0, out.str(), err.str()};
+  } catch (CLI::ParseError const& error) {
+    return refused(error.what());
+  }
+  Options options = line.values;
+  if (options.chip != ChipKind::simulated) {
+    for (CLI::Option const* const option : {line.ports, line.seed})
+      if (option->count() != 0) return refused(option->get_name() + " needs --chip simulated");
+  } else if (line.interfaces->count() != 0) {
+    return refused("--interfaces chooses links of this machine; the simulated chip has none");
+  }
+  if (line.averaging->count() != 0)
+    options.loadInterval = Interface::LoadInterval(line.loadInterval);
+  options.traceLevels = readTraceLevels(line.traceLevels).value_or(0);
+  if (!line.configPath.empty()) {
+    try {
+      ConfigFile const file = readConfigFile(line.configPath);
+      fill(line.tables, file.tables, options.tables);
+      fill(line.period, file.period, options.period);
+      fill(line.interfaces, file.interfaces, options.interfaces);
+      fill(line.averaging, file.loadInterval, options.loadInterval);
+      fill(line.keep, file.keepCounters, options.keepCounters);
+      options.names = file.names;
+    } catch (ConfigError const& error) {
+      return refused(error.what());
+    }
+  }
+  if (options.tables.empty()) return refused("--tables: no directory was given");
+  options.tables = std::filesystem::absolute(options.tables).lexically_normal().string();
+  return options;
+}
+
+}  // namespace Agent

@@ -1,0 +1,53 @@
+// What the operator asks of the agent: the command line, the environment and the configuration
+// file, checked and put together. The command line counts before the environment, that before the
+// file, and that before the defaults.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "platform/interface/rates.h"
+#include "platform/kel/system.h"
+#include "platform/pekt/intf_id.h"
+
+namespace Agent {
+
+enum class ChipKind : std::uint8_t { kernel, simulated };
+
+// Chosen names of links: kernel name to interface.
+using NameMap = std::map<std::string, Pekt::IntfId>;
+
+inline constexpr Kel::Seconds kMinPeriod = 0.05, kMaxPeriod = 3600.0, kDefaultPeriod = 2.0;
+inline constexpr std::uint32_t kMaxPorts = 4096, kDefaultPorts = 32;
+
+struct Options {
+  std::string tables;                    // the directory of the tables
+  Kel::Seconds period = kDefaultPeriod;  // between two polls of an interface
+  std::vector<std::string> interfaces;   // patterns of kernel names; empty: every Ethernet link
+  Interface::LoadInterval loadInterval;  // over which rates are averaged
+  bool keepCounters = false;             // rows of links that went stay
+  NameMap names;
+  unsigned traceLevels = 0;  // one bit a level
+  ChipKind chip = ChipKind::kernel;
+  std::uint32_t ports = kDefaultPorts;  // of the simulated chip
+  std::uint64_t seed = 1;               // of the simulated chip's traffic
+};
+
+// The program has nothing more to do: it was asked for help, or for what cannot be.
+struct Finished {
+  int status = 0;   // 0, or 2 when something asked for is wrong
+  std::string out;  // for standard output
+  std::string err;  // for standard error
+};
+
+// Reads the file named by --config too. ORU_TABLES is the only variable looked at.
+std::variant<Options, Finished> readOptions(int argc, char const* const* argv);
+
+// "7", "7,8", "6-8" or any mix, as one bit a level; no value if it is anything else.
+std::optional<unsigned> readTraceLevels(std::string const& text);
+
+}  // namespace Agent

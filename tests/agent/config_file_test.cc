@@ -1,0 +1,108 @@
+#include "agent/config_file.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace Agent {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+std::string errorOf(std::string const& text) {
+  try {
+    readConfigText(text, "agentd.toml");
+  } catch (ConfigError const& error) {
+    return error.what();
+  }
+  return "no error";
+}
+
+TEST(ConfigFile, EmptySetsNothing) {
+  ConfigFile const file = readConfigText("", "agentd.toml");
+  EXPECT_FALSE(file.tables || file.period || file.interfaces || file.loadInterval ||
+               file.keepCounters);
+  EXPECT_TRUE(file.names.empty());
+}
+
+TEST(ConfigFile, ReadsEverySetting) {
+  ConfigFile const file = readConfigText(
+      "tables = '/run/oru'\n"
+      "period = 0.5\n"
+      "interfaces = ['eth*', 'swp1']\n"
+      "load-interval = 30\n"
+      "keep-counters = true\n"
+      "[names]\n"
+      "eth0 = 'Ethernet1/1'\n"
+      "\"lan.7\" = 'Ethernet7'\n",
+      "agentd.toml");
+  EXPECT_EQ(file.tables, "/run/oru");
+  EXPECT_EQ(file.period, 0.5);
+  EXPECT_THAT(*file.interfaces, ElementsAre("eth*", "swp1"));
+  EXPECT_EQ(file.loadInterval, Interface::LoadInterval(30.0));
+  EXPECT_EQ(file.keepCounters, true);
+  EXPECT_EQ(file.names, (NameMap{{"eth0", "Ethernet1/1"}, {"lan.7", "Ethernet7"}}));
+}
+
+TEST(ConfigFile, AWholeNumberOfSecondsIsANumber) {
+  EXPECT_EQ(readConfigText("period = 5", "agentd.toml").period, 5.0);
+}
+
+TEST(ConfigFile, NamesTheLineOfASettingThatItDoesNotKnow) {
+  EXPECT_THAT(errorOf("period = 1\nperoid = 2\n"),
+              StartsWith("agentd.toml:2: peroid is not a setting"));
+}
+
+TEST(ConfigFile, NamesTheLineOfWhatIsNotToml) {
+  EXPECT_THAT(errorOf("period = 1\nperiod 2\n"), StartsWith("agentd.toml:2: "));
+}
+
+TEST(ConfigFile, RefusesAPeriodOutOfBounds) {
+  for (char const* const period : {"0", "0.049", "3600.1", "-1", "nan", "inf", "'1'", "true"}) {
+    EXPECT_THAT(errorOf(std::string("period = ") + period),
+                HasSubstr("must be a number of seconds from 0.05 to 3600"))
+        << period;
+  }
+}
+
+TEST(ConfigFile, RefusesALoadIntervalOutOfBounds) {
+  EXPECT_THAT(errorOf("load-interval = 601"), HasSubstr("from 1 to 600"));
+}
+
+TEST(ConfigFile, RefusesInterfacesThatAreNoList) {
+  EXPECT_THAT(errorOf("interfaces = 'eth*'"), HasSubstr("must be a list"));
+  EXPECT_THAT(errorOf("interfaces = []"), HasSubstr("must be a list"));
+  EXPECT_THAT(errorOf("interfaces = [7]"), HasSubstr("in quotes"));
+}
+
+TEST(ConfigFile, RefusesAFlagThatIsNotTrueOrFalse) {
+  EXPECT_THAT(errorOf("keep-counters = 1"), HasSubstr("true or false"));
+}
+
+TEST(ConfigFile, RefusesANameThatIsNotOfAnEthernetInterface) {
+  for (char const* const name : {"eth0", "Vlan7", "Ethernet", "Ethernet01", ""})
+    EXPECT_THAT(errorOf(std::string("[names]\neth0 = '") + name + "'\n"),
+                StartsWith("agentd.toml:2: "))
+        << name;
+  EXPECT_THAT(errorOf("[names]\neth0 = '" + std::string(100, '1') + "'\n"),
+              HasSubstr("is not the name of an Ethernet interface"));
+}
+
+TEST(ConfigFile, RefusesANameThatIsGivenTwice) {
+  EXPECT_EQ(errorOf("[names]\neth0 = 'Ethernet1'\neth1 = 'Ethernet1'\n"),
+            "agentd.toml:3: Ethernet1 is given to two links");
+}
+
+TEST(ConfigFile, SaysWhyAFileCannotBeRead) {
+  try {
+    readConfigFile("/nonexistent/agentd.toml");
+    FAIL() << "it was read";
+  } catch (ConfigError const& error) {
+    EXPECT_STREQ(error.what(), "cannot read /nonexistent/agentd.toml: No such file or directory");
+  }
+  EXPECT_THROW(readConfigFile("/"), ConfigError);
+}
+
+}  // namespace
+}  // namespace Agent

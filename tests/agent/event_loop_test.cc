@@ -1,0 +1,167 @@
+#include "agent/event_loop.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <array>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <vector>
+
+namespace Agent {
+namespace {
+
+// A descriptor that has something to be read from the start.
+class Full {
+ public:
+  Full() {
+    std::array<int, 2> ends{};
+    EXPECT_EQ(::pipe(ends.data()), 0);
+    _read = Glim::FileDescriptor(ends[0]);
+    _write = Glim::FileDescriptor(ends[1]);
+    fill();
+  }
+  void fill() { EXPECT_EQ(::write(_write.get(), "x", 1), 1); }
+  void empty() {
+    char byte = 0;
+    EXPECT_EQ(::read(_read.get(), &byte, 1), 1);
+  }
+  int fd() const { return _read.get(); }
+
+ private:
+  Glim::FileDescriptor _read, _write;
+};
+
+constexpr Kel::Seconds kForever = 1e9;
+
+TEST(EventLoop, TakesTheFirstTurnAtOnce) {
+  EventLoop sut;
+  int turns = 0;
+  sut.run([&] {
+    ++turns;
+    sut.stop();
+    return kForever;
+  });
+  EXPECT_EQ(turns, 1);
+}
+
+TEST(EventLoop, TakesAnotherTurnWhenTheTimeIsUp) {
+  EventLoop sut;
+  int turns = 0;
+  sut.run([&] {
+    if (++turns == 3) sut.stop();
+    return 0.001;
+  });
+  EXPECT_EQ(turns, 3);
+}
+
+TEST(EventLoop, CallsTheHandlerOfAReadableDescriptorBeforeTheTurn) {
+  EventLoop sut;
+  Full full;
+  std::string order;
+  sut.readableIs(full.fd(), [&] {
+    full.empty();
+    order += 'h';
+  });
+  int turns = 0;
+  sut.run([&] {
+    order += 't';
+    if (++turns == 2) sut.stop();
+    return 0.0;
+  });
+  EXPECT_EQ(order, "htt");
+}
+
+TEST(EventLoop, IsWokenByADescriptorWhileItSleeps) {
+  EventLoop sut;
+  Full full;
+  full.empty();
+  sut.readableIs(full.fd(), [&] { sut.stop(); });
+  sut.run([&] {
+    full.fill();
+    return kForever;
+  });
+  SUCCEED() << "it came back";
+}
+
+TEST(EventLoop, StopInAHandlerLeavesTheTurnOut) {
+  EventLoop sut;
+  Full full;
+  sut.readableIs(full.fd(), [&] { sut.stop(); });
+  int turns = 0;
+  sut.run([&] { return ++turns, kForever; });
+  EXPECT_EQ(turns, 0);
+}
+
+TEST(EventLoop, ADroppedDescriptorIsNotHeeded) {
+  EventLoop sut;
+  Full full;
+  bool called = false;
+  sut.readableIs(full.fd(), [&] { called = true; });
+  sut.readableDel(full.fd());
+  sut.run([&] {
+    sut.stop();
+    return kForever;
+  });
+  EXPECT_FALSE(called);
+}
+
+TEST(EventLoop, AHandlerMayDropItselfAndItsNeighbour) {
+  EventLoop sut;
+  Full one, other;
+  int calls = 0;
+  auto const dropBoth = [&, text = std::string("held by the handler itself")] {
+    sut.readableDel(one.fd());
+    sut.readableDel(other.fd());
+    if (!text.empty()) ++calls;
+  };
+  sut.readableIs(one.fd(), dropBoth);
+  sut.readableIs(other.fd(), dropBoth);
+  int turns = 0;
+  sut.run([&] {
+    if (++turns == 2) sut.stop();
+    return 0.0;
+  });
+  EXPECT_EQ(calls, 1);
+}
+
+TEST(EventLoop, TheHandlerSetLastCounts) {
+  EventLoop sut;
+  Full full;
+  std::vector<int> called;
+  sut.readableIs(full.fd(), [&] { called.push_back(1); });
+  sut.readableIs(full.fd(), [&] {
+    called.push_back(2);
+    sut.stop();
+  });
+  sut.run([&] { return kForever; });
+  EXPECT_EQ(called, std::vector<int>{2});
+}
+
+TEST(EventLoop, AnExceptionOfTheTurnLeavesIt) {
+  EventLoop sut;
+  EXPECT_THROW(sut.run([]() -> Kel::Seconds { throw std::runtime_error("no"); }),
+               std::runtime_error);
+}
+
+TEST(EventLoop, CanBeRunAgainAfterAStop) {
+  EventLoop sut;
+  int turns = 0;
+  auto const once = [&] {
+    ++turns;
+    sut.stop();
+    return kForever;
+  };
+  sut.run(once);
+  sut.run(once);
+  EXPECT_EQ(turns, 2);
+}
+
+TEST(EventLoop, ADescriptorThatCannotBeWatchedIsAnError) {
+  EventLoop sut;
+  EXPECT_THROW(sut.readableIs(-1, [] {}), std::system_error);
+}
+
+}  // namespace
+}  // namespace Agent
