@@ -1,0 +1,362 @@
+// The top-level state machine of the counters.
+#pragma once
+
+#include <cstdint>
+
+#include "counters/pollers/helper.h"
+#include "platform/interface/intf_dirs.h"
+#include "platform/interface/writer_status.h"
+#include "platform/kel/clock.h"
+#include "platform/kel/dir.h"
+#include "platform/kel/hash_map.h"
+#include "platform/oru/base_sm.h"
+#include "platform/oru/common_sm_data.h"
+#include "platform/oru/counters_cli_config.h"
+#include "platform/oru/hw_cli_config.h"
+#include "platform/qos/policy_map_status.h"
+
+namespace Glim::Interface {
+class AllDropCounterDir;
+}
+namespace Interface {
+class AllEthIntfCounterGlim;
+class AllVlanIntfCounterGlim;
+namespace QueueCounter {
+class AllIntfQueueCounters;
+}
+}  // namespace Interface
+namespace OruTypes {
+// The kinds of counter that a forced update names.
+enum class CounterType : std::uint32_t {
+  queue = 0,
+  port = 1,
+  cpuPort = 2,
+  vlanIntf = 3,
+  vlan = 4,      // has no poller here
+  snapshot = 5,  // has no poller here
+  aclDrop = 6,
+};
+std::ostream& operator<<(std::ostream& out, CounterType type);
+std::istream& operator>>(std::istream& in, CounterType& type);
+}  // namespace OruTypes
+
+namespace Oru::Counters {
+
+class PortCountersSm;
+
+// Keeps one poller per interface and kind of counter, for the interfaces that
+// the agent serves, and their rows in the counter tables.
+//
+//   auto counters = Oru::Counters::countersSmFactory(ocsd, …);   // eighteen inputs
+//   counters->writerConfigIs(…);                                 // and the rest of the setters
+//   counters->counterPollPeriodIs(5.0);
+//   counters->initializedIs(true);
+//
+// From then on it runs by itself, on the agent's thread: every notification of
+// its inputs is handled when it arrives, one key at a time. Each handler decides
+// afresh from the state of the inputs and keeps no memory of its own beyond the
+// collections. Before it is initialized, no handler makes a poller.
+//
+// Destroying it deletes the pollers and leaves rows and writer status as they
+// are: only the deletion of an interface removes those.
+class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
+ public:
+  // Any input may be null; nothing is then heard of it.
+  CountersSm(
+      Kel::Ptr<OruCommonSmData> const& ocsd,
+      Kel::Ptr<Interface::AllEthPhyIntfConfigDir const> const& ethPhyIntfConfigDir,
+      Kel::Ptr<Interface::AllEthPhyIntfStatusDir const> const& ethPhyIntfStatusDir,
+      Kel::Ptr<CliConfig> const& cliCounterConfig,
+      Kel::Ptr<OruHelper::OruHelperCountersSm> const& platformHelper,
+      Kel::Ptr<Interface::GlobalIntfConfig const> const& globalIntfConfig,
+      Kel::Ptr<HwCliConfig const> const& cliConfig,
+      Kel::Ptr<Qos::SliceHwStatus> const& qosSliceHwStatus,
+      Kel::Ptr<Kel::Dir> const& qosSliceHwStatusDir,
+      Kel::Ptr<Qos::AclSliceHwStatus> const& qosAclSliceHwStatus,
+      Kel::Ptr<Kel::Dir> const& qosAclSliceHwStatusDir,
+      Kel::Ptr<Interface::VlanIntfConfigDir const> const& vlanIntfConfigDir,
+      Kel::Ptr<Interface::VlanIntfStatusDir const> const& vlanIntfStatusDir,
+      Kel::Ptr<Glim::Interface::AllDropCounterDir> const& intfAclDropCountersDir,
+      Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> const& allIntfQueueCounters,
+      Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> const& allIntfClearQueueCounters,
+      Kel::Ptr<Interface::AllEthIntfCounterGlim> const& allIntfCounters,
+      Kel::Ptr<Interface::AllEthIntfCounterGlim> const& allIntfClearCounters);
+  ~CountersSm() override;
+
+  // Makes the object with its notifications on; the parameters are the constructor's.
+  static Kel::Ptr<CountersSm> CountersSmIs(
+      Kel::Ptr<OruCommonSmData> const& ocsd,
+      Kel::Ptr<Interface::AllEthPhyIntfConfigDir const> const& ethPhyIntfConfigDir,
+      Kel::Ptr<Interface::AllEthPhyIntfStatusDir const> const& ethPhyIntfStatusDir,
+      Kel::Ptr<CliConfig> const& cliCounterConfig,
+      Kel::Ptr<OruHelper::OruHelperCountersSm> const& platformHelper,
+      Kel::Ptr<Interface::GlobalIntfConfig const> const& globalIntfConfig,
+      Kel::Ptr<HwCliConfig const> const& cliConfig,
+      Kel::Ptr<Qos::SliceHwStatus> const& qosSliceHwStatus,
+      Kel::Ptr<Kel::Dir> const& qosSliceHwStatusDir,
+      Kel::Ptr<Qos::AclSliceHwStatus> const& qosAclSliceHwStatus,
+      Kel::Ptr<Kel::Dir> const& qosAclSliceHwStatusDir,
+      Kel::Ptr<Interface::VlanIntfConfigDir const> const& vlanIntfConfigDir,
+      Kel::Ptr<Interface::VlanIntfStatusDir const> const& vlanIntfStatusDir,
+      Kel::Ptr<Glim::Interface::AllDropCounterDir> const& intfAclDropCountersDir,
+      Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> const& allIntfQueueCounters,
+      Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> const& allIntfClearQueueCounters,
+      Kel::Ptr<Interface::AllEthIntfCounterGlim> const& allIntfCounters,
+      Kel::Ptr<Interface::AllEthIntfCounterGlim> const& allIntfClearCounters);
+
+  // Slots, in contract order. A platform may derive and override the handlers.
+  void handleInitialized() override;
+  virtual void handleIntf(Pekt::IntfId intfId);
+  virtual void doClearCounters(Kel::String request);
+  virtual void handleCpuIntf(Pekt::IntfId intf);
+  virtual Kel::Ptr<OruCommonSmData> reactOcsdDel();
+  virtual void reactOcsdIs(Kel::Ptr<OruCommonSmData> const& ocsd);
+  virtual void ethIntfCounterWriterStatusIs(
+      Kel::Ptr<Interface::EthIntfCounterWriterStatus> const& status);
+  virtual Kel::Ptr<Interface::AllEthPhyIntfConfigDir const> ethPhyIntfConfigDirDel();
+  virtual void ethPhyIntfConfigDirIs(Kel::Ptr<Interface::AllEthPhyIntfConfigDir const> const& dir);
+  virtual Kel::Ptr<Interface::AllEthPhyIntfStatusDir const> ethPhyIntfStatusDirDel();
+  virtual void ethPhyIntfStatusDirIs(Kel::Ptr<Interface::AllEthPhyIntfStatusDir const> const& dir);
+  virtual Kel::Ptr<HwCliConfig const> cliConfigDel();
+  virtual void cliConfigIs(Kel::Ptr<HwCliConfig const> const& config);
+  virtual Kel::Ptr<Qos::SliceHwStatus> qosSliceHwStatusDel();
+  virtual void qosSliceHwStatusIs(Kel::Ptr<Qos::SliceHwStatus> const& status);
+  virtual Kel::Ptr<Kel::Dir> qosSliceHwStatusDirDel();
+  virtual void qosSliceHwStatusDirIs(Kel::Ptr<Kel::Dir> const& dir);
+  virtual Kel::Ptr<Qos::AclSliceHwStatus> qosAclSliceHwStatusDel();
+  virtual void qosAclSliceHwStatusIs(Kel::Ptr<Qos::AclSliceHwStatus> const& status);
+  virtual Kel::Ptr<Kel::Dir> qosAclSliceHwStatusDirDel();
+  virtual void qosAclSliceHwStatusDirIs(Kel::Ptr<Kel::Dir> const& dir);
+  virtual Kel::Ptr<Interface::VlanIntfConfigDir const> vlanIntfConfigDirDel();
+  virtual void vlanIntfConfigDirIs(Kel::Ptr<Interface::VlanIntfConfigDir const> const& dir);
+  virtual Kel::Ptr<Interface::VlanIntfStatusDir const> vlanIntfStatusDirDel();
+  virtual void vlanIntfStatusDirIs(Kel::Ptr<Interface::VlanIntfStatusDir const> const& dir);
+
+  // --- Handlers ---
+
+  // Ethernet interfaces: a present one (served by this agent, with configuration
+  // and status) has rows, writer status and pollers; an absent one loses them.
+  // The keyless form visits the interfaces that the agent's common data lists.
+  void handleIntf();
+  void handleCpuIntf();
+  void handleVlanIntf(Pekt::IntfId vlanIntfId);
+  void handleVlanIntf();
+  void handlePolicyMapType(Qos::MapType type);
+  void handlePolicyMapType();
+  void handleDynamicPolicyMapType(Qos::MapType type);
+  void handleDynamicPolicyMapType();
+  // Look the named slice status up; change nothing.
+  void handleQosSliceHwStatusDir(Kel::Name name);
+  void handleQosAclSliceHwStatusDir(Kel::Name name);
+  // Makes one poller read its counters now; does nothing where there is none.
+  // REQUIRES: type is neither 4 nor 5.
+  void updateCounters(OruTypes::CounterType type, Pekt::IntfId intf);
+
+  // --- Inputs ---
+
+  Kel::Ptr<Interface::AllEthPhyIntfConfigDir const> ethPhyIntfConfigDir() const {
+    return _ethPhyIntfConfigDir.notifier();
+  }
+  Kel::Ptr<Interface::AllEthPhyIntfStatusDir const> ethPhyIntfStatusDir() const {
+    return _ethPhyIntfStatusDir.notifier();
+  }
+  Kel::Ptr<CliConfig> const& cliCounterConfig() const { return _cliCounterConfig; }
+  Kel::Ptr<OruHelper::OruHelperCountersSm> const& platformHelper() const { return _platformHelper; }
+  Kel::Ptr<Interface::GlobalIntfConfig const> const& globalIntfConfig() const {
+    return _globalIntfConfig;
+  }
+  Kel::Ptr<HwCliConfig const> cliConfig() const { return _cliConfig.notifier(); }
+  Kel::Ptr<Qos::SliceHwStatus> qosSliceHwStatus() const { return _qosSliceHwStatus.notifier(); }
+  Kel::Ptr<Kel::Dir> qosSliceHwStatusDir() const { return _qosSliceHwStatusDir.notifier(); }
+  Kel::Ptr<Qos::AclSliceHwStatus> qosAclSliceHwStatus() const {
+    return _qosAclSliceHwStatus.notifier();
+  }
+  Kel::Ptr<Kel::Dir> qosAclSliceHwStatusDir() const { return _qosAclSliceHwStatusDir.notifier(); }
+  Kel::Ptr<Interface::VlanIntfConfigDir const> vlanIntfConfigDir() const {
+    return _vlanIntfConfigDir.notifier();
+  }
+  Kel::Ptr<Interface::VlanIntfStatusDir const> vlanIntfStatusDir() const {
+    return _vlanIntfStatusDir.notifier();
+  }
+  Kel::Ptr<OruCommonSmData> reactOcsd() const { return _reactOcsd.notifier(); }
+
+  Kel::Ptr<Glim::Interface::AllDropCounterDir> const& intfAclDropCountersDir() const {
+    return _intfAclDropCountersDir;
+  }
+  Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> const& allIntfQueueCounters() const {
+    return _allIntfQueueCounters;
+  }
+  Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> const& allIntfClearQueueCounters() const {
+    return _allIntfClearQueueCounters;
+  }
+  Kel::Ptr<Interface::AllEthIntfCounterGlim> const& allIntfCounters() const {
+    return _allIntfCounters;
+  }
+  Kel::Ptr<Interface::AllEthIntfCounterGlim> const& allIntfClearCounters() const {
+    return _allIntfClearCounters;
+  }
+
+  // --- Set by the agent after construction; setters only store ---
+
+  // Interfaces for which queue counters are written.
+  Kel::Ptr<Interface::QueueCounter::WriterConfig> const& writerConfig() const {
+    return _writerConfig;
+  }
+  void writerConfigIs(Kel::Ptr<Interface::QueueCounter::WriterConfig> const& config) {
+    _writerConfig = config;
+  }
+  // REQUIRES: set whenever allIntfCounters is, before the first interface is handled.
+  Kel::Ptr<Interface::EthIntfCounterWriterStatus> const& ethIntfCounterWriterStatus() const {
+    return _ethIntfCounterWriterStatus;
+  }
+  Kel::Ptr<Interface::AclDropConfig> const& aclDropConfig() const { return _aclDropConfig; }
+  void aclDropConfigIs(Kel::Ptr<Interface::AclDropConfig> const& config) {
+    _aclDropConfig = config;
+  }
+  Kel::Ptr<Interface::AllVlanIntfCounterGlim> const& allVlanIntfCounters() const {
+    return _allVlanIntfCounters;
+  }
+  void allVlanIntfCountersIs(Kel::Ptr<Interface::AllVlanIntfCounterGlim> const& table);
+  Kel::Ptr<Interface::VlanIntfCounterWriterStatus> const& vlanIntfCounterWriterStatus() const {
+    return _vlanIntfCounterWriterStatus;
+  }
+  void vlanIntfCounterWriterStatusIs(
+      Kel::Ptr<Interface::VlanIntfCounterWriterStatus> const& status) {
+    _vlanIntfCounterWriterStatus = status;
+  }
+  // Seconds; for pollers made from now on. Existing ones keep what they have.
+  Kel::Seconds counterPollPeriod() const { return _counterPollPeriod; }
+  void counterPollPeriodIs(double const& period) { _counterPollPeriod = period; }
+
+  // --- Owned pollers ---
+
+  // Finds the port's poller, which must have been made with these arguments
+  // (Throws Kel::NameInUseException otherwise), or makes it; those of its constructor.
+  Kel::Ptr<PortCountersSm> portCountersSmIs(
+      Kel::Ptr<OruCommonSmData> const& ocsd, Pekt::IntfId intfId,
+      Kel::Ptr<CliConfig const> const& cliCounterConfig, Kel::Ptr<Kel::Clock const> const& clock,
+      Kel::Ptr<Interface::EthPhyIntfConfig const> const& ethPhyIntfConfig,
+      Kel::Ptr<Interface::EthPhyIntfStatus const> const& ethPhyIntfStatus,
+      Kel::Ptr<OruHelper::OruHelperCountersSm> const& platformHelper,
+      Kel::Ptr<Interface::GlobalIntfConfig const> const& globalIntfConfig,
+      Kel::Ptr<Interface::AllEthIntfCounterGlim> const& allIntfCounters,
+      Kel::Ptr<Interface::AllEthIntfCounterGlim> const& allIntfClearCounters);
+  Kel::Ptr<PortCountersSm> portCountersSm(Pekt::IntfId const& intfId) const;
+  Kel::HashMap<PortCountersSm, Pekt::IntfId> const& portCountersSm() const {
+    return _portCountersSm;
+  }
+  void portCountersSmDel(Pekt::IntfId const& intfId);
+  void portCountersSmDelAll();
+
+  static constexpr auto kelDescription() {
+    using Sm = CountersSm;
+    return Kel::describe(
+        "Oru::Counters::CountersSm", Kel::parameter("ocsd", &Sm::ocsd),
+        Kel::watchedParameter("ethPhyIntfConfigDir", &Sm::_ethPhyIntfConfigDir),
+        Kel::watchedParameter("ethPhyIntfStatusDir", &Sm::_ethPhyIntfStatusDir),
+        Kel::parameter("cliCounterConfig", &Sm::_cliCounterConfig),
+        Kel::parameter("platformHelper", &Sm::_platformHelper),
+        Kel::parameter("globalIntfConfig", &Sm::_globalIntfConfig),
+        Kel::watchedParameter("cliConfig", &Sm::_cliConfig),
+        Kel::watchedParameter("qosSliceHwStatus", &Sm::_qosSliceHwStatus),
+        Kel::watchedParameter("qosSliceHwStatusDir", &Sm::_qosSliceHwStatusDir),
+        Kel::watchedParameter("qosAclSliceHwStatus", &Sm::_qosAclSliceHwStatus),
+        Kel::watchedParameter("qosAclSliceHwStatusDir", &Sm::_qosAclSliceHwStatusDir),
+        Kel::watchedParameter("vlanIntfConfigDir", &Sm::_vlanIntfConfigDir),
+        Kel::watchedParameter("vlanIntfStatusDir", &Sm::_vlanIntfStatusDir),
+        Kel::parameter("intfAclDropCountersDir", &Sm::_intfAclDropCountersDir),
+        Kel::parameter("allIntfQueueCounters", &Sm::_allIntfQueueCounters),
+        Kel::parameter("allIntfClearQueueCounters", &Sm::_allIntfClearQueueCounters),
+        Kel::parameter("allIntfCounters", &Sm::_allIntfCounters),
+        Kel::parameter("allIntfClearCounters", &Sm::_allIntfClearCounters),
+        Kel::watched("reactOcsd", &Sm::_reactOcsd), Kel::value("writerConfig", &Sm::writerConfig),
+        Kel::value("ethIntfCounterWriterStatus", &Sm::ethIntfCounterWriterStatus),
+        Kel::value("aclDropConfig", &Sm::aclDropConfig),
+        Kel::value("allVlanIntfCounters", &Sm::allVlanIntfCounters),
+        Kel::value("vlanIntfCounterWriterStatus", &Sm::vlanIntfCounterWriterStatus),
+        Kel::value("counterPollPeriod", &Sm::counterPollPeriod, &Sm::counterPollPeriodIs),
+        Kel::value("initialized", &Sm::initialized, &Sm::initializedIs),
+        Kel::collection("portCountersSm", &Sm::_portCountersSm),
+        Kel::operation("handleInitialized", &Sm::handleInitialized),
+        Kel::operation<Pekt::IntfId>("handleIntf", &Sm::handleIntf),
+        Kel::operation<Kel::String>("doClearCounters", &Sm::doClearCounters),
+        Kel::operation<Pekt::IntfId>("handleCpuIntf", &Sm::handleCpuIntf),
+        Kel::operation<Pekt::IntfId>("handleVlanIntf", &Sm::handleVlanIntf),
+        Kel::operation<Qos::MapType>("handlePolicyMapType", &Sm::handlePolicyMapType),
+        Kel::operation<Qos::MapType>("handleDynamicPolicyMapType", &Sm::handleDynamicPolicyMapType),
+        Kel::operation("handleQosSliceHwStatusDir", &Sm::handleQosSliceHwStatusDir),
+        Kel::operation("handleQosAclSliceHwStatusDir", &Sm::handleQosAclSliceHwStatusDir),
+        Kel::operation("updateCounters", &Sm::updateCounters));
+  }
+  static Kel::TypeNode const _kelType;
+
+ private:
+  class KelReactOcsd;
+  class KelEthPhyIntfConfigDir;
+  class KelEthPhyIntfStatusDir;
+  class KelCliConfig;
+  class KelQosSliceHwStatus;
+  class KelQosSliceHwStatusDir;
+  class KelQosAclSliceHwStatus;
+  class KelQosAclSliceHwStatusDir;
+  class KelVlanIntfConfigDir;
+  class KelVlanIntfStatusDir;
+
+  // The two branches of handleIntf(intfId).
+  void intfPresent(Pekt::IntfId const& intfId,
+                   Kel::Ptr<Interface::EthPhyIntfConfig const> const& config,
+                   Kel::Ptr<Interface::EthPhyIntfStatus const> const& status);
+  void intfAbsent(Pekt::IntfId const& intfId, bool statusExists);
+  void addRows(Pekt::IntfId const& intfId);
+
+  // In the order in which the constructor makes them.
+  Kel::Input<KelEthPhyIntfConfigDir, Interface::AllEthPhyIntfConfigDir const> _ethPhyIntfConfigDir;
+  Kel::Input<KelEthPhyIntfStatusDir, Interface::AllEthPhyIntfStatusDir const> _ethPhyIntfStatusDir;
+  Kel::Ptr<CliConfig> const _cliCounterConfig;
+  Kel::Ptr<OruHelper::OruHelperCountersSm> const _platformHelper;
+  Kel::Ptr<Interface::GlobalIntfConfig const> const _globalIntfConfig;
+  Kel::HashMap<PortCountersSm, Pekt::IntfId> _portCountersSm;
+  Kel::Ptr<Interface::QueueCounter::WriterConfig> _writerConfig;
+  Kel::Ptr<Interface::EthIntfCounterWriterStatus> _ethIntfCounterWriterStatus;
+  Kel::Ptr<Interface::AclDropConfig> _aclDropConfig;
+  Kel::Input<KelCliConfig, HwCliConfig const> _cliConfig;
+  Kel::Input<KelQosSliceHwStatus, Qos::SliceHwStatus> _qosSliceHwStatus;
+  Kel::Input<KelQosSliceHwStatusDir, Kel::Dir> _qosSliceHwStatusDir;
+  Kel::Input<KelQosAclSliceHwStatus, Qos::AclSliceHwStatus> _qosAclSliceHwStatus;
+  Kel::Input<KelQosAclSliceHwStatusDir, Kel::Dir> _qosAclSliceHwStatusDir;
+  Kel::Input<KelVlanIntfConfigDir, Interface::VlanIntfConfigDir const> _vlanIntfConfigDir;
+  Kel::Input<KelVlanIntfStatusDir, Interface::VlanIntfStatusDir const> _vlanIntfStatusDir;
+  Kel::Ptr<Interface::AllVlanIntfCounterGlim> _allVlanIntfCounters;
+  Kel::Ptr<Interface::VlanIntfCounterWriterStatus> _vlanIntfCounterWriterStatus;
+  Kel::Ptr<Glim::Interface::AllDropCounterDir> const _intfAclDropCountersDir;
+  Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> const _allIntfQueueCounters;
+  Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> const _allIntfClearQueueCounters;
+  Kel::Ptr<Interface::AllEthIntfCounterGlim> const _allIntfCounters;
+  Kel::Ptr<Interface::AllEthIntfCounterGlim> const _allIntfClearCounters;
+  Kel::Seconds _counterPollPeriod = 0.0;
+  Kel::Input<KelReactOcsd, OruCommonSmData> _reactOcsd;
+};
+
+// Makes the object with its notifications on. Throws what its construction
+// throws, with everything built so far released.
+Kel::Ptr<CountersSm> countersSmFactory(
+    Kel::Ptr<OruCommonSmData> const& ocsd,
+    Kel::Ptr<Interface::AllEthPhyIntfConfigDir const> const& ethPhyIntfConfigDir,
+    Kel::Ptr<Interface::AllEthPhyIntfStatusDir const> const& ethPhyIntfStatusDir,
+    Kel::Ptr<CliConfig> const& cliCounterConfig,
+    Kel::Ptr<OruHelper::OruHelperCountersSm> const& platformHelper,
+    Kel::Ptr<Interface::GlobalIntfConfig const> const& globalIntfConfig,
+    Kel::Ptr<HwCliConfig const> const& cliConfig,
+    Kel::Ptr<Qos::SliceHwStatus> const& qosSliceHwStatus,
+    Kel::Ptr<Kel::Dir> const& qosSliceHwStatusDir,
+    Kel::Ptr<Qos::AclSliceHwStatus> const& qosAclSliceHwStatus,
+    Kel::Ptr<Kel::Dir> const& qosAclSliceHwStatusDir,
+    Kel::Ptr<Interface::VlanIntfConfigDir const> const& vlanIntfConfigDir,
+    Kel::Ptr<Interface::VlanIntfStatusDir const> const& vlanIntfStatusDir,
+    Kel::Ptr<Glim::Interface::AllDropCounterDir> const& intfAclDropCountersDir,
+    Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> const& allIntfQueueCounters,
+    Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> const& allIntfClearQueueCounters,
+    Kel::Ptr<Interface::AllEthIntfCounterGlim> const& allIntfCounters,
+    Kel::Ptr<Interface::AllEthIntfCounterGlim> const& allIntfClearCounters);
+
+}  // namespace Oru::Counters

@@ -1,0 +1,74 @@
+// Ethernet interfaces as they come and go: their rows, writer status and
+// pollers.
+#include "counters/counters_sm.h"
+#include "counters/pollers/port_counters_sm.h"
+#include "counters/pollers/unit.h"
+#include "platform/interface/counter_tables.h"
+#include "platform/kel/activity.h"
+
+namespace Oru::Counters {
+
+void CountersSm::handleIntf() {
+  if (!initialized() || !ocsd()) return;
+  auto const data = ocsd();  // a handler may be the end of it
+  for (auto const& [id, served] : Kel::walk(data->intf())) handleIntf(id);
+}
+
+void CountersSm::handleIntf(Pekt::IntfId intfId) {
+  if (!initialized()) return;
+  if (auto t = trace(8)) t << "CountersSm::handleIntf(" << intfId << ')';
+  auto const statuses = ethPhyIntfStatusDir();
+  auto const configs = ethPhyIntfConfigDir();
+  auto const status = statuses ? statuses->intfStatus(intfId) : nullptr;
+  auto const config = configs ? configs->intfConfig(intfId) : nullptr;
+  bool const served = ocsd() && ocsd()->intf(intfId);
+  if (served && status && config)
+    intfPresent(intfId, config, status);
+  else
+    intfAbsent(intfId, bool(status));
+}
+
+// The order of the steps is part of the contract, here and in intfAbsent.
+void CountersSm::intfPresent(Pekt::IntfId const& intfId,
+                             Kel::Ptr<Interface::EthPhyIntfConfig const> const& config,
+                             Kel::Ptr<Interface::EthPhyIntfStatus const> const& status) {
+  if (writerConfig()) writerConfig()->intfIs(intfId, true);
+  if (aclDropConfig()) aclDropConfig()->intfIs(intfId, true);
+  if (allIntfCounters()) {
+    addRows(intfId);
+    ethIntfCounterWriterStatus()->intfIs(intfId, true);
+  }
+  auto const clock = Kel::ActivityManagerConfig::clock();
+  auto const poller =
+      portCountersSmIs(ocsd(), intfId, cliCounterConfig(), clock, config, status, platformHelper(),
+                       globalIntfConfig(), allIntfCounters(), allIntfClearCounters());
+  poller->counterPollPeriodIs(counterPollPeriod());
+  poller->initializedIs(true);
+}
+
+// Zero rows in both tables; an interface that has its row keeps it, and the
+// clear table is then not touched.
+void CountersSm::addRows(Pekt::IntfId const& intfId) {
+  if (allIntfCounters()->contains(intfId)) return;
+  Interface::EthIntfCounterGlim row;
+  row.intfId = intfId;
+  allIntfCounters()->counterIs(row);
+  allIntfClearCounters()->counterIs(row);
+}
+
+void CountersSm::intfAbsent(Pekt::IntfId const& intfId, bool statusExists) {
+  if (writerConfig() && writerConfig()->intf().contains(intfId)) writerConfig()->intfDel(intfId);
+  if (aclDropConfig()) aclDropConfig()->intfIs(intfId, false);
+  bool const keep = statusExists && ocsd() && ocsd()->keepIntfCounters();
+  if (allIntfCounters() && !keep) {
+    ethIntfCounterWriterStatus()->intfDel(intfId);
+    allIntfCounters()->counterDel(intfId);
+    allIntfClearCounters()->counterDel(intfId);
+  }
+  if (auto const poller = portCountersSm(intfId)) {
+    poller->handleExit();
+    portCountersSmDel(intfId);
+  }
+}
+
+}  // namespace Oru::Counters

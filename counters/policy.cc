@@ -1,0 +1,68 @@
+// Policy-map types, the QoS slices' status, and forced updates.
+#include <istream>
+#include <ostream>
+
+#include "counters/counters_sm.h"
+#include "counters/pollers/port_counters_sm.h"
+#include "counters/pollers/unit.h"
+
+namespace OruTypes {
+
+std::ostream& operator<<(std::ostream& out, CounterType type) {
+  return out << static_cast<std::uint32_t>(type);
+}
+
+std::istream& operator>>(std::istream& in, CounterType& type) {
+  std::uint32_t number = 0;
+  if (in >> number) type = CounterType{number};
+  return in;
+}
+
+}  // namespace OruTypes
+
+namespace Oru::Counters {
+
+void CountersSm::handlePolicyMapType() {
+  if (auto t = trace(7)) t << "void Oru::Counters::CountersSm::handlePolicyMapType()";
+  auto const status = qosSliceHwStatus();
+  if (!status) return;
+  for (auto const& [type, entry] : Kel::walk(status->pmapType())) handlePolicyMapType(type);
+}
+
+void CountersSm::handlePolicyMapType(Qos::MapType type) {
+  if (auto t = trace(7))
+    t << "void Oru::Counters::CountersSm::handlePolicyMapType(Qos::MapType)type: " << type;
+}
+
+void CountersSm::handleDynamicPolicyMapType() {
+  if (auto t = trace(7)) t << "void Oru::Counters::CountersSm::handleDynamicPolicyMapType()";
+  auto const status = qosAclSliceHwStatus();
+  if (!status) return;
+  for (auto const& [type, entry] : Kel::walk(status->pmapType())) handleDynamicPolicyMapType(type);
+}
+
+void CountersSm::handleDynamicPolicyMapType(Qos::MapType type) {
+  if (auto t = trace(7))
+    t << "void Oru::Counters::CountersSm::handleDynamicPolicyMapType(Qos::MapType)type: " << type;
+}
+
+// The slice that is watched changes only through qosSliceHwStatusIs: an entry of
+// the directory that is another one is left to the agent.
+void CountersSm::handleQosSliceHwStatusDir(Kel::Name) {}
+void CountersSm::handleQosAclSliceHwStatusDir(Kel::Name) {}
+
+void CountersSm::updateCounters(OruTypes::CounterType type, Pekt::IntfId intf) {
+  if (auto t = trace(7)) t << "updateCounters counter type: " << type << ", intf: " << intf;
+  switch (type) {
+    case OruTypes::CounterType::port:
+      if (auto const poller = portCountersSm(intf)) poller->updateCounters();
+      return;
+    case OruTypes::CounterType::vlan:
+    case OruTypes::CounterType::snapshot:
+      requirementFailed("0", std::source_location::current());
+    default:
+      return;  // a kind without pollers
+  }
+}
+
+}  // namespace Oru::Counters

@@ -1,0 +1,16 @@
+#include "counters/pollers/unit.h"
+
+#include "platform/kel/assertion.h"
+
+namespace Oru::Counters {
+
+Kel::TraceHandle& _defaultTraceHandle() {
+  static constinit Kel::TraceHandle handle("OruCountersSm");
+  return handle;
+}
+
+void requirementFailed(char const* expression, std::source_location here) {
+  Kel::assertionFailed(expression, "OruCountersSm", here.line(), here.function_name());
+}
+
+}  // namespace Oru::Counters

@@ -1,0 +1,22 @@
+// Registers the unit's types with the framework when the library is loaded.
+//
+// This file is linked into the shared object itself: in a static library the
+// linker would drop it, since nothing refers to it.
+#include "counters/counters_sm.h"
+#include "counters/pollers/port_counters_sm.h"
+
+namespace Oru::Counters {
+namespace {
+
+struct Unit {
+  Kel::String const ns = "ns-";
+
+  Unit() {
+    for (Kel::TypeNode const* const type : {&PortCountersSm::_kelType, &CountersSm::_kelType})
+      Kel::typeNodeIs(*type);
+  }
+};
+Unit const unit;
+
+}  // namespace
+}  // namespace Oru::Counters
