@@ -1,0 +1,11 @@
+// The time of day as people read it.
+#pragma once
+
+#include <string>
+
+namespace Show {
+
+// "2026-11-21 11:05:03", local time, of seconds since the epoch.
+std::string clockText(double time);
+
+}  // namespace Show

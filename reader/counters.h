@@ -1,0 +1,46 @@
+// The counters of an interface by name, as views show them.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "reader/snapshot.h"
+
+namespace Show {
+
+enum class Basis {
+  sinceClear,  // since the last clear, as an operator expects of `clear counters`
+  total,       // as published; never goes back
+};
+
+class Counters {
+ public:
+  // Of none is there a value where the interface has no row. Keeps a reference.
+  Counters(Intf const& intf, Basis basis) : _intf(intf), _basis(basis) {}
+
+  // A counter of Interface::kCounterNames that is no array. Nothing where the chip cannot count it
+  // or gave no value.
+  std::optional<std::uint64_t> operator[](std::string_view name) const;
+  // The valid entries of one of the arrays; nothing where the chip cannot count them.
+  std::optional<std::vector<std::optional<std::uint64_t>>> entries(std::string_view name) const;
+
+  // The sum of what there is a value of; nothing when that is none of them.
+  std::optional<std::uint64_t> inPkts() const;
+  std::optional<std::uint64_t> outPkts() const;
+
+ private:
+  bool counted(std::string_view name) const;
+
+  Intf const& _intf;
+  Basis _basis;
+};
+
+// Whether the name is one of the arrays of Interface::kCounterNames.
+bool isArray(std::string_view counterName);
+
+// The rates of the row; nothing before there are two samples.
+std::optional<Interface::IntfRates> rates(Intf const& intf);
+
+}  // namespace Show

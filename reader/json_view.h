@@ -1,0 +1,18 @@
+// The whole of a snapshot as JSON. docs/oru-counters.md lists the keys, which are stable.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "reader/problems.h"
+#include "reader/snapshot.h"
+
+namespace Show {
+
+nlohmann::ordered_json json(Snapshot const& snapshot, std::vector<Problem> const& problems);
+
+// On several lines for people, or on one. Malformed UTF-8 is replaced.
+std::string jsonText(nlohmann::ordered_json const& value, bool oneLine);
+
+}  // namespace Show

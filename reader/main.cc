@@ -1,0 +1,104 @@
+// oru-counters: shows the counters that an agent publishes.
+#include <signal.h>
+#include <sys/ioctl.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+
+#include "platform/kel/system.h"
+#include "reader/options.h"
+#include "reader/plain_top.h"
+#include "reader/screen.h"
+#include "reader/show_interfaces.h"
+#include "reader/source.h"
+
+namespace Show {
+namespace {
+
+volatile sig_atomic_t asked = 0;
+
+// Without SA_RESTART, so that a wait ends.
+void heedSignals() {
+  struct sigaction action {};
+  action.sa_handler = [](int) { asked = 1; };
+  for (int const signal : {SIGINT, SIGTERM, SIGHUP}) ::sigaction(signal, &action, nullptr);
+  // A reader of ours that went away is seen in the stream.
+  action.sa_handler = SIG_IGN;
+  ::sigaction(SIGPIPE, &action, nullptr);
+}
+
+class RealPace : public Pace {
+ public:
+  double wallClock() override { return Kel::System::currentTime(); }
+  double steadyClock() override {
+    timespec time{};
+    ::clock_gettime(CLOCK_MONOTONIC, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+  }
+  bool waitUntil(double steady) override {
+    timespec until{};
+    until.tv_sec = static_cast<time_t>(steady);
+    until.tv_nsec = static_cast<long>((steady - static_cast<double>(until.tv_sec)) * 1e9);
+    while (asked == 0 &&
+           ::clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr) == EINTR) {
+    }
+    return asked == 0;
+  }
+};
+
+bool coloursWanted() {
+  char const* const refused = std::getenv("NO_COLOR");
+  return refused == nullptr || *refused == '\0';
+}
+
+std::size_t terminalWidth() {
+  winsize size{};
+  return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0 ? size.ws_col
+                                                                            : kUnlimited;
+}
+
+ExitCode run(int argc, char const* const* argv) {
+  Options options;
+  if (auto const end = parse(argc, argv, options, std::cout, std::cerr)) return *end;
+
+  heedSignals();
+  Source source(options.directory);
+  RealPace pace;
+  auto const take = [&source](double now) { return source.take(now); };
+  bool const terminal = ::isatty(STDOUT_FILENO) == 1;
+  if (options.command == Options::Command::showInterfaces) {
+    Place const place{.width = terminal ? terminalWidth() : kUnlimited,
+                      .colours = terminal && coloursWanted()};
+    return showInterfaces(options, take(pace.wallClock()), place, std::cout, std::cerr);
+  }
+  if (terminal && ::isatty(STDIN_FILENO) == 1 && !options.duration && !options.json) {
+    auto const code = screenTop(options, take, pace, coloursWanted(), [] { return asked != 0; });
+    if (code) return *code;
+  }
+  return plainTop(options, take, pace, std::cout, std::cerr);
+}
+
+}  // namespace
+}  // namespace Show
+
+int main(int argc, char** argv) {
+  using Show::ExitCode;
+  try {
+    ExitCode const code = Show::run(argc, argv);
+    errno = 0;
+    std::cout.flush();
+    if (!std::cout) {
+      // Whoever read our output has seen enough: nothing that is worth a word.
+      if (errno != EPIPE) std::cerr << "oru-counters: the output could not be written\n";
+      return number(ExitCode::failed);
+    }
+    return number(code);
+  } catch (std::exception const& error) {
+    std::cerr << "oru-counters: " << error.what() << '\n';
+    return number(ExitCode::failed);
+  }
+}

@@ -1,0 +1,96 @@
+#include "reader/options.h"
+
+#include <CLI/CLI.hpp>
+#include <map>
+
+#include "platform/interface/table_directory_default.h"
+
+namespace Show {
+
+namespace {
+
+constexpr char const* kDescription =
+    "Shows the counters that oru-agentd publishes. Reads its tables only: needs no contact with\n"
+    "the agent, and works while there is none.";
+constexpr char const* kNames =
+    "Interfaces to show: names (Ethernet3), the kernel's names (eth0), or patterns ('Ethernet*')";
+
+std::map<std::string, SortKey> sortKeys() {
+  std::map<std::string, SortKey> keys;
+  for (std::size_t i = 0; i < kSortKeyNames.size(); ++i)
+    keys[std::string(kSortKeyNames[i])] = static_cast<SortKey>(i);
+  return keys;
+}
+
+std::string sortKeyList() {
+  std::string list;
+  for (std::string_view const key : kSortKeyNames)
+    list.append(list.empty() ? "" : ", ").append(key);
+  return list;
+}
+
+}  // namespace
+
+std::optional<ExitCode> parse(int argc, char const* const* argv, Options& options,
+                              std::ostream& out, std::ostream& err) {
+  options.directory = Interface::tableDirectoryDefault();
+
+  CLI::App app(kDescription, "oru-counters");
+  app.set_version_flag("--version", std::string("oru-counters ") + ORU_VERSION);
+  app.require_subcommand(1);
+  app.fallthrough();
+  app.footer(std::string(kExitCodesText) +
+             "\nEnvironment:\n"
+             "  ORU_TABLES  the directory of the tables, unless --tables tells\n"
+             "  NO_COLOR    no colours, when it is set and not empty\n");
+  app.add_option("--tables", options.directory, "Directory of the agent's tables")
+      ->type_name("DIR")
+      ->capture_default_str()
+      ->check([](std::string const& directory) {
+        return directory.empty() ? "a directory's name is not empty" : "";
+      });
+
+  auto const addCommon = [&options](CLI::App& command) {
+    command.add_option("NAME", options.names, kNames)->type_name("");
+    command.add_flag("--total", options.total,
+                     "Counts as published, instead of those since the last clear");
+    command.add_flag("--json", options.json, "Everything, as JSON (see docs/oru-counters.md)");
+  };
+
+  CLI::App& show = *app.add_subcommand("show", "Show what the tables hold now");
+  show.require_subcommand(1);
+  CLI::App& interfaces =
+      *show.add_subcommand("interfaces", "Counts, rates or errors of the interfaces");
+  interfaces.alias("interface");
+  addCommon(interfaces);
+  interfaces.add_flag("--rates", options.rates, "Bits and packets a second, and use of the speed");
+  interfaces.add_flag("--errors", options.errors, "Errors by their classes");
+
+  CLI::App& top = *app.add_subcommand(
+      "top",
+      "Rates of the interfaces, live on a terminal, else a plain table each interval.\n"
+      "Keys: q quit, s next sort key, r rates or totals, arrows and page keys scroll");
+  addCommon(top);
+  top.add_option("--interval", options.interval, "Time from one table to the next")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0.1, 3600.0))
+      ->capture_default_str();
+  top.add_option("--for", options.duration, "Plain tables for so long, then end")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0.0, 1e9));
+  top.add_option("--sort", options.sort, "Sort key: " + sortKeyList())
+      ->type_name("KEY")
+      ->transform(CLI::Transformer(sortKeys()).description(""))
+      ->check(CLI::IsMember(sortKeys()).description(""));
+
+  try {
+    app.parse(argc, argv);
+  } catch (CLI::ParseError const& error) {
+    bool const asked = app.exit(error, out, err) == static_cast<int>(CLI::ExitCodes::Success);
+    return asked ? ExitCode::ok : ExitCode::usage;
+  }
+  options.command = top.parsed() ? Options::Command::top : Options::Command::showInterfaces;
+  return std::nullopt;
+}
+
+}  // namespace Show

@@ -1,0 +1,40 @@
+// The command line.
+#pragma once
+
+#include <iosfwd>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "reader/exit_code.h"
+#include "reader/top_table.h"
+
+namespace Show {
+
+struct Options {
+  enum class Command { showInterfaces, top };
+
+  Command command = Command::showInterfaces;
+  std::string directory;
+  std::vector<std::string> names;  // of interfaces; none: all
+  bool json = false;
+  bool total = false;
+
+  // show interfaces
+  bool errors = false;
+  bool rates = false;
+
+  // top
+  double interval = 1.0;           // seconds from one table to the next
+  std::optional<double> duration;  // plain tables, for so many seconds
+  SortKey sort = SortKey::name;
+
+  Basis basis() const { return total ? Basis::total : Basis::sinceClear; }
+};
+
+// Fills the options, or answers how to end at once: help and version go to `out`, what is wrong to
+// `err`.
+std::optional<ExitCode> parse(int argc, char const* const* argv, Options& options,
+                              std::ostream& out, std::ostream& err);
+
+}  // namespace Show

@@ -1,0 +1,61 @@
+#include "reader/plain_top.h"
+
+#include <iterator>
+#include <ostream>
+#include <utility>
+#include <vector>
+
+#include "reader/clock_text.h"
+#include "reader/json_view.h"
+#include "reader/problems.h"
+#include "reader/select.h"
+#include "reader/views.h"
+
+namespace Show {
+
+namespace {
+
+std::string tableText(Snapshot const& snapshot, ErrorWatch const& errors,
+                      TopOptions const& options) {
+  std::vector<Line> lines{{{clockText(snapshot.now) + "  "}}};
+  Line const agent = agentLine(snapshot);
+  lines[0].insert(lines[0].end(), agent.begin(), agent.end());
+  auto table = topTable(snapshot, errors, options).text();
+  lines.push_back(std::move(table.title));
+  std::move(table.rows.begin(), table.rows.end(), std::back_inserter(lines));
+  return joined(lines, false);
+}
+
+}  // namespace
+
+ExitCode plainTop(Options const& options, std::function<Snapshot(double now)> const& take,
+                  Pace& pace, std::ostream& out, std::ostream& err) {
+  TopOptions const top{.sort = options.sort, .basis = options.basis()};
+  ErrorWatch errors;
+  std::vector<Problem> told;
+  double const start = pace.steadyClock();
+  for (std::uint64_t tick = 0;; ++tick) {
+    double const offset = static_cast<double>(tick) * options.interval;
+    if (options.duration && offset > *options.duration) break;
+    if (tick != 0 && !pace.waitUntil(start + offset)) break;
+
+    Snapshot snapshot = take(pace.wallClock());
+    auto const unknown = select(snapshot, options.names);
+    auto now = problems(snapshot, unknown);
+    if (now != told) {
+      for (Problem const& problem : now) err << "oru-counters: " << problem.text << std::endl;
+      told = std::move(now);
+    }
+    errors.see(snapshot);
+    sort(snapshot, top);
+    if (options.json)
+      out << jsonText(json(snapshot, told), true);
+    else
+      out << (tick != 0 ? "\n" : "") << tableText(snapshot, errors, top);
+    out.flush();
+    if (!out) break;
+  }
+  return exitCode(told);
+}
+
+}  // namespace Show

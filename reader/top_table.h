@@ -1,0 +1,60 @@
+// The live table, without the screen: what to show of one snapshot after the others.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <string_view>
+#include <vector>
+
+#include "reader/counters.h"
+#include "reader/snapshot.h"
+#include "reader/styled_text.h"
+#include "reader/text_table.h"
+
+namespace Show {
+
+enum class SortKey : std::uint8_t { name, in, out, errors };
+// As the command line names them.
+inline constexpr std::array<std::string_view, 4> kSortKeyNames{"name", "in", "out", "errors"};
+constexpr std::string_view name(SortKey key) {
+  return kSortKeyNames[static_cast<std::size_t>(key)];
+}
+constexpr SortKey nextKey(SortKey key) {
+  return static_cast<SortKey>((static_cast<std::size_t>(key) + 1) % kSortKeyNames.size());
+}
+
+// Whose errors are rising, seen from one snapshot to the next.
+class ErrorWatch {
+ public:
+  // An interface stays marked this long after its last new error, in seconds: long enough to be
+  // seen, and longer than agents usually take from poll to poll.
+  static constexpr double kMarked = 10.0;
+
+  void see(Snapshot const& snapshot);
+  bool rising(Snapshot const& snapshot, Intf const& intf) const;
+
+ private:
+  struct Seen {
+    std::uint64_t errors = 0;
+    double lastRise = 0.0;  // 0: never
+  };
+  std::map<Pekt::IntfId, Seen> _seen;
+};
+
+struct TopOptions {
+  SortKey sort = SortKey::name;  // by name ascending, else the largest first
+  bool totals = false;           // octets and packets in the place of their rates
+  Basis basis = Basis::sinceClear;
+};
+
+// By the natural order of names where the key tells no difference; what has no value comes last.
+void sort(Snapshot& snapshot, TopOptions const& options);
+
+TextTable topTable(Snapshot const& snapshot, ErrorWatch const& errors, TopOptions const& options);
+
+// "64 interfaces, 40 up, 3 with new errors".
+std::string summary(Snapshot const& snapshot, ErrorWatch const& errors);
+
+}  // namespace Show

@@ -1,0 +1,214 @@
+#include "reader/views.h"
+
+#include <iterator>
+#include <string>
+#include <utility>
+
+#include "reader/units.h"
+
+namespace Show {
+
+namespace {
+
+constexpr auto kLeft = Column::Align::left;
+constexpr auto kRight = Column::Align::right;
+
+void append(std::vector<Line>& lines, TextTable::Text text) {
+  lines.push_back(std::move(text.title));
+  std::move(text.rows.begin(), text.rows.end(), std::back_inserter(lines));
+  if (text.hidden != 0)
+    lines.push_back(
+        {{counted(text.hidden, "column") + " hidden: the terminal is too narrow", Style::dim}});
+}
+
+// One table of counters by name.
+struct Named {
+  std::string_view title;
+  std::string_view counter;
+  int hideOrder;
+};
+
+template <std::size_t n>
+void appendNamed(std::vector<Line>& lines, Snapshot const& snapshot, Basis basis, std::size_t width,
+                 std::string_view title, Named const (&named)[n]) {
+  std::vector<Column> columns{{std::string(title), kLeft}};
+  for (Named const& one : named) columns.push_back({std::string(one.title), kRight, one.hideOrder});
+  columns.push_back({"Age", kRight, 2});
+  TextTable table(std::move(columns));
+  for (Intf const& intf : snapshot.interfaces) {
+    Counters const counters(intf, basis);
+    TextTable::Row row{{nameCell(intf)}, rowStyle(intf)};
+    for (Named const& one : named) row.cells.push_back(countCell(counters[one.counter]));
+    row.cells.push_back(ageCell(snapshot, intf));
+    table.add(std::move(row));
+  }
+  append(lines, table.text(width));
+}
+
+}  // namespace
+
+Line agentLine(Snapshot const& snapshot) {
+  AgentStatus const& agent = snapshot.agent;
+  std::string const process = "process " + std::to_string(agent.pid);
+  std::string const heartbeat = "heartbeat " + ageText(agent.heartbeatAge) + " ago";
+  switch (agent.state) {
+    case AgentState::running:
+      return {{"Agent running, " + process + ", " + heartbeat}};
+    case AgentState::silent:
+      return {{"Agent silent, " + process + ", last " + heartbeat + ": rows are stale",
+               Style::warning}};
+    case AgentState::notRunning:
+      return {{"Agent not running, last " + heartbeat + ": rows are stale", Style::warning}};
+    case AgentState::unknown:
+      break;
+  }
+  return {{"Agent unknown: there is no table that would tell", Style::warning}};
+}
+
+std::string_view stateName(Intf const& intf) {
+  if (!intf.description) return kNotAvailable;
+  if (intf.description->adminState == Interface::AdminState::down) return "admin-down";
+  switch (intf.description->operState) {
+    case Interface::OperState::none:
+      break;
+    case Interface::OperState::up:
+      return "up";
+    case Interface::OperState::down:
+      return "down";
+    case Interface::OperState::testing:
+      return "testing";
+    case Interface::OperState::unknown:
+      return "unknown";
+    case Interface::OperState::dormant:
+      return "dormant";
+    case Interface::OperState::notPresent:
+      return "not-present";
+    case Interface::OperState::lowerLayerDown:
+      return "lower-layer-down";
+  }
+  return kNotAvailable;
+}
+
+bool isDown(Intf const& intf) {
+  if (!intf.description) return false;
+  if (intf.description->adminState == Interface::AdminState::down) return true;
+  switch (intf.description->operState) {
+    case Interface::OperState::down:
+    case Interface::OperState::notPresent:
+    case Interface::OperState::lowerLayerDown:
+      return true;
+    default:
+      return false;
+  }
+}
+
+Span nameCell(Intf const& intf) { return {printable(intf.intfId.view())}; }
+Span kernelNameCell(Intf const& intf) {
+  return {intf.kernelName().empty() ? std::string(kNotAvailable) : printable(intf.kernelName())};
+}
+Span countCell(std::optional<std::uint64_t> value) { return {count(value)}; }
+
+Span ageCell(Snapshot const& snapshot, Intf const& intf) {
+  auto const seconds = age(snapshot, intf);
+  if (stale(snapshot) && seconds) return {"stale " + ageText(seconds), Style::warning};
+  return {ageText(seconds)};
+}
+
+std::vector<Line> countersView(Snapshot const& snapshot, Basis basis, std::size_t width) {
+  TextTable table({{"Interface", kLeft},
+                   {"Device", kLeft, 5},
+                   {"State", kLeft, 1},
+                   {"In octets", kRight},
+                   {"In packets", kRight, 4},
+                   {"In discards", kRight, 7},
+                   {"In errors", kRight, 6},
+                   {"Out octets", kRight},
+                   {"Out packets", kRight, 3},
+                   {"Out discards", kRight, 7},
+                   {"Out errors", kRight, 6},
+                   {"Age", kRight, 2}});
+  for (Intf const& intf : snapshot.interfaces) {
+    Counters const counters(intf, basis);
+    table.add({{nameCell(intf),
+                kernelNameCell(intf),
+                {std::string(stateName(intf))},
+                countCell(counters["inOctets"]),
+                countCell(counters.inPkts()),
+                countCell(counters["inDiscards"]),
+                countCell(counters["inErrors"]),
+                countCell(counters["outOctets"]),
+                countCell(counters.outPkts()),
+                countCell(counters["outDiscards"]),
+                countCell(counters["outErrors"]),
+                ageCell(snapshot, intf)},
+               rowStyle(intf)});
+  }
+  std::vector<Line> lines;
+  append(lines, table.text(width));
+  return lines;
+}
+
+std::vector<Line> ratesView(Snapshot const& snapshot, std::size_t width) {
+  TextTable table({{"Interface", kLeft},
+                   {"Device", kLeft, 5},
+                   {"State", kLeft, 1},
+                   {"Speed", kRight, 6},
+                   {"In", kRight},
+                   {"In packets", kRight, 4},
+                   {"In use", kRight, 3},
+                   {"Out", kRight},
+                   {"Out packets", kRight, 4},
+                   {"Out use", kRight, 3},
+                   {"Age", kRight, 2}});
+  for (Intf const& intf : snapshot.interfaces) {
+    std::uint64_t const speed = intf.description ? intf.description->speed : 0;
+    auto const known = rates(intf);
+    auto const shown = [&known](auto const& text) {
+      return Span{known ? text(*known) : std::string(kNotAvailable)};
+    };
+    using Rates = Interface::IntfRates;
+    table.add({{nameCell(intf),
+                kernelNameCell(intf),
+                {std::string(stateName(intf))},
+                {speed != 0 ? bitsRate(static_cast<double>(speed)) : std::string(kNotAvailable)},
+                shown([](Rates const& r) { return bitsRate(r.inBitsRate); }),
+                shown([](Rates const& r) { return pktsRate(r.inPktsRate); }),
+                shown([&](Rates const& r) { return utilisation(r.inBitsRate, speed); }),
+                shown([](Rates const& r) { return bitsRate(r.outBitsRate); }),
+                shown([](Rates const& r) { return pktsRate(r.outPktsRate); }),
+                shown([&](Rates const& r) { return utilisation(r.outBitsRate, speed); }),
+                ageCell(snapshot, intf)},
+               rowStyle(intf)});
+  }
+  std::vector<Line> lines;
+  append(lines, table.text(width));
+  return lines;
+}
+
+std::vector<Line> errorsView(Snapshot const& snapshot, Basis basis, std::size_t width) {
+  static constexpr Named receive[] = {{"Errors", "inErrors", 0},
+                                      {"Alignment", "alignmentErrors", 4},
+                                      {"FCS", "fcsErrors", 1},
+                                      {"Too long", "frameTooLongs", 5},
+                                      {"Too short", "frameTooShorts", 5},
+                                      {"MAC", "internalMacReceiveErrors", 3},
+                                      {"Symbol", "symbolErrors", 6},
+                                      {"Fragments", "inFragments", 7},
+                                      {"Jabbers", "inJabbers", 7},
+                                      {"Unknown protocols", "inUnknownProtos", 9},
+                                      {"Discards", "inDiscards", 8}};
+  static constexpr Named transmit[] = {{"Errors", "outErrors", 0},
+                                       {"SQE test", "sqeTestErrors", 6},
+                                       {"Late collisions", "lateCollisions", 3},
+                                       {"Excessive collisions", "excessiveCollisions", 5},
+                                       {"MAC", "internalMacTransmitErrors", 4},
+                                       {"Carrier sense", "carrierSenseErrors", 4},
+                                       {"Discards", "outDiscards", 8}};
+  std::vector<Line> lines;
+  appendNamed(lines, snapshot, basis, width, "Receive", receive);
+  lines.emplace_back();
+  appendNamed(lines, snapshot, basis, width, "Transmit", transmit);
+  return lines;
+}
+
+}  // namespace Show

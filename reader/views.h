@@ -1,0 +1,34 @@
+// The tables that `show interfaces` prints, and the pieces of them that the live table shares.
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "reader/counters.h"
+#include "reader/snapshot.h"
+#include "reader/styled_text.h"
+#include "reader/text_table.h"
+
+namespace Show {
+
+// "Agent running, process 4711, heartbeat 0.4 s ago".
+Line agentLine(Snapshot const& snapshot);
+
+// "up", "admin-down", "lower-layer-down" ...; n/a without a description.
+std::string_view stateName(Intf const& intf);
+// Whether it is known that the interface does not pass traffic.
+bool isDown(Intf const& intf);
+
+// Cells that several views have.
+Span nameCell(Intf const& intf);
+Span kernelNameCell(Intf const& intf);
+Span countCell(std::optional<std::uint64_t> value);
+Span ageCell(Snapshot const& snapshot, Intf const& intf);
+inline Style rowStyle(Intf const& intf) { return isDown(intf) ? Style::dim : Style::plain; }
+
+// Each takes the interfaces of the snapshot as they are: select first.
+std::vector<Line> countersView(Snapshot const& snapshot, Basis basis, std::size_t width);
+std::vector<Line> ratesView(Snapshot const& snapshot, std::size_t width);
+std::vector<Line> errorsView(Snapshot const& snapshot, Basis basis, std::size_t width);
+
+}  // namespace Show
