@@ -16,22 +16,32 @@ void ConquerWriter::corrupt(std::uint32_t slot, char const* what) const {
                                                    what);
 }
 
-std::uint32_t ConquerWriter::find(void const* key, std::uint32_t hash) const {
-  return _index.find(hash, [&](std::uint32_t slot) { return _slots.keyIs(slot, key); });
+// A poll looks a row up and then writes it, and the next poll goes through the rows in the same
+// order: the slot of the last key, and the one after it, are tried before anything is hashed.
+std::uint32_t ConquerWriter::find(void const* key) const {
+  for (std::uint32_t const guess : {_lastFound, _lastFound + 1}) {
+    if (guess < _slots.slots() && _slots.at(guess).use == Use::live && _slots.keyIs(guess, key)) {
+      return _lastFound = guess;
+    }
+  }
+  std::uint32_t const slot =
+      _index.find(_shape.key.hash(key), [&](std::uint32_t at) { return _slots.keyIs(at, key); });
+  if (slot != BucketIndex::notFound) _lastFound = slot;
+  return slot;
 }
 
-std::uint32_t ConquerWriter::findOrTake(void const* key, std::uint32_t hash) {
-  std::uint32_t slot = find(key, hash);
+std::uint32_t ConquerWriter::findOrTake(void const* key) {
+  std::uint32_t slot = find(key);
   if (slot == BucketIndex::notFound) slot = _slots.findOpen(key);
   if (slot != SlotDirectory::none) return slot;
-  if (_slots.taken() >= _limits.maxRows)
-    cleanup();  // abandoned direct writes may hold the last slots
+  // Abandoned direct writes may hold the last slots.
+  if (_slots.taken() >= _limits.maxRows) cleanup();
   if (_slots.taken() >= _limits.maxRows) {
     Dov::ResourceException::throwException(
         "table " + _root.path() + " is full: " + std::to_string(_limits.maxRows) + " rows");
   }
   if (_slots.full()) grow();
-  return _slots.take(key, hash);
+  return _slots.take(key, _shape.key.hash(key));
 }
 
 void ConquerWriter::checkVersion(std::uint32_t number) const {
@@ -49,19 +59,17 @@ void ConquerWriter::copyRow(std::uint32_t number, void* row) const {
   }
 }
 
-bool ConquerWriter::contains(void const* key) const {
-  return find(key, _shape.key.hash(key)) != BucketIndex::notFound;
-}
+bool ConquerWriter::contains(void const* key) const { return find(key) != BucketIndex::notFound; }
 
 bool ConquerWriter::lookup(void const* key, void* row) const {
-  std::uint32_t const slot = find(key, _shape.key.hash(key));
+  std::uint32_t const slot = find(key);
   if (slot == BucketIndex::notFound) return false;
   copyRow(slot, row);
   return true;
 }
 
 void ConquerWriter::write(void const* row) {
-  std::uint32_t const number = findOrTake(row, _shape.key.hash(row));
+  std::uint32_t const number = findOrTake(row);
   checkVersion(number);
   Own& own = _slots.at(number);
   bool const isNew = own.use != Use::live;
@@ -80,8 +88,7 @@ void ConquerWriter::linkNew(std::uint32_t number) {
 }
 
 bool ConquerWriter::remove(void const* key) {
-  std::uint32_t const hash = _shape.key.hash(key);
-  std::uint32_t const number = find(key, hash);
+  std::uint32_t const number = find(key);
   if (number == BucketIndex::notFound) {
     std::uint32_t const open = _slots.findOpen(key);
     if (open != SlotDirectory::none) _slots.freeIs(open);
@@ -93,7 +100,7 @@ bool ConquerWriter::remove(void const* key) {
   ++own.version;
   own.beingWritten = false;
   ++_writes;
-  _index.unlink(hash, number);
+  _index.unlink(own.hash, number);
   _slots.freeIs(number);
   noteMembers();
   return true;
@@ -110,7 +117,7 @@ void* ConquerWriter::writableRow(std::uint32_t number) {
 }
 
 ConquerWriter::OpenRow ConquerWriter::open(void const* key) {
-  std::uint32_t const number = findOrTake(key, _shape.key.hash(key));
+  std::uint32_t const number = findOrTake(key);
   checkVersion(number);
   Own& own = _slots.at(number);
   void* const row = writableRow(number);

@@ -116,8 +116,8 @@ class ConquerWriter {
   void say(unsigned level, std::string const& what) const;
 
   // Rows.
-  std::uint32_t find(void const* key, std::uint32_t hash) const;
-  std::uint32_t findOrTake(void const* key, std::uint32_t hash);
+  std::uint32_t find(void const* key) const;
+  std::uint32_t findOrTake(void const* key);
   void grow();
   void checkVersion(std::uint32_t slot) const;
   void copyRow(std::uint32_t slot, void* row) const;
@@ -140,6 +140,7 @@ class ConquerWriter {
   std::uint32_t _chunkRows = 0;
   Word _epoch = 0;
   std::uint64_t _writes = 0;
+  mutable std::uint32_t _lastFound = 0;
   std::uint64_t _identity;  // different for each writer of this process
   int _pid;                 // a forked child must not touch the file
 #if ORU_GLIM_STAGED_DIRECT_WRITES

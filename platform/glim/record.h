@@ -200,6 +200,8 @@ struct CheckedRecord {
   using Key = typename RecordTraits<Record>::Key;
   static_assert(std::is_trivially_copyable_v<Record>, "a row is copied word by word");
   static_assert(std::is_trivially_copyable_v<Key>, "a key stands in shared memory");
+  static_assert(std::has_unique_object_representations_v<Key>,
+                "keys are equal when their bytes are: no padding, no floating point");
   static_assert(sizeof(Record) % 8 == 0 && alignof(Record) <= 8, "a row is whole 8-byte words");
   static_assert(Detail::fieldsTile<Record>(),
                 "the fields must tile the record exactly, in order: make padding a field");

@@ -14,7 +14,6 @@ namespace Glim {
 
 struct KeyOps {
   std::uint32_t (*hash)(void const* key);
-  bool (*equal)(void const* a, void const* b);
   bool (*less)(void const* a, void const* b);
   std::string (*text)(void const* key);
 };
@@ -28,15 +27,15 @@ struct RowShape {
   KeyOps key;
 };
 
-// Printable form of a key: stringValue() where it has one, else operator<<.
+// Printable form of a key: what operator<< writes, else stringValue().
 template <class Key>
 std::string keyText(Key const& key) {
-  if constexpr (requires { key.stringValue(); }) {
-    return std::string(std::string_view(key.stringValue()));
-  } else {
+  if constexpr (requires(std::ostream & out) { out << key; }) {
     std::ostringstream out;
     out << key;
     return out.str();
+  } else {
+    return key.stringValue();
   }
 }
 
@@ -52,9 +51,6 @@ template <class Key>
 KeyOps keyOps() {
   return KeyOps{
       [](void const* key) { return static_cast<std::uint32_t>(keyAt<Key>(key).hash()); },
-      [](void const* a, void const* b) {
-        return std::equal_to<Key>()(keyAt<Key>(a), keyAt<Key>(b));
-      },
       [](void const* a, void const* b) { return std::less<Key>()(keyAt<Key>(a), keyAt<Key>(b)); },
       [](void const* key) { return keyText(keyAt<Key>(key)); }};
 }

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <set>
 #include <vector>
 
@@ -45,7 +46,7 @@ class SlotDirectory {
   Own const& at(std::uint32_t slot) const { return _own[slot]; }
   void const* key(std::uint32_t slot) const { return _keys.data() + slot * _shape.keyBytes; }
   bool keyIs(std::uint32_t slot, void const* key) const {
-    return _shape.key.equal(this->key(slot), key);
+    return std::memcmp(this->key(slot), key, _shape.keyBytes) == 0;
   }
 
   // More slots at the end, all free. Throws std::bad_alloc and changes nothing when there is no
@@ -79,13 +80,19 @@ class SlotDirectory {
     using is_transparent = void;
     SlotDirectory const* directory;
     bool operator()(std::uint32_t a, std::uint32_t b) const {
-      return directory->_shape.key.less(directory->key(a), directory->key(b));
+      return less(directory->key(a), directory->key(b));
     }
     bool operator()(void const* key, std::uint32_t slot) const {
-      return directory->_shape.key.less(key, directory->key(slot));
+      return less(key, directory->key(slot));
     }
     bool operator()(std::uint32_t slot, void const* key) const {
-      return directory->_shape.key.less(directory->key(slot), key);
+      return less(directory->key(slot), key);
+    }
+    // An order of keys may hold different keys for equivalent; their bytes then decide.
+    bool less(void const* a, void const* b) const {
+      if (directory->_shape.key.less(a, b)) return true;
+      if (directory->_shape.key.less(b, a)) return false;
+      return std::memcmp(a, b, directory->_shape.keyBytes) < 0;
     }
   };
 

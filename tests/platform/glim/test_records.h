@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <compare>
 #include <cstddef>
 #include <cstdint>
@@ -22,7 +23,12 @@ struct NameKey {
   NameKey(std::string_view text) { std::memcpy(chars.data(), text.data(), text.size()); }
   std::string stringValue() const { return chars.data(); }
   std::uint32_t hash() const {
-    return static_cast<std::uint32_t>(Glim::schemaHashOf({chars.data(), chars.size()}));
+    std::uint64_t h = 0;
+    for (std::uint64_t const word : std::bit_cast<std::array<std::uint64_t, 6>>(chars)) {
+      h = (h ^ word) * 0x9e3779b97f4a7c15u;
+      h ^= h >> 29;
+    }
+    return static_cast<std::uint32_t>(h);
   }
   auto operator<=>(NameKey const&) const = default;
 };
