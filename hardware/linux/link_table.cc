@@ -6,7 +6,7 @@
 namespace Hardware::Linux {
 
 void LinkTable::linkIs(Link const& link, Events& events) {
-  listed_.insert(link.ifindex);
+  if (listing_) listed_.insert(link.ifindex);
   auto const [at, isNew] = links_.try_emplace(link.ifindex, link);
   Link& known = at->second;
   if (isNew) {
@@ -32,6 +32,7 @@ void LinkTable::linkDel(int ifindex, Events& events) {
 
 void LinkTable::listBegins(Events const& events) {
   listed_.clear();
+  listing_ = true;
   listStart_ = events.size();
 }
 
@@ -42,6 +43,8 @@ void LinkTable::listEnds(Events& events) {
     ++at;
     if (!listed_.contains(ifindex)) linkDel(ifindex, gone);
   }
+  listed_.clear();
+  listing_ = false;
   events.insert(events.begin() + static_cast<Events::difference_type>(listStart_),
                 std::make_move_iterator(gone.begin()), std::make_move_iterator(gone.end()));
 }

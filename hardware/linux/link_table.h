@@ -34,6 +34,7 @@ class LinkTable {
 
  private:
   std::map<int, Link> links_;
+  bool listing_ = false;
   std::unordered_set<int> listed_;
   std::size_t listStart_ = 0;  // events before the list
 };

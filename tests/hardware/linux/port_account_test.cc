@@ -253,6 +253,28 @@ TEST_F(PortAccountTest, DeathWithAnotherLinkAtAnyPointNeitherDoublesNorLoses) {
   }
 }
 
+// The row lags behind such a part, and an offset beyond the row would look like another row's.
+TEST_F(PortAccountTest, PartThatRanAheadOfItsTotalAtAResetLosesNothingElse) {
+  rtnl_link_stats64 link{};
+  link.rx_packets = 100;
+  link.multicast = 10;
+  start();
+  poll(kernelCounts(link, {}));
+  link.rx_packets = 101;
+  link.multicast = 13;
+  poll(kernelCounts(link, {}));
+  link.rx_packets = 5;
+  link.multicast = 1;
+  sut->advance(kLink, kernelCounts(link, {}));
+  save();
+  start();
+  link.rx_packets = 1'000'000;
+  link.multicast = 50;
+  poll(kernelCounts(link, {}));
+  EXPECT_EQ(row->statistics.inMulticastPkts, 61u);
+  EXPECT_EQ(unicast() + 61u, 1'000'101u);
+}
+
 TEST_F(PortAccountTest, NothingIsSavedWhileNothingIsReset) {
   start();
   poll(packets(1000));
