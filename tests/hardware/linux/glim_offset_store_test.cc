@@ -1,0 +1,87 @@
+#include "hardware/linux/glim_offset_store.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+
+namespace Hardware::Linux {
+namespace {
+
+class GlimOffsetStoreTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char name[] = "/dev/shm/oru-offsets-XXXXXX";
+    ASSERT_NE(mkdtemp(name), nullptr);
+    directory = name;
+  }
+  void TearDown() override { std::filesystem::remove_all(directory); }
+
+  GlimOffsetStore open(std::uint32_t maxRows = 16) {
+    return GlimOffsetStore(Kel::make<GlimOffsetStore::Table>(
+        debug, Glim::RootPath(debug, directory + "/offsets", false),
+        Glim::TableLimits{.maxRows = maxRows}));
+  }
+  static StoredOffsets offsets(std::uint64_t seed) {
+    StoredOffsets made{{seed, static_cast<std::int64_t>(seed) + 1}, {}};
+    for (std::size_t i = 0; i < kPortFields; ++i) made.offsets.counts[i] = seed * 100 + i;
+    return made;
+  }
+
+  Dov::Platform::DebugHandler debug{0};
+  std::string directory;
+};
+
+TEST_F(GlimOffsetStoreTest, OffsetsOutliveTheirWriter) {
+  {
+    auto sut = open();
+    EXPECT_TRUE(sut.save("Ethernet1", offsets(1)));
+    EXPECT_TRUE(sut.save("Ethernet2", offsets(2)));
+    EXPECT_TRUE(sut.save("Ethernet1", offsets(3)));
+  }
+  auto sut = open();
+  EXPECT_EQ(sut.load("Ethernet1"), offsets(3));
+  EXPECT_EQ(sut.load("Ethernet2"), offsets(2));
+  EXPECT_EQ(sut.load("Ethernet3"), std::nullopt);
+}
+
+TEST_F(GlimOffsetStoreTest, ErasedOffsetsAreGone) {
+  auto sut = open();
+  sut.save("Ethernet1", offsets(1));
+  sut.erase("Ethernet1");
+  sut.erase("Ethernet2");
+  EXPECT_EQ(sut.load("Ethernet1"), std::nullopt);
+}
+
+TEST_F(GlimOffsetStoreTest, VisitorMayEraseWhatItVisits) {
+  auto sut = open();
+  for (int i = 1; i <= 5; ++i) sut.save("Ethernet" + std::to_string(i), offsets(1));
+  int visited = 0;
+  sut.forEach([&](Pekt::IntfId const& intfId) {
+    ++visited;
+    sut.erase(intfId);
+  });
+  EXPECT_EQ(visited, 5);
+  EXPECT_EQ(sut.load("Ethernet3"), std::nullopt);
+}
+
+TEST_F(GlimOffsetStoreTest, FullTableIsAnAnswerAndLosesNothing) {
+  auto sut = open(2);
+  ASSERT_TRUE(sut.save("Ethernet1", offsets(1)));
+  ASSERT_TRUE(sut.save("Ethernet2", offsets(2)));
+  EXPECT_FALSE(sut.save("Ethernet3", offsets(3)));
+  EXPECT_EQ(sut.load("Ethernet1"), offsets(1));
+  EXPECT_TRUE(sut.save("Ethernet2", offsets(4)));
+}
+
+TEST_F(GlimOffsetStoreTest, DetachedTableKeepsNothingAndSaysSo) {
+  auto const table = Kel::make<GlimOffsetStore::Table>(
+      debug, Glim::RootPath(debug, directory + "/offsets", false));
+  GlimOffsetStore sut(table);
+  table->detach();
+  EXPECT_FALSE(sut.save("Ethernet1", offsets(1)));
+  EXPECT_EQ(sut.load("Ethernet1"), std::nullopt);
+}
+
+}  // namespace
+}  // namespace Hardware::Linux
