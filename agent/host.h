@@ -1,0 +1,46 @@
+// The host of the library: what it watches and writes, made and put together; and the agent's
+// turn, which keeps it running.
+#pragma once
+
+#include <memory>
+
+#include "agent/chip.h"
+#include "agent/clock_driver.h"
+#include "agent/link_names.h"
+#include "agent/options.h"
+#include "counters/counters_sm.h"
+
+namespace Agent {
+
+class Host {
+ public:
+  // Takes the tables over; nothing else happens yet. Throws the Dov family as Tables does.
+  explicit Host(Options const& options);
+  // Ends the pollers. Rows stay as they are.
+  ~Host();
+
+  // Takes in the interfaces that there are, cleans up after an agent before, and starts the
+  // library. Throws std::system_error when the machine does not say what interfaces it has.
+  void start(EventLoop& loop);
+
+  // Everything that is due; answers in how many seconds it wants to be called again. Throws
+  // TableLost.
+  Kel::Seconds turn();
+
+ private:
+  void pollNews();
+  void beat();
+
+  Kel::Seconds const _period;
+  Kel::Ptr<Kel::Clock> const _clock;
+  InterfaceEntities const _entities;
+  Tables _tables;
+  Interfaces _interfaces;
+  LinkNames const _names;
+  std::unique_ptr<Chip> const _chip;
+  ClockDriver _clockDriver;
+  Kel::Seconds _lastBeat = 0.0;
+  Kel::Ptr<Oru::Counters::CountersSm> _counters;
+};
+
+}  // namespace Agent

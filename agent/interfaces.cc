@@ -1,0 +1,112 @@
+#include "agent/interfaces.h"
+
+#include "agent/log.h"
+#include "platform/dov/exception.h"
+
+namespace Agent {
+
+using Interface::IntfDescription;
+using Interface::OperState;
+
+Interfaces::Interfaces(InterfaceEntities const& entities, Tables const& tables)
+    : _entities(entities), _tables(tables) {}
+
+bool Interfaces::interfaceIs(IntfDescription description) {
+  Pekt::IntfId const id = description.intfId;
+  IntfDescription const before = _tables.intfDescriptions()->lookup(id);
+  bool const sameState =
+      before.ifIndex == description.ifIndex && before.operState == description.operState;
+  description.lastChange = sameState ? before.lastChange : Kel::System::currentTime();
+  try {
+    describe(description);
+  } catch (Dov::ResourceException const& exception) {
+    if (_withoutRoom.insert(id).second)
+      say(std::string(id.view()) + " is not counted: " + exception.message());
+    return false;
+  }
+  auto const status = statusOf(id);
+  status->speedIs(description.speed);
+  status->operStateIs(description.operState);
+  _entities.statusDir->intfStatusIs(id, status);
+  if (!_entities.configDir->intfConfig(id))
+    _entities.configDir->intfConfigIs(id, Kel::make<Interface::EthPhyIntfConfig>());
+  _entities.ocsd->intfIs(id, true);
+  _news.insert(id);
+  return true;
+}
+
+void Interfaces::interfaceDel(Pekt::IntfId const& intfId) {
+  Pekt::IntfId const id = intfId;  // the caller's may go with what is deleted
+  bool const keep = _entities.ocsd->keepIntfCounters();
+  _entities.ocsd->intfDel(id);
+  _entities.configDir->intfConfigDel(id);
+  if (keep) {
+    statusOf(id)->operStateIs(OperState::notPresent);
+    notPresent(id);
+  } else {
+    _entities.statusDir->intfStatusDel(id);
+    _tables.intfDescriptions()->descriptionDel(id);
+  }
+  _entities.aclDropConfig->intfDel(id);  // the library leaves a `false` behind
+  _news.erase(id);
+  _withoutRoom.erase(id);
+}
+
+void Interfaces::unsupportedIs(Pekt::IntfId const& intfId, Interface::CounterSet unsupported) {
+  IntfDescription description;
+  bool found = false;
+  _tables.intfDescriptions()->safeLookup(intfId, found, description);
+  if (!found) return;
+  description.unsupported = unsupported.word();
+  describe(description);
+}
+
+void Interfaces::removeLeftovers() {
+  auto const leftover = [this](Pekt::IntfId const& id) { return !_entities.ocsd->intf(id); };
+  bool const keep = _entities.ocsd->keepIntfCounters();
+  auto const clean = [&](auto& table) {
+    table.forEach([&](auto const& row) {
+      if (leftover(row.intfId)) table.remove(row.intfId);
+    });
+  };
+  if (keep) {
+    _tables.intfDescriptions()->forEach([&](IntfDescription const& row) {
+      if (leftover(row.intfId)) notPresent(row.intfId);
+    });
+  } else {
+    clean(*_tables.intfCounters());
+    clean(*_tables.intfClearCounters());
+    clean(*_tables.intfDescriptions());
+  }
+}
+
+std::vector<Pekt::IntfId> Interfaces::takeNews() {
+  std::vector<Pekt::IntfId> const news(_news.begin(), _news.end());
+  _news.clear();
+  return news;
+}
+
+// The entity of an interface whose rows were kept lives on.
+Kel::Ptr<Interface::EthPhyIntfStatus> Interfaces::statusOf(Pekt::IntfId const& intfId) {
+  auto const& all = _entities.statusDir->intfStatus();
+  auto const at = all.find(intfId);
+  return at != all.end() ? at->second : Kel::make<Interface::EthPhyIntfStatus>();
+}
+
+// A row that stays as it is costs its readers nothing.
+void Interfaces::describe(IntfDescription const& description) {
+  auto const table = _tables.intfDescriptions();
+  if (table->lookup(description.intfId) != description) table->descriptionIs(description);
+}
+
+void Interfaces::notPresent(Pekt::IntfId const& intfId) {
+  IntfDescription description = _tables.intfDescriptions()->lookup(intfId);
+  description.intfId = intfId;
+  if (description.operState != OperState::notPresent)
+    description.lastChange = Kel::System::currentTime();
+  description.operState = OperState::notPresent;
+  description.speed = 0;
+  describe(description);
+}
+
+}  // namespace Agent

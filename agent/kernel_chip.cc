@@ -1,0 +1,77 @@
+#include "agent/kernel_chip.h"
+
+#include <system_error>
+
+#include "agent/log.h"
+#include "hardware/linux/glim_offset_store.h"
+
+namespace Agent {
+namespace {
+
+using Hardware::Linux::GlimOffsetStore;
+using Hardware::Linux::LinuxCountersHelper;
+
+Kel::Ptr<LinuxCountersHelper> makeHelper(Tables& tables, Kel::Ptr<Kel::Clock> const& clock) {
+  auto const rows = tables.intfCounters();
+  auto const published =
+      [rows](Pekt::IntfId const& id) -> std::optional<Interface::EthIntfCounterGlim> {
+    Interface::EthIntfCounterGlim row;
+    bool found = false;
+    rows->safeLookup(id, found, row);
+    return found ? std::optional(row) : std::nullopt;
+  };
+  auto offsets =
+      std::make_unique<GlimOffsetStore>(tables.add<GlimOffsetStore::Table>("linkOffsets"));
+  return Kel::make<LinuxCountersHelper>(
+      Kel::Name("linux"), LinuxCountersHelper::kernelParts(std::move(offsets), published,
+                                                           [clock] { return clock->time(); }));
+}
+
+}  // namespace
+
+KernelChip::KernelChip(LinkNames const& names, Tables& tables, Interfaces& interfaces,
+                       Kel::Ptr<Kel::Clock> const& clock)
+    : _helper(makeHelper(tables, clock)),
+      _monitor([this](int ifindex) { return _speed.of(ifindex); }),
+      _sync(names, interfaces, *this) {}
+
+void KernelChip::start(EventLoop& loop) {
+  Hardware::Linux::LinkMonitor::Events events;
+  if (auto const error = _monitor.start(events))
+    throw std::system_error(error, "cannot list the links of this machine");
+  handle(events);
+  loop.readableIs(_monitor.fd(), [this] { takeNews(); });
+}
+
+Interface::CounterSet KernelChip::unsupported(Pekt::IntfId const& intfId) {
+  return _helper->unsupportedCounters(intfId);
+}
+
+void KernelChip::turn() {
+  if (_newsIsDue) takeNews();
+  bool const offsetsFail = _helper->offsetsNotSaved() != 0;
+  if (offsetsFail && !_offsetsFail)
+    say("the offsets of reset counters could not be kept; should the agent end now, counts may "
+        "double. Is the tmpfs of the tables full?");
+  _offsetsFail = offsetsFail;
+}
+
+void KernelChip::takeNews() {
+  Hardware::Linux::LinkMonitor::Events events;
+  auto const error = _monitor.poll(events);
+  handle(events);
+  if (error && !_newsIsDue) say("cannot read news of the links, trying on: " + error.message());
+  _newsIsDue = static_cast<bool>(error);
+}
+
+void KernelChip::handle(Hardware::Linux::LinkMonitor::Events const& events) {
+  for (auto const& event : events) _sync.handle(event);
+}
+
+void KernelChip::linkIs(Pekt::IntfId const& intfId, Hardware::Linux::Link const& link) {
+  _helper->linkIs(intfId, link.ifindex, link.kind);
+}
+
+void KernelChip::linkDel(Pekt::IntfId const& intfId) { _helper->linkDel(intfId); }
+
+}  // namespace Agent

@@ -1,0 +1,39 @@
+// The Linux kernel as the chip: the Ethernet links of this network namespace are the interfaces.
+#pragma once
+
+#include "agent/chip.h"
+#include "agent/link_sync.h"
+#include "hardware/linux/link_monitor.h"
+#include "hardware/linux/link_speed.h"
+#include "hardware/linux/linux_counters_helper.h"
+#include "platform/kel/clock.h"
+
+namespace Agent {
+
+class KernelChip : public Chip, private PortLinks {
+ public:
+  // Keeps its counts' offsets in a table of its own beside the others. What it is given by
+  // reference must outlive it.
+  KernelChip(LinkNames const& names, Tables& tables, Interfaces& interfaces,
+             Kel::Ptr<Kel::Clock> const& clock);
+
+  Kel::Ptr<OruHelper::OruHelperCountersSm> helper() const override { return _helper; }
+  void start(EventLoop& loop) override;
+  Interface::CounterSet unsupported(Pekt::IntfId const& intfId) override;
+  void turn() override;
+
+ private:
+  void linkIs(Pekt::IntfId const& intfId, Hardware::Linux::Link const& link) override;
+  void linkDel(Pekt::IntfId const& intfId) override;
+  void takeNews();
+  void handle(Hardware::Linux::LinkMonitor::Events const& events);
+
+  Kel::Ptr<Hardware::Linux::LinuxCountersHelper> const _helper;
+  Hardware::Linux::LinkSpeed _speed;
+  Hardware::Linux::LinkMonitor _monitor;
+  LinkSync _sync;
+  bool _newsIsDue = false;  // the last try to read it failed
+  bool _offsetsFail = false;
+};
+
+}  // namespace Agent

@@ -1,0 +1,27 @@
+#include "agent/link_names.h"
+
+#include <fnmatch.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace Agent {
+
+LinkNames::LinkNames(std::vector<std::string> patterns, NameMap names)
+    : _patterns(std::move(patterns)), _names(std::move(names)) {
+  for (auto const& [kernelName, intfId] : _names) _given.insert(intfId);
+}
+
+LinkNames::Answer LinkNames::of(std::string const& kernelName, int ifindex) const {
+  bool const counted =
+      _patterns.empty() || std::any_of(_patterns.begin(), _patterns.end(), [&](auto const& glob) {
+        return ::fnmatch(glob.c_str(), kernelName.c_str(), 0) == 0;
+      });
+  if (!counted) return {};
+  if (auto const at = _names.find(kernelName); at != _names.end()) return {at->second};
+  Pekt::IntfId const byIndex("Ethernet" + std::to_string(ifindex));
+  if (_given.contains(byIndex)) return {std::nullopt, true};
+  return {byIndex};
+}
+
+}  // namespace Agent

@@ -1,0 +1,35 @@
+// Which links of the machine are counted, and under which interface.
+#pragma once
+
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "agent/options.h"
+
+namespace Agent {
+
+// A link is counted when its kernel name matches a pattern (glob(7)), or there are no patterns. It
+// is shown as the interface that the configuration names for it, else as Ethernet<ifindex>: a
+// kernel name may change, and may hold what an interface's name may not; the index stays.
+class LinkNames {
+ public:
+  LinkNames() = default;
+  LinkNames(std::vector<std::string> patterns, NameMap names);
+
+  struct Answer {
+    // None: the link is not counted.
+    std::optional<Pekt::IntfId> intfId;
+    // Not counted since the configuration gives the name that it would have to another link.
+    bool nameIsGivenAway = false;
+  };
+  Answer of(std::string const& kernelName, int ifindex) const;
+
+ private:
+  std::vector<std::string> _patterns;
+  NameMap _names;
+  std::set<Pekt::IntfId> _given;
+};
+
+}  // namespace Agent

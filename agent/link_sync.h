@@ -1,0 +1,57 @@
+// Keeps the agent's interfaces in step with the links of the machine. Logic alone: links come as
+// events, from whatever tells them.
+#pragma once
+
+#include <map>
+
+#include "agent/interfaces.h"
+#include "agent/link_names.h"
+#include "hardware/linux/link.h"
+
+namespace Agent {
+
+// The chip, as far as it must know which link a port is.
+class PortLinks {
+ public:
+  virtual ~PortLinks() = default;
+  virtual void linkIs(Pekt::IntfId const& intfId, Hardware::Linux::Link const& link) = 0;
+  virtual void linkDel(Pekt::IntfId const& intfId) = 0;
+};
+
+// A link is an interface for as long as it keeps the name by which the configuration chose it, or
+// for its whole life if nothing chose it by name: a rename then changes what the interface is
+// called on this machine, and nothing else. The chip learns of a link before the interface is
+// there, and loses it after.
+//
+// Of two links that are to be the same interface, the first has it, and the other gets it when the
+// first is gone; that a link is not counted for such a reason is told to the operator.
+class LinkSync {
+ public:
+  // What it is given by reference must outlive it.
+  LinkSync(LinkNames const& names, Interfaces& interfaces, PortLinks& ports);
+
+  void handle(Hardware::Linux::LinkEvent const& event);
+
+ private:
+  using Link = Hardware::Linux::Link;
+  struct Known {
+    Link link;
+    std::optional<Pekt::IntfId> servedAs;
+  };
+
+  void update(Link const& link);
+  void serve(Known& known, Pekt::IntfId const& intfId);
+  void drop(Known& known);
+  void serveWaiting(Pekt::IntfId const& intfId);
+
+  LinkNames const& _names;
+  Interfaces& _interfaces;
+  PortLinks& _ports;
+  std::map<int, Known> _links;  // by ifindex
+  std::map<Pekt::IntfId, int> _servedBy;
+};
+
+Interface::IntfDescription description(Pekt::IntfId const& intfId,
+                                       Hardware::Linux::Link const& link);
+
+}  // namespace Agent

@@ -1,0 +1,27 @@
+#include "agent/simulated_chip.h"
+
+namespace Agent {
+
+using Hardware::Simulated::CountersHelper;
+
+SimulatedChip::SimulatedChip(std::uint32_t ports, std::uint64_t seed, Interfaces& interfaces)
+    : _chip(std::make_shared<Hardware::Simulated::Chip const>(
+          Hardware::Simulated::Chip::seeded(ports, seed))),
+      _helper(Kel::make<CountersHelper>(Kel::Name("simulated"), _chip)),
+      _interfaces(interfaces) {}
+
+void SimulatedChip::start(EventLoop&) {
+  std::uint32_t ifIndex = 0;
+  for (Pekt::IntfId const& intfId : _chip->portsAt(_helper->chipTime())) {
+    Interface::IntfDescription description;
+    description.intfId = intfId;
+    description.alias = std::string_view("simulated");
+    description.ifIndex = ++ifIndex;
+    description.speed = 100'000'000'000;
+    description.adminState = Interface::AdminState::up;
+    description.operState = Interface::OperState::up;
+    _interfaces.interfaceIs(description);
+  }
+}
+
+}  // namespace Agent

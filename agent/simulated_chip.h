@@ -1,0 +1,25 @@
+// A chip that is arithmetic, for trying things out: its ports are Ethernet1 to Ethernet<n>, under
+// traffic that the seed decides, in the time of this machine.
+#pragma once
+
+#include <memory>
+
+#include "agent/chip.h"
+#include "hardware/simulated/counters_helper.h"
+
+namespace Agent {
+
+class SimulatedChip : public Chip {
+ public:
+  SimulatedChip(std::uint32_t ports, std::uint64_t seed, Interfaces& interfaces);
+
+  Kel::Ptr<OruHelper::OruHelperCountersSm> helper() const override { return _helper; }
+  void start(EventLoop& loop) override;
+
+ private:
+  std::shared_ptr<Hardware::Simulated::Chip const> const _chip;
+  Kel::Ptr<Hardware::Simulated::CountersHelper> const _helper;
+  Interfaces& _interfaces;
+};
+
+}  // namespace Agent

@@ -1,0 +1,33 @@
+#include "agent/tables.h"
+
+namespace Agent {
+
+Tables::Tables(std::string directory)
+    : _directory(std::move(directory)),
+      _intfCounters(add<Interface::AllEthIntfCounterGlim>(Interface::kIntfCounters)),
+      _intfClearCounters(add<Interface::AllEthIntfCounterGlim>(Interface::kIntfClearCounters)),
+      _intfDescriptions(add<Interface::AllIntfDescription>(Interface::kIntfDescriptions)) {}
+
+Glim::RootPath Tables::path(std::string_view name) {
+  return Glim::RootPath(_debug, _directory + '/' + std::string(name), true);
+}
+
+void Tables::heartbeat() {
+  for (Life const& life : _alive)
+    if (!life.beat())
+      throw TableLost("table " + _directory + '/' + life.name +
+                      " was damaged by somebody else and is given up; what was found is told in " +
+                      life.name + ".corruption beside it");
+}
+
+void Tables::wallClockSteppedBy(Kel::Seconds step) {
+  _intfCounters->forEach([&](Interface::EthIntfCounterGlim const& row) {
+    if (row.rates.lastUpdate == 0.0) return;  // nothing was measured yet
+    auto moved = row;
+    moved.rates.lastUpdate += step;
+    moved.rates.seeded += step;
+    _intfCounters->counterIs(moved);
+  });
+}
+
+}  // namespace Agent

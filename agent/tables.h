@@ -1,0 +1,68 @@
+// The tables that the agent publishes, in one directory on a tmpfs.
+#pragma once
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "platform/dov/debug_handler.h"
+#include "platform/interface/counter_tables.h"
+#include "platform/kel/system.h"
+
+namespace Agent {
+
+// A table was found damaged and is lost to this process; the next one to take it keeps what is good
+// of it.
+class TableLost : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+class Tables {
+ public:
+  // Takes the tables over from whoever wrote them before, rows included. The directory is made if
+  // it is missing (one level). Throws the Dov family, with a text that names the table and what is
+  // wrong: another process writes it, it is not on a tmpfs, it may not be written.
+  explicit Tables(std::string directory);
+
+  Kel::Ptr<Interface::AllEthIntfCounterGlim> intfCounters() const { return _intfCounters; }
+  Kel::Ptr<Interface::AllEthIntfCounterGlim> intfClearCounters() const {
+    return _intfClearCounters;
+  }
+  Kel::Ptr<Interface::AllIntfDescription> intfDescriptions() const { return _intfDescriptions; }
+
+  // One more table in the same directory, of a chip's own.
+  template <class Table>
+  Kel::Ptr<Table> add(std::string_view name) {
+    auto const table = Kel::make<Table>(_debug, path(name));
+    _alive.push_back({std::string(name), [table] {
+                        table->heartbeat();
+                        return table->attached();
+                      }});
+    return table;
+  }
+
+  // Tells readers that the writer of all of them lives. Throws TableLost.
+  void heartbeat();
+
+  // The wall clock was set by `step` seconds: moves the times that rates are measured from, so that
+  // no rate is of a time that never passed.
+  void wallClockSteppedBy(Kel::Seconds step);
+
+ private:
+  struct Life {
+    std::string name;
+    std::function<bool()> beat;  // whether the table is still attached
+  };
+  Glim::RootPath path(std::string_view name);
+
+  Dov::Platform::DebugHandler _debug;
+  std::string const _directory;
+  std::vector<Life> _alive;
+  Kel::Ptr<Interface::AllEthIntfCounterGlim> const _intfCounters;
+  Kel::Ptr<Interface::AllEthIntfCounterGlim> const _intfClearCounters;
+  Kel::Ptr<Interface::AllIntfDescription> const _intfDescriptions;
+};
+
+}  // namespace Agent
