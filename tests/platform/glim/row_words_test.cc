@@ -68,6 +68,19 @@ TEST(GlimRowWordsOfZeros, TopBitsFlippedInTwoWordsOfALaneShow) {
   }
 }
 
+TEST(GlimRowWordsOfZeros, WhatIsAddedToOneWordAndTakenFromAnotherOfItsLaneShows) {
+  std::vector<Word> row(128);
+  Word const sum = RowWords::checksum(row.data(), row.size(), 5);
+  for (std::size_t j = 8; j < row.size(); j += 8) {
+    for (unsigned bit = 0; bit < 64; ++bit) {
+      row[0] += Word{1} << bit;
+      row[j] -= Word{1} << bit;
+      EXPECT_NE(RowWords::checksum(row.data(), row.size(), 5) >> 2, sum >> 2) << j << ' ' << bit;
+      row[0] = row[j] = 0;
+    }
+  }
+}
+
 TEST(GlimRowWordsOfZeros, LengthAndSeedShow) {
   std::vector<Word> const row(64);
   std::set<Word> sums;

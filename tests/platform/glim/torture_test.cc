@@ -4,6 +4,7 @@
 
 #include <array>
 #include <random>
+#include <thread>
 
 #include "tests/platform/glim/table_fixture.h"
 
@@ -72,6 +73,29 @@ TEST_F(GlimTorture, ReadersSeeWholeRowsThatNeverGoBack) {
     }
   }
   for (int const s : status) EXPECT_TRUE(exitedWith(s, 0)) << WEXITSTATUS(s);
+}
+
+// In one process and one mapping, so that the thread sanitizer watches too.
+TEST(GlimRowSlotTorture, AReadingThreadSeesWholeRowsThatNeverGoBack) {
+  constexpr Word words = 24;
+  std::vector<Word> memory(1 + 2 * (1 + words));
+  std::jthread const writer([&memory] {
+    RowSlot slot(memory.data(), words, 0);
+    for (Word k = 0; k < 100'000; ++k) slot.publish(k, std::vector<Word>(words, k + 1).data());
+  });
+  std::vector<Word> row(words);
+  Word last = 0;
+  std::uint64_t whole = 0;
+  while (last < 100'000) {
+    Answer const answer = readSlot(memory.data(), words, 0, row.data(), 64);
+    if (answer == Answer::busy || (answer == Answer::absent && last == 0)) continue;
+    ASSERT_EQ(answer, Answer::ok);
+    ASSERT_EQ(row, std::vector<Word>(words, row[0]));
+    ASSERT_GE(row[0], last);
+    last = row[0];
+    ++whole;
+  }
+  EXPECT_GT(whole, 0u);
 }
 
 TEST_F(GlimTorture, ARowIsFoundWhileOthersComeAndGoAroundIt) {
