@@ -6,8 +6,9 @@ namespace {
 // Counts are modulo 2^64; of two of them the one that is less than half the circle ahead is later.
 bool isBefore(std::uint64_t a, std::uint64_t b) { return static_cast<std::int64_t>(a - b) < 0; }
 
-bool startedAnew(std::uint64_t counted, std::uint64_t last) {
-  return isBefore(counted, last) && last - counted > last / 64;
+// Of the kernel's own counts: beside an old offset, every reset would look small.
+bool startedAnew(std::uint64_t kernel, std::uint64_t last) {
+  return isBefore(kernel, last) && last - kernel > last / 64;
 }
 
 PortField fieldAt(std::size_t i) { return static_cast<PortField>(i); }
@@ -43,7 +44,7 @@ void PortAccount::advance(LinkIdentity const& identity, KernelCounts const& coun
     if (!counts.known.contains(field)) continue;
     std::uint64_t const kernel = counts.totals[field];
     std::uint64_t const counted = kernel + stored_->offsets[field];
-    if (startedAnew(counted, counted_[field])) {
+    if (startedAnew(kernel, counted_[field] - stored_->offsets[field])) {
       // What is shown, not what was counted: the row never held more than that.
       stored_->offsets[field] = shown_[field];
       counted_[field] = shown_[field] + kernel;

@@ -44,8 +44,9 @@ struct StoredOffsets {
 /// agent sees the same reset and takes the same offset.
 ///
 /// A counter started anew if its link is another one, or if it went backwards; then it started from
-/// zero. A step back of no more than 1/64 of the count is taken as an unsteady reading (some
-/// drivers add up their counts from parts that move meanwhile) and the count waits to be passed.
+/// zero. A step back of no more than 1/64 of the kernel's count is taken as an unsteady reading
+/// (some drivers add up their counts from parts that move meanwhile) and the count waits to be
+/// passed.
 class PortAccount {
  public:
   /// `row` is the published row as it stands, `stored` what was saved last, if anything. Without a

@@ -181,6 +181,17 @@ TEST_F(PortAccountTest, SmallStepBackOfALargeCountIsAnUnsteadyReading) {
   EXPECT_EQ(unicast(), 1'000'005u);
 }
 
+TEST_F(PortAccountTest, ResetIsSeenHoweverLargeTheOffset) {
+  start();
+  poll(packets(1'000'000));
+  poll(packets(100));
+  poll(packets(5));
+  EXPECT_EQ(unicast(), 1'000'105u);
+  start();
+  poll(packets(2));
+  EXPECT_EQ(unicast(), 1'000'107u);
+}
+
 TEST_F(PortAccountTest, RestartAtAnUnsteadyReadingDoublesNothing) {
   start();
   poll(packets(1'000'000));
