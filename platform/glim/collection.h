@@ -103,7 +103,8 @@ class Collection : public Kel::PtrInterface {
   }
 
  protected:
-  // The table has become ready, or is lost.
+  // Called with false when the table is lost. That it is ready, a derived class knows from its own
+  // construction.
   virtual void collectionReady(bool) {}
 
  private:

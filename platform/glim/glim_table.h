@@ -16,7 +16,7 @@ class GlimTable : public GlimBase<Key, Value, Ops, Allocator> {
   using Slot = typename Base::Slot;
 
   GlimTable(RootPath const& root, TableLimits const& limits, Record const& defaultRecord)
-      : Base(root), _default(defaultRecord), _writer(root, Allocator::shape(), limits) {}
+      : Base(root), _default(defaultRecord), _writer(root, checkedShape(root), limits) {}
 
   WriterPolicy& writer() { return _writer; }
   WriterPolicy const& writer() const { return _writer; }
@@ -66,6 +66,14 @@ class GlimTable : public GlimBase<Key, Value, Ops, Allocator> {
   bool validateFiles() const override { return _writer.validateFiles(); }
 
  private:
+  static RowShape const& checkedShape(RootPath const& root) {
+    if (!keyStandsFirst<Record>()) {
+      Dov::debugAndThrowAssertException(root.debugHandler(), "the key is a record's first member",
+                                        "Glim/GlimTable", "GlimTable");
+    }
+    return Allocator::shape();
+  }
+
   template <class Step>
   bool step(Record* out, Step take) {
     Record unwanted;

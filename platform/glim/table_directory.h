@@ -19,6 +19,7 @@ class TableDirectory {
   // Takes the writer's lock, or throws naming the process that has it. The lock is a private file
   // of mode 0600 (a reader could hold a lock on the data file for ever), and is held until the
   // descriptor is closed.
+  // A child that is forked and does not exec holds it as well.
   FileDescriptor lock() const;
 
   // The table's file, or nothing when there is none. A file that is not plainly ours is refused.
