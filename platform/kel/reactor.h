@@ -84,8 +84,12 @@ class Reactor : public ReactorOn<X> {
     if (object.get() == this->baseNotifier().get()) return;
     Ptr<Reactor> const alive(this);  // a handler may drop the last reference
     Base::notifierIs(object);
+    // Even where a handler throws: what is watched must go on telling.
+    struct Registration {
+      Reactor& reactor;
+      ~Registration() { reactor.isRegisteredNotifieeIs(true); }
+    } const atTheEnd{*this};
     if (this->baseNotifier() && !this->kelMarkedForDeletion()) resync();
-    this->isRegisteredNotifieeIs(true);
   }
 
   // What a newly watched object means: the keyless form of each callback, in
