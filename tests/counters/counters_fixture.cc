@@ -1,0 +1,67 @@
+#include "tests/counters/counters_fixture.h"
+
+namespace Support {
+
+void RecordingHelper::getCounters(Pekt::IntfId id, Kel::Ptr<OruTypes::IntfCounters> newCounters,
+                                  Kel::Ptr<OruTypes::IntfCounters> prevCounters) {
+  _log("getCounters", id);
+  prevInOctets = prevCounters->intfStats().inOctets;
+  newCounters->intfStatsIs(sample->intfStats());
+  newCounters->ethStatsIs(sample->ethStats());
+  if (duringGetCounters) duringGetCounters();
+}
+
+void RecordingHelper::completeSample() {
+  sample->intfStats().inErrors = receiveErrorSum(sample->ethStats());
+  sample->intfStats().outErrors = transmitErrorSum(sample->ethStats());
+}
+
+FlagsRecorder::FlagsRecorder(CallLog& log, std::string name,
+                             Kel::Ptr<Interface::IntfFlags const> const& flags)
+    : _log(log), _name(std::move(name)) {
+  notifierIs(flags);
+  isRegisteredNotifieeIs(true);
+  hasNotificationActiveIs(true);
+}
+
+void FlagsRecorder::onIntf(Pekt::IntfId id) {
+  auto const& flags = notifier()->intf();
+  auto const it = flags.find(id);
+  if (it == flags.end())
+    _log(_name + ".intfDel", id);
+  else
+    _log(_name + ".intfIs", id, it->second ? "true" : "false");
+}
+
+CountersFixture::CountersFixture() { cliCounterConfig->periodPollIs(5.0); }
+
+void CountersFixture::make() {
+  sut = Oru::Counters::countersSmFactory(
+      ocsd, configDir, statusDir, cliCounterConfig, helper, globalIntfConfig, cliConfig,
+      qosSliceHwStatus, qosSliceHwStatusDir, qosAclSliceHwStatus, qosAclSliceHwStatusDir,
+      vlanIntfConfigDir, vlanIntfStatusDir, nullptr, nullptr, nullptr, allIntfCounters,
+      allIntfClearCounters);
+  sut->writerConfigIs(writerConfig);
+  sut->ethIntfCounterWriterStatusIs(writerStatus);
+  sut->aclDropConfigIs(aclDropConfig);
+  sut->counterPollPeriodIs(5.0);
+}
+
+void CountersFixture::makeInitialized() {
+  make();
+  sut->initializedIs(true);
+}
+
+void CountersFixture::addConfig(Pekt::IntfId const& id) {
+  configDir->intfConfigIs(id, Kel::make<Interface::EthPhyIntfConfig>());
+}
+void CountersFixture::addStatus(Pekt::IntfId const& id) {
+  statusDir->intfStatusIs(id, Kel::make<Interface::EthPhyIntfStatus>());
+}
+void CountersFixture::addIntf(Pekt::IntfId const& id) {
+  addConfig(id);
+  addStatus(id);
+  ocsd->intfIs(id, true);
+}
+
+}  // namespace Support

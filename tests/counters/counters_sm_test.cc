@@ -1,0 +1,393 @@
+// Start-up, inputs and end of the top-level state machine.
+#include "counters/counters_sm.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <map>
+
+#include "counters/pollers/unit.h"
+#include "tests/counters/counters_fixture.h"
+#include "tests/support/trace_capture.h"
+
+namespace {
+
+using Support::Calls;
+using Support::eth1;
+using Support::eth2;
+
+class CountersSm : public Support::CountersFixture {};
+
+TEST_F(CountersSm, IsMadeWithItsNotificationsOnAndNotInitialized) {
+  make();
+  EXPECT_TRUE(sut->hasNotificationActive());
+  EXPECT_FALSE(sut->initialized());
+  EXPECT_EQ(sut->references(), 1u);
+  EXPECT_EQ(log.calls(), Calls{});
+}
+
+TEST_F(CountersSm, WatchesEveryInputThatItIsGiven) {
+  make();
+  EXPECT_EQ(sut->ocsd(), ocsd);
+  EXPECT_EQ(sut->reactOcsd(), ocsd);
+  EXPECT_EQ(sut->ethPhyIntfConfigDir(), configDir);
+  EXPECT_EQ(sut->ethPhyIntfStatusDir(), statusDir);
+  EXPECT_EQ(sut->cliCounterConfig(), cliCounterConfig);
+  EXPECT_EQ(sut->platformHelper(), helper);
+  EXPECT_EQ(sut->globalIntfConfig(), globalIntfConfig);
+  EXPECT_EQ(sut->cliConfig(), cliConfig);
+  EXPECT_EQ(sut->qosSliceHwStatus(), qosSliceHwStatus);
+  EXPECT_EQ(sut->qosSliceHwStatusDir(), qosSliceHwStatusDir);
+  EXPECT_EQ(sut->qosAclSliceHwStatus(), qosAclSliceHwStatus);
+  EXPECT_EQ(sut->qosAclSliceHwStatusDir(), qosAclSliceHwStatusDir);
+  EXPECT_EQ(sut->vlanIntfConfigDir(), vlanIntfConfigDir);
+  EXPECT_EQ(sut->vlanIntfStatusDir(), vlanIntfStatusDir);
+  EXPECT_EQ(sut->allIntfCounters(), allIntfCounters);
+  EXPECT_EQ(sut->allIntfClearCounters(), allIntfClearCounters);
+}
+
+TEST_F(CountersSm, MayBeMadeOfNullInputsAlone) {
+  auto const none = Oru::Counters::countersSmFactory(
+      nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+      nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+  EXPECT_EQ(none->reactOcsd(), nullptr);
+  EXPECT_EQ(none->counterPollPeriod(), 0.0);
+  EXPECT_EQ(none->writerConfig(), nullptr);
+  EXPECT_EQ(none->ethIntfCounterWriterStatus(), nullptr);
+  EXPECT_EQ(none->aclDropConfig(), nullptr);
+  EXPECT_EQ(none->allVlanIntfCounters(), nullptr);
+  EXPECT_EQ(none->vlanIntfCounterWriterStatus(), nullptr);
+}
+
+TEST_F(CountersSm, NotificationsBeforeItIsInitializedMakeNothing) {
+  make();
+  addIntf(eth1);
+  EXPECT_EQ(sut->portCountersSm().size(), 0u);
+  EXPECT_EQ(log.calls(), Calls{});
+}
+
+TEST_F(CountersSm, TheScanAtTheStartMakesWhatTheStateCallsFor) {
+  make();
+  addIntf(eth1);
+  addIntf(eth2);
+  sut->initializedIs(true);
+  EXPECT_EQ(sut->portCountersSm().size(), 2u);
+}
+
+TEST_F(CountersSm, PreparesTheChipOnceAndBeforeAnyPoller) {
+  make();
+  addIntf(eth1);
+  sut->initializedIs(true);
+  EXPECT_EQ(log.calls().front(), "hwInit");
+  EXPECT_EQ(log.count("hwInit"), 1u);
+  EXPECT_EQ(log.count("initialize Ethernet1"), 1u);
+}
+
+TEST_F(CountersSm, HandleInitializedReachedDirectlyPreparesAndScansOnce) {
+  make();
+  addIntf(eth1);
+  Support::TraceCapture const trace(Oru::Counters::_defaultTraceHandle());
+  sut->handleInitialized();
+  EXPECT_TRUE(sut->initialized());
+  EXPECT_EQ(log.count("hwInit"), 1u);
+  EXPECT_EQ(
+      std::count(trace.lines().begin(), trace.lines().end(), "8 CountersSm::handleIntf(Ethernet1)"),
+      1);
+}
+
+TEST_F(CountersSm, BeingInitializedAgainDoesNothing) {
+  makeInitialized();
+  sut->initializedIs(true);
+  EXPECT_EQ(log.count("hwInit"), 1u);
+}
+
+TEST_F(CountersSm, ScansInTheStatedOrder) {
+  qosSliceHwStatus->pmapTypeIs(Kel::make<Qos::PolicyMapTypeHwStatus>(Qos::MapType::controlPlane));
+  qosAclSliceHwStatus->pmapTypeIs(
+      Kel::make<Qos::PolicyMapTypeHwStatus>(Qos::MapType::controlPlane));
+  make();
+  ocsd->intfIs(eth1, false);
+  ocsd->cpuIntfIs("Cpu", true);
+  ocsd->vlanIntfIs("Vlan7", true);
+  Support::TraceCapture const trace(Oru::Counters::_defaultTraceHandle());
+  sut->initializedIs(true);
+  EXPECT_EQ(trace.lines(),
+            (Calls{
+                "8 virtual void Oru::Counters::CountersSm::handleInitialized()",
+                "8 CountersSm::handleIntf(Ethernet1)",
+                "7 void Oru::Counters::CountersSm::handlePolicyMapType()",
+                "7 void Oru::Counters::CountersSm::handlePolicyMapType(Qos::MapType)type: 0",
+                "7 void Oru::Counters::CountersSm::handleDynamicPolicyMapType()",
+                "7 void Oru::Counters::CountersSm::handleDynamicPolicyMapType(Qos::MapType)type: 0",
+                "7 CountersSm::handleCpuIntf(Cpu)",
+                "8 void Oru::Counters::CountersSm::handleVlanIntf()",
+                "8 void Oru::Counters::CountersSm::handleVlanIntf(Pekt::IntfId) vlanIntf: Vlan7",
+            }));
+}
+
+TEST_F(CountersSm, EachNotificationReachesItsHandler) {
+  make();
+  sut->initializedIs(true);
+  Support::TraceCapture trace(Oru::Counters::_defaultTraceHandle());
+  auto const reaches = [&](char const* line, auto const& change) {
+    trace.clear();
+    change();
+    EXPECT_EQ(trace.lines(), Calls{line});
+  };
+  std::string const counters = "void Oru::Counters::CountersSm::";
+  auto const line = [&](std::string const& text) { return text; };
+  reaches("8 CountersSm::handleIntf(Ethernet1)", [&] { ocsd->intfIs(eth1, false); });
+  reaches("8 CountersSm::handleIntf(Ethernet1)", [&] { addConfig(eth1); });
+  reaches("8 CountersSm::handleIntf(Ethernet1)", [&] { addStatus(eth1); });
+  reaches("7 CountersSm::handleCpuIntf(Cpu)", [&] { ocsd->cpuIntfIs("Cpu", true); });
+  std::string const vlan = "8 " + counters + "handleVlanIntf(Pekt::IntfId) vlanIntf: Vlan7";
+  reaches(vlan.c_str(), [&] { ocsd->vlanIntfIs("Vlan7", true); });
+  reaches(vlan.c_str(), [&] {
+    vlanIntfConfigDir->intfConfigIs("Vlan7", Kel::make<Interface::VlanIntfConfig>());
+  });
+  reaches(vlan.c_str(), [&] {
+    vlanIntfStatusDir->intfStatusIs("Vlan7", Kel::make<Interface::VlanIntfStatus>());
+  });
+  reaches(line("7 " + counters + "handlePolicyMapType(Qos::MapType)type: 1").c_str(), [&] {
+    qosSliceHwStatus->pmapTypeIs(Kel::make<Qos::PolicyMapTypeHwStatus>(Qos::MapType::qos));
+  });
+  reaches(line("7 " + counters + "handleDynamicPolicyMapType(Qos::MapType)type: 2").c_str(), [&] {
+    qosAclSliceHwStatus->pmapTypeIs(Kel::make<Qos::PolicyMapTypeHwStatus>(Qos::MapType::pbr));
+  });
+  reaches("8 virtual void Oru::Counters::CountersSm::doClearCounters(Kel::String) Ethernet1",
+          [&] { cliConfig->clearCountersRequestIs("Ethernet1"); });
+}
+
+TEST_F(CountersSm, BulkNotificationsRescan) {
+  makeInitialized();
+  ocsd->cpuIntfIs("Cpu", true);
+  ocsd->vlanIntfIs("Vlan7", true);
+  addIntf(eth1);
+  addIntf(eth2);
+  Support::TraceCapture trace(Oru::Counters::_defaultTraceHandle());
+  statusDir->intfStatusDelAll();
+  EXPECT_EQ(trace.lines()[0], "8 CountersSm::handleIntf(Ethernet1)");
+  EXPECT_EQ(sut->portCountersSm().size(), 0u);
+  trace.clear();
+  ocsd->vlanIntfDelAll();
+  EXPECT_EQ(trace.lines(), (Calls{"8 void Oru::Counters::CountersSm::handleVlanIntf()"}));
+  trace.clear();
+  cliConfig->clearCountersRequestIs("");
+  EXPECT_EQ(log.count("helper.doClearCounters "), 0u);
+}
+
+TEST_F(CountersSm, AnInputAttachedLaterRunsItsHandlersOnce) {
+  makeInitialized();
+  ocsd->vlanIntfIs("Vlan7", true);
+  auto const other = Kel::make<Interface::VlanIntfConfigDir>();
+  Support::TraceCapture trace(Oru::Counters::_defaultTraceHandle());
+  sut->vlanIntfConfigDirIs(other);
+  Calls const once{
+      "8 void Oru::Counters::CountersSm::handleVlanIntf()",
+      "8 void Oru::Counters::CountersSm::handleVlanIntf(Pekt::IntfId) vlanIntf: Vlan7"};
+  EXPECT_EQ(trace.lines(), once);
+  sut->vlanIntfConfigDirIs(other);
+  EXPECT_EQ(trace.lines(), once);
+  EXPECT_EQ(sut->vlanIntfConfigDirDel(), other);
+  EXPECT_EQ(sut->vlanIntfConfigDir(), nullptr);
+}
+
+TEST_F(CountersSm, TheCommonDataAttachedRunsItsThreeHandlersInOrder) {
+  makeInitialized();
+  sut->reactOcsdDel();
+  ocsd->intfIs(eth1, false);
+  ocsd->cpuIntfIs("Cpu", true);
+  Support::TraceCapture const trace(Oru::Counters::_defaultTraceHandle());
+  sut->reactOcsdIs(ocsd);
+  EXPECT_EQ(trace.lines(),
+            (Calls{"8 CountersSm::handleIntf(Ethernet1)", "7 CountersSm::handleCpuIntf(Cpu)",
+                   "8 void Oru::Counters::CountersSm::handleVlanIntf()"}));
+}
+
+TEST_F(CountersSm, WithoutConfigurationsNoPollerIsEverMade) {
+  configDir = nullptr;
+  makeInitialized();
+  addStatus(eth1);
+  ocsd->intfIs(eth1, true);
+  EXPECT_EQ(sut->portCountersSm().size(), 0u);
+}
+
+TEST_F(CountersSm, WithoutStatusesNoPollerIsEverMade) {
+  statusDir = nullptr;
+  makeInitialized();
+  addConfig(eth1);
+  ocsd->intfIs(eth1, true);
+  EXPECT_EQ(sut->portCountersSm().size(), 0u);
+}
+
+TEST_F(CountersSm, ANewPeriodIsForPollersMadeFromThenOn) {
+  makeInitialized();
+  addIntf(eth1);
+  sut->counterPollPeriodIs(7.0);
+  EXPECT_EQ(sut->portCountersSm(eth1)->counterPollPeriod(), 5.0);
+  addIntf(eth2);
+  EXPECT_EQ(sut->portCountersSm(eth2)->counterPollPeriod(), 7.0);
+}
+
+TEST_F(CountersSm, NotificationsOffReachEveryPollerAndReactor) {
+  makeInitialized();
+  addIntf(eth1);
+  log.clear();
+  sut->hasNotificationActiveIs(false);
+  EXPECT_FALSE(sut->portCountersSm(eth1)->hasNotificationActive());
+  addIntf(eth2);
+  EXPECT_EQ(log.calls(), Calls{});
+  sut->hasNotificationActiveIs(true);
+  EXPECT_TRUE(sut->portCountersSm(eth1)->hasNotificationActive());
+}
+
+TEST_F(CountersSm, ItsEndDeletesThePollersAndLeavesRowsAndWriterStatus) {
+  makeInitialized();
+  addIntf(eth1);
+  log.clear();
+  sut = nullptr;
+  EXPECT_EQ(Kel::AllocTrackTypeInfo::live(Oru::Counters::PortCountersSm::_kelType).objects, 0u);
+  EXPECT_EQ(Kel::AllocTrackTypeInfo::live(Oru::Counters::CountersSm::_kelType).objects, 0u);
+  EXPECT_EQ(log.calls(), Calls{});
+  EXPECT_TRUE(allIntfCounters->contains(eth1));
+  EXPECT_TRUE(writerStatus->intf().contains(eth1));
+  addIntf(eth2);  // nobody listens any more
+  EXPECT_EQ(log.calls(), Calls{});
+}
+
+TEST_F(CountersSm, APollerThatOutlivesItIsHeldByItsHolderAlone) {
+  makeInitialized();
+  addIntf(eth1);
+  auto const poller = sut->portCountersSm(eth1);
+  sut = nullptr;
+  EXPECT_EQ(poller->references(), 1u);
+}
+
+TEST_F(CountersSm, APlatformMayOverrideTheHandlers) {
+  class Derived : public Oru::Counters::CountersSm {
+   public:
+    Derived(Kel::Ptr<Oru::OruCommonSmData> const& data,
+            Kel::Ptr<OruHelper::OruHelperCountersSm> const& chip, Support::CallLog& calls)
+        : CountersSm(data, nullptr, nullptr, nullptr, chip, nullptr, nullptr, nullptr, nullptr,
+                     nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                     nullptr),
+          _log(calls) {}
+    using CountersSm::handleCpuIntf, CountersSm::handleIntf;
+    void handleIntf(Pekt::IntfId id) override { _log("derived.handleIntf", id); }
+    void handleCpuIntf(Pekt::IntfId id) override { _log("derived.handleCpuIntf", id); }
+
+   private:
+    Support::CallLog& _log;
+  };
+  auto const derived = Kel::make<Derived>(ocsd, helper, log);
+  derived->hasNotificationActiveIs(true);
+  derived->initializedIs(true);
+  ocsd->intfIs(eth1, true);
+  ocsd->cpuIntfIs("Cpu", true);
+  EXPECT_EQ(log.calls(),
+            (Calls{"hwInit", "derived.handleIntf Ethernet1", "derived.handleCpuIntf Cpu"}));
+}
+
+// The constructor runs out of memory at each of its allocations in turn.
+int allocationsLeft = 0;
+void* limited(std::size_t size) noexcept {
+  return allocationsLeft-- > 0 ? std::malloc(size) : nullptr;
+}
+
+TEST_F(CountersSm, AConstructorThatThrowsLeavesNothingBehind) {
+  for (int allocations = 0; allocations < 11; ++allocations) {  // the object and ten reactors
+    allocationsLeft = allocations;
+    Kel::System::allocator = &limited;
+    EXPECT_THROW(make(), Kel::RangeException) << allocations;
+    Kel::System::allocator = &Kel::System::heap;
+    EXPECT_EQ(Kel::AllocTrackTypeInfo::live(Oru::Counters::CountersSm::_kelType).objects, 0u);
+    EXPECT_EQ(ocsd->references(), 1u);
+    EXPECT_EQ(configDir->references(), 1u);
+    EXPECT_EQ(helper->references(), 1u);
+    EXPECT_EQ(vlanIntfStatusDir->references(), 1u);
+    EXPECT_EQ(configDir->notifieeList()->size(), 0u);
+  }
+  make();
+  EXPECT_NE(sut, nullptr);
+}
+
+TEST_F(CountersSm, AHandlerThatEndsItIsItsLast) {
+  make();
+  addIntf(eth1);
+  struct Ender : Interface::IntfFlags::NotifieeConst {
+    using NotifieeConst::onIntf;
+    explicit Ender(Kel::Ptr<Oru::Counters::CountersSm>& s) : sm(s) {}
+    void onIntf(Pekt::IntfId) override { sm = nullptr; }
+    Kel::Ptr<Oru::Counters::CountersSm>& sm;
+  };
+  sut->initializedIs(true);
+  auto const ender = Kel::make<Ender>(sut);
+  ender->notifierIs(writerConfig);
+  ender->isRegisteredNotifieeIs(true);
+  ender->hasNotificationActiveIs(true);
+  addIntf(eth2);  // its handling drops the last reference to the state machine
+  EXPECT_EQ(sut, nullptr);
+  EXPECT_EQ(Kel::AllocTrackTypeInfo::live(Oru::Counters::CountersSm::_kelType).objects, 0u);
+}
+
+TEST_F(CountersSm, AnExceptionFromAHandlerIsCountedAndItsNeighboursStillHear) {
+  allIntfClearCounters = nullptr;  // neither branch can finish
+  makeInitialized();
+  struct Neighbour : Oru::OruCommonSmData::NotifieeConst {
+    using NotifieeConst::onIntf;
+    explicit Neighbour(Support::CallLog& l) : log(l) {}
+    void onIntf(Pekt::IntfId id) override { log("neighbour", id); }
+    Support::CallLog& log;
+  };
+  auto const neighbour = Kel::make<Neighbour>(log);
+  neighbour->notifierIs(ocsd);
+  neighbour->isRegisteredNotifieeIs(true);
+  neighbour->hasNotificationActiveIs(true);
+  auto const before = Kel::notificationExceptions();
+  Support::TraceCapture const trace(Kel::frameworkTraceHandle());
+  ocsd->intfIs(eth1, true);
+  EXPECT_EQ(Kel::notificationExceptions(), before + 1);
+  EXPECT_EQ(trace.lines(), (Calls{"1 exception from Oru::Counters::CountersSm::KelReactOcsd: "
+                                  "null ValidPtr"}));
+  EXPECT_EQ(log.calls().back(), "neighbour Ethernet1");
+}
+
+TEST_F(CountersSm, UpdateCountersReachesThePortPoller) {
+  makeInitialized();
+  addIntf(eth1);
+  log.clear();
+  Support::TraceCapture const trace(Oru::Counters::_defaultTraceHandle());
+  sut->updateCounters(OruTypes::CounterType::port, eth1);
+  EXPECT_EQ(log.calls(), (Calls{"getCounters Ethernet1", "live.counterIs Ethernet1"}));
+  EXPECT_EQ(trace.lines().front(), "7 updateCounters counter type: 1, intf: Ethernet1");
+}
+
+TEST_F(CountersSm, UpdateCountersOfAnUnknownPortOrKindDoesNothing) {
+  makeInitialized();
+  addIntf(eth1);
+  log.clear();
+  sut->updateCounters(OruTypes::CounterType::port, eth2);
+  sut->updateCounters(OruTypes::CounterType{7}, eth1);
+  EXPECT_EQ(log.calls(), Calls{});
+}
+
+using CountersSmDeathTest = CountersSm;
+
+TEST_F(CountersSmDeathTest, UpdateCountersOfAKindThatIsNotPolledHereEndsTheProcess) {
+  makeInitialized();
+  EXPECT_DEATH(sut->updateCounters(OruTypes::CounterType{4}, eth1), "`?0'? failed");
+  EXPECT_DEATH(sut->updateCounters(OruTypes::CounterType{5}, eth1), "`?0'? failed");
+}
+
+TEST_F(CountersSm, ManyInterfacesAreNotifiedAndPolledOnceEach) {
+  makeInitialized();
+  for (int i = 1; i <= 500; ++i) addIntf("Ethernet" + std::to_string(i));
+  log.clear();
+  time.runFor(5.0);
+  std::map<std::string, int> calls;
+  for (auto const& call : log.calls()) ++calls[call];
+  EXPECT_EQ(calls.size(), 1000u);
+  for (auto const& [call, times] : calls) EXPECT_EQ(times, 1) << call;
+}
+
+}  // namespace

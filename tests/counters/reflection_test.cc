@@ -1,0 +1,175 @@
+// Everything that the state machines declare, by name.
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "platform/kel/exceptions.h"
+#include "platform/kel/type_node.h"
+#include "tests/counters/counters_fixture.h"
+
+namespace {
+
+using Support::Calls;
+using Support::eth1;
+
+class Reflection : public Support::CountersFixture {
+ public:
+  Reflection() {
+    makeInitialized();
+    addIntf(eth1);
+    poller = sut->portCountersSm(eth1);
+    log.clear();
+  }
+  Kel::Ptr<Oru::Counters::PortCountersSm> poller;
+};
+
+Calls names(Kel::TypeNode const& type) {
+  Calls all;
+  for (auto const& a : type.attributes()) all.emplace_back(a.name);
+  return all;
+}
+
+TEST_F(Reflection, TypesAreRegisteredInOrder) {
+  Calls registered;
+  for (auto const* type : Kel::typeNodes()) registered.emplace_back(type->name());
+  EXPECT_EQ(registered, (Calls{"Oru::Counters::PortCountersSm", "Oru::Counters::CountersSm"}));
+}
+
+TEST_F(Reflection, ObjectsKnowTheirType) {
+  EXPECT_EQ(sut->fwkType(), &Oru::Counters::CountersSm::_kelType);
+  EXPECT_EQ(poller->fwkType(), &Oru::Counters::PortCountersSm::_kelType);
+}
+
+TEST_F(Reflection, CountersSmDeclaresItsAttributes) {
+  EXPECT_EQ(names(Oru::Counters::CountersSm::_kelType), (Calls{"ocsd",
+                                                               "ethPhyIntfConfigDir",
+                                                               "ethPhyIntfStatusDir",
+                                                               "cliCounterConfig",
+                                                               "platformHelper",
+                                                               "globalIntfConfig",
+                                                               "cliConfig",
+                                                               "qosSliceHwStatus",
+                                                               "qosSliceHwStatusDir",
+                                                               "qosAclSliceHwStatus",
+                                                               "qosAclSliceHwStatusDir",
+                                                               "vlanIntfConfigDir",
+                                                               "vlanIntfStatusDir",
+                                                               "intfAclDropCountersDir",
+                                                               "allIntfQueueCounters",
+                                                               "allIntfClearQueueCounters",
+                                                               "allIntfCounters",
+                                                               "allIntfClearCounters",
+                                                               "reactOcsd",
+                                                               "writerConfig",
+                                                               "ethIntfCounterWriterStatus",
+                                                               "aclDropConfig",
+                                                               "allVlanIntfCounters",
+                                                               "vlanIntfCounterWriterStatus",
+                                                               "counterPollPeriod",
+                                                               "initialized",
+                                                               "portCountersSm",
+                                                               "handleInitialized",
+                                                               "handleIntf",
+                                                               "doClearCounters",
+                                                               "handleCpuIntf",
+                                                               "handleVlanIntf",
+                                                               "handlePolicyMapType",
+                                                               "handleDynamicPolicyMapType",
+                                                               "handleQosSliceHwStatusDir",
+                                                               "handleQosAclSliceHwStatusDir",
+                                                               "updateCounters"}));
+}
+
+// Every attribute answers exactly what its kind offers.
+void expectEveryAttributeAnswers(Kel::PtrInterface& object) {
+  using Kind = Kel::AttributeKind;
+  for (auto const& a : object.fwkType()->attributes()) {
+    SCOPED_TRACE(std::string(a.name));
+    bool const operation = a.kind == Kind::operation, collection = a.kind == Kind::collection;
+    if (operation || collection) {
+      EXPECT_THROW(Kel::read(object, a.name), Kel::OpNotSupportedException);
+    } else {
+      EXPECT_NO_THROW(Kel::read(object, a.name));
+    }
+    if (a.set) {
+      EXPECT_NO_THROW(Kel::set(object, a.name, Kel::read(object, a.name)));
+    } else {
+      EXPECT_THROW(Kel::set(object, a.name, "1"), Kel::OpNotSupportedException);
+    }
+    if (!operation) {
+      EXPECT_THROW(Kel::invoke(object, a.name), Kel::OpNotSupportedException);
+    }
+    if (collection) {
+      EXPECT_NO_THROW(Kel::iterKey(object, a.name));
+    } else {
+      EXPECT_THROW(Kel::iterKey(object, a.name), Kel::OpNotSupportedException);
+    }
+  }
+}
+
+TEST_F(Reflection, EveryAttributeOfCountersSmAnswers) { expectEveryAttributeAnswers(*sut); }
+TEST_F(Reflection, EveryAttributeOfPortCountersSmAnswers) { expectEveryAttributeAnswers(*poller); }
+
+TEST_F(Reflection, EveryOperationOfCountersSmCanBeInvoked) {
+  std::map<std::string, Calls> const arguments{{"handleInitialized", {}},
+                                               {"handleIntf", {"Ethernet1"}},
+                                               {"doClearCounters", {"all"}},
+                                               {"handleCpuIntf", {"Cpu"}},
+                                               {"handleVlanIntf", {"Vlan7"}},
+                                               {"handlePolicyMapType", {"0"}},
+                                               {"handleDynamicPolicyMapType", {"0"}},
+                                               {"handleQosSliceHwStatusDir", {"slice"}},
+                                               {"handleQosAclSliceHwStatusDir", {"slice"}},
+                                               {"updateCounters", {"1", "Ethernet1"}}};
+  std::size_t invoked = 0;
+  for (auto const& a : sut->fwkType()->attributes()) {
+    if (!a.invoke) continue;
+    SCOPED_TRACE(std::string(a.name));
+    ASSERT_TRUE(arguments.contains(std::string(a.name)));
+    EXPECT_NO_THROW(Kel::invoke(*sut, a.name, arguments.at(std::string(a.name))));
+    EXPECT_THROW(Kel::invoke(*sut, a.name, {"1", "2", "3"}), Kel::RangeException);
+    ++invoked;
+  }
+  EXPECT_EQ(invoked, arguments.size());
+  EXPECT_EQ(log.count("getCounters Ethernet1"), 1u);
+  EXPECT_EQ(log.count("helper.doClearCounters all"), 1u);
+}
+
+TEST_F(Reflection, EveryOperationOfPortCountersSmCanBeInvoked) {
+  Kel::invoke(*poller, "updateCounters");
+  Kel::invoke(*poller, "handlePeriodPoll");
+  Kel::invoke(*poller, "handleTime");
+  Kel::invoke(*poller, "handleInitialized");
+  Kel::invoke(*poller, "handleExit");
+  EXPECT_EQ(log.calls(),
+            (Calls{"getCounters Ethernet1", "live.counterIs Ethernet1", "getCounters Ethernet1",
+                   "live.counterIs Ethernet1", "initialize Ethernet1", "deinitialize Ethernet1"}));
+}
+
+TEST_F(Reflection, ValuesAreReadAndSetAsText) {
+  EXPECT_EQ(Kel::read(*sut, "counterPollPeriod"), "5");
+  Kel::set(*sut, "counterPollPeriod", "2.5");
+  EXPECT_EQ(sut->counterPollPeriod(), 2.5);
+  EXPECT_EQ(Kel::read(*sut, "initialized"), "true");
+  EXPECT_THROW(Kel::set(*sut, "counterPollPeriod", "soon"), Kel::RangeException);
+  EXPECT_EQ(sut->counterPollPeriod(), 2.5);
+  EXPECT_EQ(Kel::read(*poller, "intfId"), "Ethernet1");
+}
+
+TEST_F(Reflection, CollectionsAreWalkedAndTheirMembersReachedAndDeleted) {
+  addIntf("Ethernet10");
+  auto const keys = Kel::iterKey(*sut, "portCountersSm");
+  EXPECT_EQ(std::set<std::string>(keys.begin(), keys.end()),
+            (std::set<std::string>{"Ethernet1", "Ethernet10"}));
+  EXPECT_EQ(Kel::iterObj(*sut, "portCountersSm", "Ethernet1"), poller);
+  EXPECT_EQ(Kel::iterObj(*sut, "portCountersSm", "Ethernet7"), nullptr);
+  Kel::iterDel(*sut, "portCountersSm", "Ethernet1");
+  EXPECT_EQ(sut->portCountersSm().size(), 1u);
+}
+
+TEST_F(Reflection, AnUnknownNameIsRefused) {
+  EXPECT_THROW(Kel::read(*sut, "nonsense"), Kel::OpNotSupportedException);
+  EXPECT_THROW(Kel::invoke(*sut, "nonsense"), Kel::OpNotSupportedException);
+}
+
+}  // namespace

@@ -1,0 +1,35 @@
+// A directory of tables in shared memory, removed with everything in it.
+#pragma once
+
+#include <filesystem>
+#include <string_view>
+
+#include "platform/dov/debug_handler.h"
+#include "platform/glim/root_path.h"
+#include "platform/glim/table_limits.h"
+#include "platform/kel/ptr_interface.h"
+
+namespace Support {
+
+class TemporaryTables {
+ public:
+  TemporaryTables();
+  ~TemporaryTables();
+  TemporaryTables(TemporaryTables const&) = delete;
+  TemporaryTables& operator=(TemporaryTables const&) = delete;
+
+  std::filesystem::path const& directory() const { return _directory; }
+  // A table of type Table, made anew or taken over; further arguments are its constructor's last.
+  template <class Table, class... Args>
+  Kel::Ptr<Table> table(std::string_view name, Args&&... args) {
+    return Kel::make<Table>(_debugHandler,
+                            Glim::RootPath(_debugHandler, (_directory / name).string(), true),
+                            Glim::TableLimits{.maxRows = 1024}, std::forward<Args>(args)...);
+  }
+
+ private:
+  Dov::Platform::DebugHandler _debugHandler;
+  std::filesystem::path _directory;
+};
+
+}  // namespace Support
