@@ -143,8 +143,7 @@ void PortCountersSm::updateCounters() {
   if (auto t = trace(8))
     t << "updateCounters " << intfId() << " new intfStat is " << intfCounter.statistics;
 
-  intfCounter.ethStatistics =
-      intfCounter.ethStatistics + (newCounters->ethStats() - prevCounters()->ethStats());
+  addDifference(intfCounter.ethStatistics, newCounters->ethStats(), prevCounters()->ethStats());
 
   prevCounters()->intfStatsIs(newCounters->intfStats());
   prevCounters()->ethStatsIs(newCounters->ethStats());

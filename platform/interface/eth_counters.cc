@@ -36,6 +36,24 @@ EthStatistics combined(EthStatistics const& a, EthStatistics const& b, Op op) {
       .outPfcPauseMicros = combined(a.outPfcPauseMicros, b.outPfcPauseMicros, op)};
 }
 
+template <class T, std::size_t n>
+void addArrayDifference(std::array<T, n>& total, std::array<T, n> const& now,
+                        std::array<T, n> const& before) {
+  for (std::size_t i = 0; i < n; ++i) total[i] = total[i] + (now[i] - before[i]);
+}
+
+void addDifference(EthPerPrioStatistics& total, EthPerPrioStatistics const& now,
+                   EthPerPrioStatistics const& before) {
+  addArrayDifference(total.entries, now.entries, before.entries);
+  total.count = 8;
+}
+
+void addDifference(EthLaneStatistics& total, EthLaneStatistics const& now,
+                   EthLaneStatistics const& before) {
+  addArrayDifference(total.entries, now.entries, before.entries);
+  total.count = std::max({total.count, now.count, before.count});
+}
+
 }  // namespace
 
 EthPerPrioStatistics operator-(EthPerPrioStatistics const& a, EthPerPrioStatistics const& b) {
@@ -55,6 +73,17 @@ EthStatistics operator-(EthStatistics const& a, EthStatistics const& b) {
 }
 EthStatistics operator+(EthStatistics const& a, EthStatistics const& b) {
   return combined(a, b, std::plus<>());
+}
+
+void addDifference(EthStatistics& total, EthStatistics const& now, EthStatistics const& before) {
+  addArrayDifference(total.plain, now.plain, before.plain);
+  addDifference(total.inPfcFrames, now.inPfcFrames, before.inPfcFrames);
+  addDifference(total.outPfcFrames, now.outPfcFrames, before.outPfcFrames);
+  addDifference(total.fecCodewordErrors, now.fecCodewordErrors, before.fecCodewordErrors);
+  addDifference(total.fecLaneCorrectedBlocks, now.fecLaneCorrectedBlocks,
+                before.fecLaneCorrectedBlocks);
+  addDifference(total.inPfcPauseMicros, now.inPfcPauseMicros, before.inPfcPauseMicros);
+  addDifference(total.outPfcPauseMicros, now.outPfcPauseMicros, before.outPfcPauseMicros);
 }
 
 std::uint64_t receiveErrorSum(EthStatistics const& s) {

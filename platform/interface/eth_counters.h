@@ -142,6 +142,9 @@ struct EthStatistics {
 EthStatistics operator-(EthStatistics const& a, EthStatistics const& b);
 EthStatistics operator+(EthStatistics const& a, EthStatistics const& b);
 
+// total = total + (now - before), in one pass over the three.
+void addDifference(EthStatistics& total, EthStatistics const& now, EthStatistics const& before);
+
 // What IntfStatistics::inErrors and outErrors must equal: the wrapping sum of
 // the five classes of each direction.
 std::uint64_t receiveErrorSum(EthStatistics const& s);
