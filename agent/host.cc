@@ -1,5 +1,7 @@
 #include "agent/host.h"
 
+#include <utility>
+
 #include "agent/kernel_chip.h"
 #include "agent/simulated_chip.h"
 #include "counters/counters_sm.h"
@@ -20,14 +22,16 @@ std::unique_ptr<Chip> makeChip(Options const& options, LinkNames const& names, T
 
 }  // namespace
 
-Host::Host(Options const& options)
+Host::Host(Options const& options, ClockDriver::Steady steady)
     : _period(options.period),
       _clock(Kel::ActivityManagerConfig::clock()),
       _tables(options.tables),
       _interfaces(_entities, _tables),
       _names(options.interfaces, options.names),
       _chip(makeChip(options, _names, _tables, _interfaces, _clock)),
-      _clockDriver(_clock, [this](Kel::Seconds step) { _tables.wallClockSteppedBy(step); }) {
+      _steady(std::move(steady)),
+      _clockDriver(
+          _clock, [this](Kel::Seconds step) { _tables.wallClockSteppedBy(step); }, _steady) {
   _entities.ocsd->keepIntfCountersIs(options.keepCounters);
   auto const pollConfig = Kel::make<Oru::Counters::CliConfig>();
   pollConfig->periodPollIs(options.period);
@@ -75,7 +79,7 @@ void Host::pollNews() {
 }
 
 void Host::beat() {
-  Kel::Seconds const now = ClockDriver::sinceBoot();
+  Kel::Seconds const now = _steady();
   if (now - _lastBeat < kBeat) return;
   _lastBeat = now;
   _tables.heartbeat();

@@ -15,7 +15,7 @@ namespace Agent {
 class Host {
  public:
   // Takes the tables over; nothing else happens yet. Throws the Dov family as Tables does.
-  explicit Host(Options const& options);
+  explicit Host(Options const& options, ClockDriver::Steady steady = &ClockDriver::sinceBoot);
   // Ends the pollers. Rows stay as they are.
   ~Host();
 
@@ -38,6 +38,7 @@ class Host {
   Interfaces _interfaces;
   LinkNames const _names;
   std::unique_ptr<Chip> const _chip;
+  ClockDriver::Steady const _steady;
   ClockDriver _clockDriver;
   Kel::Seconds _lastBeat = 0.0;
   Kel::Ptr<Oru::Counters::CountersSm> _counters;

@@ -1,0 +1,122 @@
+// The agent with a simulated chip, in virtual time.
+#include "agent/host.h"
+
+#include <gtest/gtest.h>
+
+#include "hardware/simulated/chip.h"
+#include "platform/glim/reader.h"
+#include "tests/support/temporary_tables.h"
+#include "tests/support/virtual_time.h"
+
+namespace Agent {
+namespace {
+
+class HostTest : public ::testing::Test {
+ protected:
+  HostTest() {
+    options.tables = place.directory().string();
+    options.chip = ChipKind::simulated;
+    options.ports = 3;
+    options.seed = 11;
+  }
+  void start() {
+    sut = std::make_unique<Host>(options, [] { return Kel::System::currentTime(); });
+    sut->start(loop);
+    sut->turn();
+  }
+  // Turns as the event loop would take them.
+  void turnsFor(Kel::Seconds span) {
+    for (Kel::Seconds const end = time.now() + span; time.now() < end;) {
+      time.nowIs(time.now() + 0.1);
+      sut->turn();
+    }
+  }
+  std::optional<Interface::EthIntfCounterGlim> row(char const* id) {
+    Glim::Reader<Interface::EthIntfCounterGlim> reader(options.tables + "/" +
+                                                       std::string(Interface::kIntfCounters));
+    EXPECT_EQ(reader.attach(), Glim::Answer::ok);
+    Interface::EthIntfCounterGlim row;
+    return reader.lookup(Pekt::IntfId(id), row) == Glim::Answer::ok ? std::optional(row)
+                                                                    : std::nullopt;
+  }
+  std::uint64_t simulatedOctets(char const* id, Kel::Seconds seconds) {
+    return Hardware::Simulated::Chip::seeded(3, 11)
+        .find(Pekt::IntfId(id))
+        ->sample(seconds)
+        .inOctets;
+  }
+
+  Support::VirtualTime time;
+  Support::TemporaryTables place;
+  Options options;
+  EventLoop loop;
+  std::unique_ptr<Host> sut;
+};
+
+TEST_F(HostTest, EveryPortHasARowFromTheStart) {
+  start();
+  for (char const* const id : {"Ethernet1", "Ethernet2", "Ethernet3"}) {
+    ASSERT_TRUE(row(id)) << id;
+    EXPECT_EQ(row(id)->statistics.lastUpdate, time.now());
+  }
+  EXPECT_FALSE(row("Ethernet4"));
+}
+
+TEST_F(HostTest, RowsGrowEachPeriod) {
+  options.period = 2.0;
+  start();
+  time.nowIs(time.now() + 2.0);
+  sut->turn();
+  EXPECT_EQ(row("Ethernet1")->statistics.inOctets, simulatedOctets("Ethernet1", 2.0));
+  EXPECT_EQ(row("Ethernet1")->statistics.lastUpdate, time.now());
+}
+
+TEST_F(HostTest, BetweenThePeriodsRowsStand) {
+  options.period = 2.0;
+  start();
+  time.nowIs(time.now() + 1.9);
+  sut->turn();
+  EXPECT_EQ(row("Ethernet1")->statistics.inOctets, 0u);
+}
+
+TEST_F(HostTest, TheNextAgentCountsOn) {
+  start();
+  turnsFor(10.0);
+  std::uint64_t const before = row("Ethernet2")->statistics.inOctets;
+  ASSERT_GT(before, 0u);
+  sut.reset();
+  start();
+  EXPECT_EQ(row("Ethernet2")->statistics.inOctets, before);
+  turnsFor(10.0);
+  EXPECT_GT(row("Ethernet2")->statistics.inOctets, before);
+}
+
+TEST_F(HostTest, RowsStayWhenTheAgentEnds) {
+  start();
+  turnsFor(10.0);
+  auto const before = row("Ethernet2");
+  sut.reset();
+  EXPECT_EQ(row("Ethernet2"), before);
+}
+
+TEST_F(HostTest, PortsThatTheNextAgentDoesNotHaveAreRemoved) {
+  start();
+  sut.reset();
+  options.ports = 2;
+  start();
+  EXPECT_TRUE(row("Ethernet2"));
+  EXPECT_FALSE(row("Ethernet3"));
+}
+
+TEST_F(HostTest, RatesConverge) {
+  options.period = 1.0;
+  options.loadInterval = Interface::LoadInterval(5.0);
+  start();
+  turnsFor(60.0);
+  auto const rates = row("Ethernet1")->rates;
+  EXPECT_GT(rates.inBitsRate, 0.0);
+  EXPECT_GT(rates.inPktsRate, 0.0);
+}
+
+}  // namespace
+}  // namespace Agent

@@ -1,0 +1,175 @@
+#include "agent/interfaces.h"
+
+#include "tests/agent/served_interfaces.h"
+
+namespace Agent {
+namespace {
+
+using Interface::IntfDescription;
+using Interface::OperState;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class InterfacesTest : public ServedInterfaces {
+ protected:
+  static IntfDescription description(Pekt::IntfId const& id, OperState state = OperState::up) {
+    IntfDescription description;
+    description.intfId = id;
+    description.kernelName = std::string_view("eth7");
+    description.ifIndex = 7;
+    description.speed = 1'000'000'000;
+    description.operState = state;
+    return description;
+  }
+  Interfaces& sut = interfaces;
+};
+
+TEST_F(InterfacesTest, ANewInterfaceHasStatusAndConfigurationBeforeItIsServed) {
+  EXPECT_TRUE(sut.interfaceIs(description("Ethernet7")));
+  EXPECT_THAT(log.calls(), ElementsAre("status Ethernet7 there", "config Ethernet7 there",
+                                       "intf Ethernet7 served"));
+}
+
+TEST_F(InterfacesTest, AnInterfaceThatGoesIsNoLongerServedBeforeItsEntitiesGo) {
+  sut.interfaceIs(description("Ethernet7"));
+  log.clear();
+  sut.interfaceDel("Ethernet7");
+  EXPECT_THAT(log.calls(),
+              ElementsAre("intf Ethernet7 gone", "config Ethernet7 gone", "status Ethernet7 gone"));
+}
+
+TEST_F(InterfacesTest, NewsOfAServedInterfaceTellsNobodyOfAnotherInterface) {
+  sut.interfaceIs(description("Ethernet7"));
+  log.clear();
+  sut.interfaceIs(description("Ethernet7", OperState::down));
+  EXPECT_THAT(log.calls(), IsEmpty());
+}
+
+TEST_F(InterfacesTest, NewsReachesTheStatusAndTheDescription) {
+  sut.interfaceIs(description("Ethernet7"));
+  auto const status = entities.statusDir->intfStatus("Ethernet7");
+  sut.interfaceIs(description("Ethernet7", OperState::down));
+  EXPECT_EQ(status, entities.statusDir->intfStatus("Ethernet7"));
+  EXPECT_EQ(status->operState(), OperState::down);
+  EXPECT_EQ(status->speed(), 1'000'000'000u);
+  EXPECT_EQ(described("Ethernet7").operState, OperState::down);
+  EXPECT_EQ(described("Ethernet7").kernelName.view(), "eth7");
+}
+
+TEST_F(InterfacesTest, TheDescriptionGoesWithTheInterface) {
+  sut.interfaceIs(description("Ethernet7"));
+  sut.interfaceDel("Ethernet7");
+  EXPECT_FALSE(isDescribed("Ethernet7"));
+}
+
+TEST_F(InterfacesTest, NoFlagIsLeftBehindOfAnInterfaceThatWent) {
+  sut.interfaceIs(description("Ethernet7"));
+  entities.aclDropConfig->intfIs("Ethernet7", false);  // what the library leaves
+  sut.interfaceDel("Ethernet7");
+  EXPECT_THAT(entities.aclDropConfig->intf(), IsEmpty());
+}
+
+TEST_F(InterfacesTest, TheLastChangeIsTheTimeOfTheStateOfOperation) {
+  sut.interfaceIs(description("Ethernet7"));
+  time.nowIs(2000.0);
+  sut.interfaceIs(description("Ethernet7", OperState::down));
+  EXPECT_EQ(described("Ethernet7").lastChange, 2000.0);
+}
+
+TEST_F(InterfacesTest, OtherNewsIsNoChangeOfState) {
+  sut.interfaceIs(description("Ethernet7"));
+  time.nowIs(2000.0);
+  auto renamed = description("Ethernet7");
+  renamed.kernelName = std::string_view("lan0");
+  sut.interfaceIs(renamed);
+  EXPECT_EQ(described("Ethernet7").lastChange, Support::VirtualTime::kStart);
+  EXPECT_EQ(described("Ethernet7").kernelName.view(), "lan0");
+}
+
+TEST_F(InterfacesTest, TheLastChangeSeenByAnAgentBeforeHolds) {
+  auto before = description("Ethernet7");
+  before.lastChange = 17.0;
+  tables.intfDescriptions()->descriptionIs(before);
+  sut.interfaceIs(description("Ethernet7"));
+  EXPECT_EQ(described("Ethernet7").lastChange, 17.0);
+}
+
+TEST_F(InterfacesTest, WhatIsUnsupportedIsDescribed) {
+  sut.interfaceIs(description("Ethernet7"));
+  Interface::CounterSet unsupported;
+  unsupported.insert("symbolErrors");
+  sut.unsupportedIs("Ethernet7", unsupported);
+  EXPECT_EQ(described("Ethernet7").unsupported, unsupported.word());
+}
+
+TEST_F(InterfacesTest, WhatIsUnsupportedOfNoInterfaceIsNotDescribed) {
+  sut.unsupportedIs("Ethernet9", {});
+  EXPECT_FALSE(isDescribed("Ethernet9"));
+}
+
+TEST_F(InterfacesTest, ADescriptionThatSaysNothingNewIsNotWritten) {
+  sut.interfaceIs(description("Ethernet7"));
+  auto const writes = tables.intfDescriptions()->map().writer()->writes();
+  sut.interfaceIs(description("Ethernet7"));
+  EXPECT_EQ(tables.intfDescriptions()->map().writer()->writes(), writes);
+}
+
+TEST_F(InterfacesTest, NewsIsTakenOnce) {
+  sut.interfaceIs(description("Ethernet7"));
+  sut.interfaceIs(description("Ethernet8"));
+  sut.interfaceIs(description("Ethernet7", OperState::down));
+  sut.interfaceDel("Ethernet8");
+  EXPECT_THAT(sut.takeNews(), ElementsAre("Ethernet7"));
+  EXPECT_THAT(sut.takeNews(), IsEmpty());
+}
+
+TEST_F(InterfacesTest, RowsThatAnAgentBeforeLeftOfOtherInterfacesAreRemoved) {
+  addRow("Ethernet3");
+  addRow("Ethernet7");
+  tables.intfDescriptions()->descriptionIs(description("Ethernet3"));
+  sut.interfaceIs(description("Ethernet7"));
+  sut.removeLeftovers();
+  EXPECT_FALSE(tables.intfCounters()->contains("Ethernet3"));
+  EXPECT_FALSE(tables.intfClearCounters()->contains("Ethernet3"));
+  EXPECT_FALSE(isDescribed("Ethernet3"));
+  EXPECT_TRUE(tables.intfCounters()->contains("Ethernet7"));
+  EXPECT_TRUE(tables.intfClearCounters()->contains("Ethernet7"));
+  EXPECT_TRUE(isDescribed("Ethernet7"));
+}
+
+class InterfacesKept : public InterfacesTest {
+ protected:
+  InterfacesKept() { entities.ocsd->keepIntfCountersIs(true); }
+};
+
+TEST_F(InterfacesKept, TheStatusStaysAndSaysThatTheInterfaceIsNotPresent) {
+  sut.interfaceIs(description("Ethernet7"));
+  auto const status = entities.statusDir->intfStatus("Ethernet7");
+  sut.interfaceDel("Ethernet7");
+  EXPECT_EQ(entities.statusDir->intfStatus("Ethernet7"), status);
+  EXPECT_EQ(status->operState(), OperState::notPresent);
+  EXPECT_EQ(described("Ethernet7").operState, OperState::notPresent);
+  EXPECT_FALSE(entities.configDir->intfConfig("Ethernet7"));
+  EXPECT_FALSE(entities.ocsd->intf("Ethernet7"));
+}
+
+TEST_F(InterfacesKept, AnInterfaceThatComesBackHasItsStatusFirst) {
+  // Rows are kept while there is a status: none may be missing at any of these notifications.
+  sut.interfaceIs(description("Ethernet7"));
+  sut.interfaceDel("Ethernet7");
+  log.clear();
+  sut.interfaceIs(description("Ethernet7"));
+  EXPECT_THAT(log.calls(), ElementsAre("config Ethernet7 there", "intf Ethernet7 served"));
+  EXPECT_EQ(described("Ethernet7").operState, OperState::up);
+}
+
+TEST_F(InterfacesKept, RowsThatAnAgentBeforeLeftStayAndAreNotPresent) {
+  addRow("Ethernet3");
+  tables.intfDescriptions()->descriptionIs(description("Ethernet3"));
+  sut.removeLeftovers();
+  EXPECT_TRUE(tables.intfCounters()->contains("Ethernet3"));
+  EXPECT_EQ(described("Ethernet3").operState, OperState::notPresent);
+}
+
+}  // namespace
+}  // namespace Agent

@@ -1,0 +1,92 @@
+// Interfaces with their entities and tables, and a record of what the library would be told.
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "agent/interfaces.h"
+#include "tests/support/call_log.h"
+#include "tests/support/temporary_tables.h"
+#include "tests/support/virtual_time.h"
+
+namespace Agent {
+
+// Records "intf Ethernet1 true", "config Ethernet1", "status Ethernet1 gone" ...
+class EntityRecorder {
+ public:
+  EntityRecorder(InterfaceEntities const& entities, Support::CallLog& log)
+      : _ocsd(Kel::make<Ocsd>(log)),
+        _config(Kel::make<Config>(log)),
+        _status(Kel::make<Status>(log)) {
+    watch(*_ocsd, entities.ocsd);
+    watch(*_config, entities.configDir);
+    watch(*_status, entities.statusDir);
+  }
+
+ private:
+  template <class Reactor, class Entity>
+  static void watch(Reactor& reactor, Entity const& entity) {
+    reactor.notifierIs(entity);
+    reactor.isRegisteredNotifieeIs(true);
+    reactor.hasNotificationActiveIs(true);
+  }
+  struct Ocsd : Oru::OruCommonSmData::Notifiee {
+    explicit Ocsd(Support::CallLog& l) : log(l) {}
+    using Notifiee::onIntf;
+    void onIntf(Pekt::IntfId id) override {
+      auto const at = notifier()->intf().find(id);
+      log("intf", id,
+          at == notifier()->intf().end() ? "gone"
+          : at->second                   ? "served"
+                                         : "not served");
+    }
+    Support::CallLog& log;
+  };
+  struct Config : Interface::AllEthPhyIntfConfigDir::Notifiee {
+    explicit Config(Support::CallLog& l) : log(l) {}
+    using Notifiee::onIntfConfig;
+    void onIntfConfig(Pekt::IntfId id) override {
+      log("config", id, notifier()->intfConfig(id) ? "there" : "gone");
+    }
+    Support::CallLog& log;
+  };
+  struct Status : Interface::AllEthPhyIntfStatusDir::Notifiee {
+    explicit Status(Support::CallLog& l) : log(l) {}
+    using Notifiee::onIntfStatus;
+    void onIntfStatus(Pekt::IntfId id) override {
+      log("status", id, notifier()->intfStatus(id) ? "there" : "gone");
+    }
+    Support::CallLog& log;
+  };
+
+  Kel::Ptr<Ocsd> _ocsd;
+  Kel::Ptr<Config> _config;
+  Kel::Ptr<Status> _status;
+};
+
+class ServedInterfaces : public ::testing::Test {
+ protected:
+  Interface::IntfDescription described(Pekt::IntfId const& id) {
+    return tables.intfDescriptions()->lookup(id);
+  }
+  bool isDescribed(Pekt::IntfId const& id) { return tables.intfDescriptions()->contains(id); }
+  // A row of an agent before, or of the library.
+  void addRow(Pekt::IntfId const& id) {
+    Interface::EthIntfCounterGlim row;
+    row.intfId = id;
+    tables.intfCounters()->counterIs(row);
+    tables.intfClearCounters()->counterIs(row);
+  }
+
+  Support::VirtualTime time;
+  Support::TemporaryTables place;
+  Support::CallLog log;
+  InterfaceEntities entities;
+  Tables tables{place.directory().string()};
+  Interfaces interfaces{entities, tables};
+  EntityRecorder recorder{entities, log};
+};
+
+}  // namespace Agent

@@ -1,0 +1,415 @@
+#!/usr/bin/env python3
+"""oru-agentd and oru-counters as their users meet them: as programs, on links of a real kernel.
+
+  agent_and_reader_test.py PROGRAMS [TEST...]    PROGRAMS is the folder that the two are in
+
+Tests with links run in a network namespace of their own, for which they need to be root; without
+it they are skipped, and if nothing else was asked for the exit status is 77.
+"""
+
+import ctypes
+import json
+import os
+import pathlib
+import re
+import shutil
+import signal
+import socket
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+PROGRAMS = pathlib.Path(".")
+PATIENCE = 60.0  # seconds; only a test that fails waits this long
+CLONE_NEWNET = 0x40000000
+ETH_P_ALL = 3
+# The local experimental EtherType: nobody answers it.
+EXPERIMENTAL = b"\x88\xb5"
+
+
+def await_that(what, condition):
+    """The first true value that CONDITION answers; a failure that says WHAT after PATIENCE."""
+    deadline = time.monotonic() + PATIENCE
+    while True:
+        value = condition()
+        if value:
+            return value
+        if time.monotonic() > deadline:
+            raise AssertionError(f"waited {PATIENCE} s in vain for: {what}")
+
+
+class Programs(unittest.TestCase):
+    """Tables in a directory of their own, an agent that writes them, and what the reader shows."""
+
+    CHIP = []
+
+    def setUp(self):
+        if not os.path.isdir("/dev/shm"):
+            self.skipTest("there is no /dev/shm")
+        self.tables = tempfile.mkdtemp(prefix="oru-end-to-end-", dir="/dev/shm")
+        self.addCleanup(shutil.rmtree, self.tables, ignore_errors=True)
+        # A file: whoever writes to a pipe that nobody empties comes to a halt.
+        self.said = self.enterContext(tempfile.TemporaryFile("w+"))
+        self.agent = None
+        self.addCleanup(lambda: self.agent and self.stop_agent(signal.SIGKILL))
+
+    def agent_command(self, *options):
+        return [PROGRAMS / "oru-agentd", "--tables", self.tables, *options]
+
+    def start_agent(self, *options):
+        self.said.seek(0)
+        self.said.truncate()
+        self.agent = subprocess.Popen(self.agent_command("--period", "0.05", *self.CHIP, *options),
+                                      stderr=self.said)
+        def running():
+            if self.agent.poll() is not None:
+                self.fail("the agent ended: " + self.what_it_said())
+            agent = self.show()["agent"]
+            return agent["state"] == "running" and agent["pid"] == self.agent.pid
+        await_that("a running agent", running)
+
+    def stop_agent(self, how):
+        """Its exit status, and what it wrote to standard error."""
+        agent, self.agent = self.agent, None
+        agent.send_signal(how)
+        return agent.wait(timeout=PATIENCE), self.what_it_said()
+
+    def what_it_said(self):
+        self.said.seek(0)
+        return self.said.read()
+
+    def show(self):
+        """What the reader shows, whatever it thinks of it."""
+        shown = subprocess.run(
+            [PROGRAMS / "oru-counters", "--tables", self.tables, "show", "interfaces", "--json"],
+            capture_output=True, text=True, timeout=PATIENCE, check=False)
+        try:
+            return json.loads(shown.stdout)
+        except json.JSONDecodeError:
+            self.fail(f"no JSON from the reader, exit {shown.returncode}: {shown.stderr}")
+
+    def link(self, name):
+        """The shown interface of this name, in the kernel or its own; None if there is none."""
+        for interface in self.show()["interfaces"]:
+            if name in (interface["kernelName"], interface["name"]):
+                return interface
+        return None
+
+    def await_interfaces(self, *names):
+        """Exactly these are shown, by their names in the kernel or else their own."""
+        def shown():
+            return sorted(each["kernelName"] or each["name"] for each in self.show()["interfaces"])
+        await_that(f"the interfaces {names}", lambda: shown() == sorted(names))
+
+    def polled(self, name):
+        """The interface as polled at some time after this call."""
+        called = time.time()
+        def recent():
+            interface = self.link(name)
+            return interface and (interface["lastUpdate"] or 0.0) > called and interface
+        return await_that(f"a poll of {name}", recent)
+
+    def assert_counted(self, name, **counted):
+        """These counters are so, and every other one that is counted is 0."""
+        def flat(counters):
+            for counter, value in counters.items():
+                if isinstance(value, list):
+                    yield from ((f"{counter}[{i}]", one) for i, one in enumerate(value))
+                else:
+                    yield counter, value
+        counters = dict(flat(self.polled(name)["counters"]))
+        self.assertEqual({each: value for each, value in counters.items() if value}, counted)
+
+
+class OnLinks(Programs):
+    """In a network namespace in which nothing sends but the test."""
+
+    def setUp(self):
+        super().setUp()
+        if os.geteuid() != 0:
+            self.skipTest("a network namespace of one's own needs root")
+        if not shutil.which("ip"):
+            self.skipTest("there is no ip(8)")
+        libc = ctypes.CDLL(None, use_errno=True)
+        if libc.unshare(CLONE_NEWNET) != 0:
+            self.skipTest("no network namespace: " + os.strerror(ctypes.get_errno()))
+        no_ipv6 = pathlib.Path("/proc/sys/net/ipv6/conf/default/disable_ipv6")
+        if no_ipv6.exists():  # neighbour discovery would send
+            no_ipv6.write_text("1")
+
+    def ip(self, command):
+        subprocess.run(["ip", *command.split()], check=True, timeout=PATIENCE)
+
+    def add_pair(self, one, other):
+        """Two links that are each other's wire, up."""
+        self.ip(f"link add {one} type veth peer name {other}")
+        for link in (one, other):
+            self.ip(f"link set {link} arp off up")
+        for link in (one, other):
+            # The kernel drops what is sent before the link's queues are attached.
+            await_that(f"{link} up", lambda link=link: self.kernel_says(link)["operstate"] == "UP")
+
+    def kernel_says(self, link):
+        out = subprocess.run(["ip", "-json", "link", "show", link], check=True, timeout=PATIENCE,
+                             capture_output=True).stdout
+        return json.loads(out)[0]
+
+    def listen(self, link):
+        """Takes what arrives: the kernel counts what nobody takes as dropped."""
+        listener = socket.socket(socket.AF_PACKET, socket.SOCK_RAW, socket.htons(ETH_P_ALL))
+        self.addCleanup(listener.close)
+        listener.bind((link, ETH_P_ALL))
+
+    def send(self, link, peer, count, size):
+        destination = bytes.fromhex(self.kernel_says(peer)["address"].replace(":", ""))
+        source = bytes.fromhex(self.kernel_says(link)["address"].replace(":", ""))
+        frame = (destination + source + EXPERIMENTAL).ljust(size, b"\0")
+        with socket.socket(socket.AF_PACKET, socket.SOCK_RAW, 0) as sender:
+            sender.bind((link, 0))
+            for _ in range(count):
+                self.assertEqual(sender.send(frame), size)
+
+
+class CountsOnLinks(OnLinks):
+    def test_every_frame_is_counted_once_on_both_ends_and_nothing_else(self):
+        self.add_pair("eth0", "eth1")
+        self.listen("eth1")
+        self.start_agent()
+        self.send("eth0", "eth1", 1000, 100)
+        self.send("eth0", "eth1", 37, 1500)
+        octets = 1000 * 100 + 37 * 1500
+        self.assert_counted("eth0", outUcastPkts=1037, outOctets=octets)
+        self.assert_counted("eth1", inUcastPkts=1037, inOctets=octets)
+
+    def test_what_the_kernel_counted_before_the_first_agent_is_in_the_totals(self):
+        self.add_pair("eth0", "eth1")
+        self.listen("eth1")
+        self.send("eth0", "eth1", 11, 64)
+        self.start_agent()
+        self.assert_counted("eth0", outUcastPkts=11, outOctets=11 * 64)
+
+    def test_a_frame_that_nobody_takes_is_a_discard(self):
+        self.add_pair("eth0", "eth1")
+        self.start_agent()
+        self.send("eth0", "eth1", 5, 64)
+        self.assertEqual(self.polled("eth1")["counters"]["inDiscards"], 5)
+
+    def test_only_links_that_match_are_counted(self):
+        self.add_pair("eth0", "lan0")
+        self.start_agent("--interfaces", "lan*")
+        self.await_interfaces("lan0")
+
+    def test_a_configured_name_is_shown(self):
+        self.add_pair("eth0", "eth1")
+        config = pathlib.Path(self.tables, "agentd.toml")
+        config.write_text('[names]\neth1 = "Ethernet1/4"\n')
+        self.start_agent("--config", str(config))
+        self.assertEqual(self.polled("eth1")["name"], "Ethernet1/4")
+        self.assertEqual(self.polled("eth0")["name"],
+                         f"Ethernet{self.kernel_says('eth0')['ifindex']}")
+
+
+class LinksComeAndGo(OnLinks):
+    def test_a_link_that_is_added_is_counted(self):
+        self.start_agent()
+        self.add_pair("eth0", "eth1")
+        self.listen("eth1")
+        self.send("eth0", "eth1", 10, 200)
+        self.assert_counted("eth0", outUcastPkts=10, outOctets=2000)
+        self.assert_counted("eth1", inUcastPkts=10, inOctets=2000)
+
+    def test_a_link_that_is_removed_is_no_longer_shown(self):
+        self.add_pair("eth0", "eth1")
+        self.add_pair("eth2", "eth3")
+        self.start_agent()
+        self.await_interfaces("eth0", "eth1", "eth2", "eth3")
+        self.ip("link del eth0")
+        self.await_interfaces("eth2", "eth3")
+
+    def test_a_link_that_is_renamed_keeps_its_interface_and_its_totals(self):
+        self.add_pair("eth0", "eth1")
+        self.listen("eth1")
+        self.start_agent()
+        self.send("eth0", "eth1", 10, 100)
+        before = self.polled("eth0")
+        # A link cannot be renamed while it is up on every kernel.
+        self.ip("link set eth0 down")
+        self.ip("link set eth0 name uplink")
+        self.ip("link set uplink up")
+        await_that("uplink up", lambda: self.kernel_says("uplink")["operstate"] == "UP")
+        await_that("eth1 up", lambda: self.kernel_says("eth1")["operstate"] == "UP")
+        self.send("uplink", "eth1", 7, 100)
+        self.assert_counted("uplink", outUcastPkts=17, outOctets=1700)
+        self.assertEqual(self.link("uplink")["name"], before["name"])
+        self.assertIsNone(self.link("eth0"))
+
+    def test_a_link_that_goes_down_is_shown_down(self):
+        self.add_pair("eth0", "eth1")
+        self.start_agent()
+        await_that("eth0 up", lambda: (self.link("eth0") or {}).get("operState") == "up")
+        self.ip("link set eth0 down")
+        await_that("eth0 down", lambda: self.link("eth0")["operState"] == "down")
+        self.assertEqual(self.link("eth0")["adminState"], "down")
+
+    def test_a_link_that_went_while_no_agent_ran_is_no_longer_shown(self):
+        self.add_pair("eth0", "eth1")
+        self.add_pair("eth2", "eth3")
+        self.start_agent()
+        self.polled("eth0")
+        self.stop_agent(signal.SIGTERM)
+        self.ip("link del eth0")
+        self.start_agent()
+        self.await_interfaces("eth2", "eth3")
+
+    def test_with_keep_counters_a_link_that_went_is_shown_with_its_totals(self):
+        self.add_pair("eth0", "eth1")
+        self.listen("eth1")
+        self.start_agent("--keep-counters")
+        self.send("eth0", "eth1", 10, 100)
+        self.polled("eth0")
+        self.ip("link del eth0")
+        await_that("eth0 not present", lambda: self.link("eth0")["operState"] == "notPresent")
+        self.assertEqual(self.link("eth0")["counters"]["outUcastPkts"], 10)
+
+
+class AgentsComeAndGo(OnLinks):
+    def setUp(self):
+        super().setUp()
+        self.add_pair("eth0", "eth1")
+        self.listen("eth1")
+
+    def test_a_killed_agent_loses_and_doubles_nothing(self):
+        self.start_agent()
+        self.send("eth0", "eth1", 100, 64)
+        self.polled("eth0")
+        self.stop_agent(signal.SIGKILL)
+        self.send("eth0", "eth1", 50, 64)
+        self.start_agent()
+        self.send("eth0", "eth1", 25, 64)
+        self.assert_counted("eth0", outUcastPkts=175, outOctets=175 * 64)
+        self.assert_counted("eth1", inUcastPkts=175, inOctets=175 * 64)
+
+    def test_agents_killed_at_any_moment_lose_and_double_nothing(self):
+        sent = 0
+        for _ in range(10):
+            self.start_agent()
+            for _ in range(20):  # about as long as a few polls take
+                self.send("eth0", "eth1", 5, 64)
+                sent += 5
+            self.stop_agent(signal.SIGKILL)
+            self.send("eth0", "eth1", 3, 64)
+            sent += 3
+        self.start_agent()
+        self.assert_counted("eth0", outUcastPkts=sent, outOctets=sent * 64)
+        self.assert_counted("eth1", inUcastPkts=sent, inOctets=sent * 64)
+
+    def test_the_rows_of_a_killed_agent_stay_readable_and_are_stale(self):
+        self.start_agent()
+        self.send("eth0", "eth1", 100, 64)
+        alive = self.polled("eth0")
+        self.assertFalse(alive["stale"])
+        self.stop_agent(signal.SIGKILL)
+        dead = await_that("stale rows", lambda: self.link("eth0")["stale"] and self.link("eth0"))
+        self.assertEqual(dead["counters"], alive["counters"])
+
+    def test_sigterm_and_sigint_end_an_agent_cleanly(self):
+        for how in (signal.SIGTERM, signal.SIGINT):
+            self.start_agent()
+            self.send("eth0", "eth1", 1, 64)
+            alive = self.polled("eth0")
+            self.assertEqual(self.stop_agent(how), (0, ""))
+            self.assertEqual(self.link("eth0")["counters"], alive["counters"])
+            self.assertTrue(self.link("eth0")["stale"])
+            self.assertEqual(self.show()["agent"]["state"], "notRunning")
+
+    def test_sighup_does_not_end_an_agent(self):
+        self.start_agent()
+        self.agent.send_signal(signal.SIGHUP)
+        self.polled("eth0")
+        self.assertIsNone(self.agent.poll())
+
+
+class WithoutHardware(Programs):
+    CHIP = ["--chip", "simulated", "--ports", "4", "--seed", "3"]
+
+    def refused(self, *options):
+        agent = subprocess.run(self.agent_command(*options), capture_output=True, text=True,
+                               timeout=PATIENCE, check=False)
+        self.assertEqual(agent.stdout, "")
+        self.assertRegex(agent.stderr, r"\Aoru-agentd: ")
+        return agent.returncode, agent.stderr
+
+    def test_a_simulated_chip_has_its_ports(self):
+        self.start_agent()
+        self.await_interfaces("Ethernet1", "Ethernet2", "Ethernet3", "Ethernet4")
+
+    def test_simulated_counters_grow(self):
+        self.start_agent()
+        before = self.polled("Ethernet1")["counters"]["inOctets"]
+        await_that("more octets",
+                   lambda: self.link("Ethernet1")["counters"]["inOctets"] > before)
+
+    def test_a_second_agent_is_refused_and_told_the_first_ones_process(self):
+        self.start_agent()
+        status, said = self.refused(*self.CHIP)
+        self.assertEqual(status, 1)
+        self.assertIn(f"already has a writer, process {self.agent.pid}", said)
+        self.assertEqual(said.count("\n"), 1)
+
+    def test_tables_outside_of_a_tmpfs_are_refused(self):
+        status, said = self.refused("--tables", "/proc", *self.CHIP)
+        self.assertEqual(status, 1)
+        self.assertIn("tmpfs", said)
+
+    def test_what_cannot_be_is_refused_with_status_2(self):
+        for options in (["--period", "0"], ["--chip", "none"], ["--trace", "x"], ["--nonsense"],
+                        ["--config", "/nonexistent.toml"]):
+            with self.subTest(options):
+                status, said = self.refused(*options)
+                self.assertEqual(status, 2)
+                self.assertIn("--help", said)
+
+    def test_help_and_version_are_answered(self):
+        for option, pattern in (("--help", r"--period SECONDS"), ("--version", r"\d+\.\d+\.\d+")):
+            agent = subprocess.run([PROGRAMS / "oru-agentd", option], capture_output=True,
+                                   text=True, timeout=PATIENCE, check=True)
+            self.assertTrue(re.search(pattern, agent.stdout), agent.stdout)
+            self.assertEqual(agent.stderr, "")
+
+    def test_traces_of_the_chosen_levels_go_to_standard_error(self):
+        self.start_agent("--trace", "8")
+        self.polled("Ethernet1")
+        _, said = self.stop_agent(signal.SIGTERM)
+        self.assertIn("OruCountersSm 8 ", said)
+        self.assertNotIn("OruCountersSm 7 ", said)
+
+    def test_an_idle_agent_takes_little_of_a_processor(self):
+        self.start_agent("--period", "3600")
+        def ticks():
+            fields = pathlib.Path(f"/proc/{self.agent.pid}/stat").read_text().rsplit(")")[1].split()
+            return int(fields[11]) + int(fields[12])  # utime and stime
+        before, start = ticks(), time.monotonic()
+        await_that("2 s", lambda: time.monotonic() > start + 2.0 or self.show() is None)
+        used = (ticks() - before) / os.sysconf("SC_CLK_TCK")
+        self.assertLess(used, 0.1)
+
+
+def main():
+    if len(sys.argv) < 2:
+        sys.exit(__doc__)
+    global PROGRAMS
+    PROGRAMS = pathlib.Path(sys.argv[1]).resolve()
+    program = unittest.main(argv=sys.argv[:1] + sys.argv[2:], exit=False)
+    result = program.result
+    if not result.wasSuccessful():
+        sys.exit(1)
+    if result.testsRun == len(result.skipped) and result.skipped:
+        for test, why in result.skipped:
+            print(f"skipped: {why}", file=sys.stderr)
+        sys.exit(77)
+
+
+if __name__ == "__main__":
+    main()
