@@ -63,7 +63,8 @@ bool isArray(std::string_view name) {
 }
 
 bool Counters::counted(std::string_view name) const {
-  if (!_intf.counters) return false;
+  // Before the first sample a row holds zeros that nobody counted.
+  if (!_intf.counters || !(_intf.counters->statistics.lastUpdate > 0.0)) return false;
   return !_intf.description ||
          !Interface::CounterSet::fromWord(_intf.description->unsupported).contains(name);
 }

@@ -17,7 +17,7 @@ enum class Basis {
 
 class Counters {
  public:
-  // Of none is there a value where the interface has no row. Keeps a reference.
+  // None has a value where the interface has no row, or was not sampled yet. Keeps a reference.
   Counters(Intf const& intf, Basis basis) : _intf(intf), _basis(basis) {}
 
   // A counter of Interface::kCounterNames that is no array. Nothing where the chip cannot count it

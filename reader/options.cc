@@ -1,7 +1,6 @@
 #include "reader/options.h"
 
 #include <CLI/CLI.hpp>
-#include <map>
 
 #include "platform/interface/table_directory_default.h"
 
@@ -15,11 +14,10 @@ constexpr char const* kDescription =
 constexpr char const* kNames =
     "Interfaces to show: names (Ethernet3), the kernel's names (eth0), or patterns ('Ethernet*')";
 
-std::map<std::string, SortKey> sortKeys() {
-  std::map<std::string, SortKey> keys;
+std::optional<SortKey> sortKeyOf(std::string_view text) {
   for (std::size_t i = 0; i < kSortKeyNames.size(); ++i)
-    keys[std::string(kSortKeyNames[i])] = static_cast<SortKey>(i);
-  return keys;
+    if (kSortKeyNames[i] == text) return static_cast<SortKey>(i);
+  return std::nullopt;
 }
 
 std::string sortKeyList() {
@@ -78,10 +76,12 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
   top.add_option("--for", options.duration, "Plain tables for so long, then end")
       ->type_name("SECONDS")
       ->check(CLI::Range(0.0, 1e9));
-  top.add_option("--sort", options.sort, "Sort key: " + sortKeyList())
+  std::string sortKey(name(options.sort));
+  top.add_option("--sort", sortKey, "Sort key: " + sortKeyList())
       ->type_name("KEY")
-      ->transform(CLI::Transformer(sortKeys()).description(""))
-      ->check(CLI::IsMember(sortKeys()).description(""));
+      ->check([](std::string const& key) {
+        return sortKeyOf(key) ? std::string() : key + " is none of " + sortKeyList();
+      });
 
   try {
     app.parse(argc, argv);
@@ -89,6 +89,7 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
     bool const asked = app.exit(error, out, err) == static_cast<int>(CLI::ExitCodes::Success);
     return asked ? ExitCode::ok : ExitCode::usage;
   }
+  options.sort = *sortKeyOf(sortKey);
   options.command = top.parsed() ? Options::Command::top : Options::Command::showInterfaces;
   return std::nullopt;
 }

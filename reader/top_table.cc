@@ -82,7 +82,7 @@ std::vector<Column> columns(bool totals) {
   }
   add({"Discards", kRight, 6});
   add({"Errors", kRight, 1});
-  add({"Age", kRight, 2, 5});
+  add({"Age", kRight, 0, 5});
   return all;
 }
 

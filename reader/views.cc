@@ -33,7 +33,7 @@ void appendNamed(std::vector<Line>& lines, Snapshot const& snapshot, Basis basis
                  std::string_view title, Named const (&named)[n]) {
   std::vector<Column> columns{{std::string(title), kLeft}};
   for (Named const& one : named) columns.push_back({std::string(one.title), kRight, one.hideOrder});
-  columns.push_back({"Age", kRight, 2});
+  columns.push_back({"Age"});
   TextTable table(std::move(columns));
   for (Intf const& intf : snapshot.interfaces) {
     Counters const counters(intf, basis);
@@ -126,7 +126,7 @@ std::vector<Line> countersView(Snapshot const& snapshot, Basis basis, std::size_
                    {"Out packets", kRight, 3},
                    {"Out discards", kRight, 7},
                    {"Out errors", kRight, 6},
-                   {"Age", kRight, 2}});
+                   {"Age"}});
   for (Intf const& intf : snapshot.interfaces) {
     Counters const counters(intf, basis);
     table.add({{nameCell(intf),
@@ -154,12 +154,12 @@ std::vector<Line> ratesView(Snapshot const& snapshot, std::size_t width) {
                    {"State", kLeft, 1},
                    {"Speed", kRight, 6},
                    {"In", kRight},
-                   {"In packets", kRight, 4},
                    {"In use", kRight, 3},
+                   {"In packets", kRight, 4},
                    {"Out", kRight},
-                   {"Out packets", kRight, 4},
                    {"Out use", kRight, 3},
-                   {"Age", kRight, 2}});
+                   {"Out packets", kRight, 4},
+                   {"Age"}});
   for (Intf const& intf : snapshot.interfaces) {
     std::uint64_t const speed = intf.description ? intf.description->speed : 0;
     auto const known = rates(intf);
@@ -172,11 +172,11 @@ std::vector<Line> ratesView(Snapshot const& snapshot, std::size_t width) {
                 {std::string(stateName(intf))},
                 {speed != 0 ? bitsRate(static_cast<double>(speed)) : std::string(kNotAvailable)},
                 shown([](Rates const& r) { return bitsRate(r.inBitsRate); }),
-                shown([](Rates const& r) { return pktsRate(r.inPktsRate); }),
                 shown([&](Rates const& r) { return utilisation(r.inBitsRate, speed); }),
+                shown([](Rates const& r) { return pktsRate(r.inPktsRate); }),
                 shown([](Rates const& r) { return bitsRate(r.outBitsRate); }),
-                shown([](Rates const& r) { return pktsRate(r.outPktsRate); }),
                 shown([&](Rates const& r) { return utilisation(r.outBitsRate, speed); }),
+                shown([](Rates const& r) { return pktsRate(r.outPktsRate); }),
                 ageCell(snapshot, intf)},
                rowStyle(intf)});
   }

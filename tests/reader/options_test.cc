@@ -1,0 +1,107 @@
+#include "reader/options.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <sstream>
+
+namespace Show {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class CommandLine : public testing::Test {
+ protected:
+  CommandLine() { ::unsetenv("ORU_TABLES"); }
+  ~CommandLine() override { ::unsetenv("ORU_TABLES"); }
+
+  std::optional<ExitCode> parse(std::vector<char const*> arguments) {
+    arguments.insert(arguments.begin(), "oru-counters");
+    return Show::parse(static_cast<int>(arguments.size()), arguments.data(), sut, out, err);
+  }
+  Options sut;
+  std::ostringstream out, err;
+};
+
+TEST_F(CommandLine, ShowInterfacesTakesNames) {
+  EXPECT_EQ(parse({"show", "interfaces", "Ethernet1", "eth*"}), std::nullopt);
+  EXPECT_EQ(sut.command, Options::Command::showInterfaces);
+  EXPECT_THAT(sut.names, ElementsAre("Ethernet1", "eth*"));
+  EXPECT_EQ(sut.basis(), Basis::sinceClear);
+}
+
+TEST_F(CommandLine, ShowInterfacesTakesItsFlags) {
+  EXPECT_EQ(parse({"show", "interfaces", "--errors", "--rates", "--json", "--total"}),
+            std::nullopt);
+  EXPECT_TRUE(sut.errors && sut.rates && sut.json);
+  EXPECT_EQ(sut.basis(), Basis::total);
+}
+
+TEST_F(CommandLine, TopTakesItsOptions) {
+  EXPECT_EQ(parse({"top", "--interval", "0.5", "--for", "10", "--sort", "errors"}), std::nullopt);
+  EXPECT_EQ(sut.command, Options::Command::top);
+  EXPECT_EQ(sut.interval, 0.5);
+  EXPECT_EQ(sut.duration, 10.0);
+  EXPECT_EQ(sut.sort, SortKey::errors);
+}
+
+TEST_F(CommandLine, EverySortKeyIsKnownByItsName) {
+  for (std::size_t i = 0; i < kSortKeyNames.size(); ++i) {
+    EXPECT_EQ(parse({"top", "--sort", std::string(kSortKeyNames[i]).c_str()}), std::nullopt);
+    EXPECT_EQ(sut.sort, static_cast<SortKey>(i));
+  }
+}
+
+TEST_F(CommandLine, TheDirectoryMayStandBeforeOrAfterTheCommand) {
+  EXPECT_EQ(parse({"--tables", "/a", "top"}), std::nullopt);
+  EXPECT_EQ(sut.directory, "/a");
+  EXPECT_EQ(parse({"show", "interfaces", "--tables", "/b"}), std::nullopt);
+  EXPECT_EQ(sut.directory, "/b");
+}
+
+TEST_F(CommandLine, TheDirectoryIsThatOfTheEnvironmentElseTheUsualOne) {
+  EXPECT_EQ(parse({"top"}), std::nullopt);
+  EXPECT_EQ(sut.directory, "/dev/shm/oru-counters");
+  ::setenv("ORU_TABLES", "/c", 1);
+  EXPECT_EQ(parse({"top"}), std::nullopt);
+  EXPECT_EQ(sut.directory, "/c");
+  ::setenv("ORU_TABLES", "", 1);
+  EXPECT_EQ(parse({"top"}), std::nullopt);
+  EXPECT_EQ(sut.directory, "/dev/shm/oru-counters");
+}
+
+TEST_F(CommandLine, WrongUsageIsRefusedWithAMessage) {
+  using Arguments = std::vector<char const*>;
+  for (Arguments const& wrong :
+       {Arguments{}, Arguments{"show"}, Arguments{"shw"}, Arguments{"top", "--interval", "0"},
+        Arguments{"top", "--interval", "soon"}, Arguments{"top", "--for", "-1"},
+        Arguments{"top", "--sort", "colour"}, Arguments{"show", "interfaces", "--loud"},
+        Arguments{"top", "--rates"}, Arguments{"--tables", "", "top"}}) {
+    err.str("");
+    EXPECT_EQ(parse(wrong), ExitCode::usage);
+    EXPECT_THAT(err.str(), Not(IsEmpty()));
+    EXPECT_THAT(out.str(), IsEmpty());
+  }
+}
+
+TEST_F(CommandLine, HelpTellsTheExitCodes) {
+  EXPECT_EQ(parse({"--help"}), ExitCode::ok);
+  EXPECT_THAT(out.str(), HasSubstr(std::string(kExitCodesText)));
+  EXPECT_THAT(err.str(), IsEmpty());
+}
+
+TEST_F(CommandLine, HelpOfACommandTellsItsOptions) {
+  EXPECT_EQ(parse({"top", "--help"}), ExitCode::ok);
+  EXPECT_THAT(out.str(), HasSubstr("--interval SECONDS"));
+  EXPECT_THAT(out.str(), HasSubstr("name, in, out, errors"));
+}
+
+TEST_F(CommandLine, TheVersionIsThePrograms) {
+  EXPECT_EQ(parse({"--version"}), ExitCode::ok);
+  EXPECT_THAT(out.str(), testing::MatchesRegex("oru-counters [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+}  // namespace
+}  // namespace Show

@@ -1,0 +1,97 @@
+#include "reader/problems.h"
+
+#include <gmock/gmock.h>
+
+#include <set>
+
+#include "tests/reader/made_up.h"
+
+namespace Show {
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class ProblemsOfASnapshot : public testing::Test {
+ protected:
+  std::vector<Problem> of(Glim::Answer answer) {
+    snapshot.table[Snapshot::counterTable].answer = answer;
+    return problems(snapshot, {});
+  }
+  Snapshot snapshot = Show::snapshot({intf("Ethernet1", "eth0")});
+};
+
+TEST_F(ProblemsOfASnapshot, ThereAreNoneWhenAllWasRead) {
+  EXPECT_THAT(problems(snapshot, {}), IsEmpty());
+  EXPECT_EQ(exitCode({}), ExitCode::ok);
+}
+
+TEST_F(ProblemsOfASnapshot, NoTablesAtAllIsOneProblemThatSaysWhatToDo) {
+  for (TableRead& table : snapshot.table) table.answer = Glim::Answer::missing;
+  auto const found = problems(snapshot, {"Ethernet7"});
+  ASSERT_THAT(found, SizeIs(1));
+  EXPECT_EQ(found[0].text,
+            "there are no tables in /tables; start the agent with: oru-agentd --tables /tables");
+  EXPECT_EQ(exitCode(found), ExitCode::tableMissing);
+}
+
+TEST_F(ProblemsOfASnapshot, EachStateOfATableHasItsOwnMessage) {
+  std::set<std::string> texts;
+  using enum Glim::Answer;
+  auto const all = {missing,   retired,     unreadable,  unsafe,
+                    notATable, otherLayout, otherSchema, truncated};
+  for (Glim::Answer const answer : all) {
+    auto const found = of(answer);
+    ASSERT_THAT(found, SizeIs(1)) << Glim::text(answer);
+    EXPECT_THAT(found[0].text, HasSubstr("/tables/intfCounters.glim"));
+    EXPECT_TRUE(texts.insert(found[0].text).second) << found[0].text;
+  }
+}
+
+TEST_F(ProblemsOfASnapshot, EachKindOfProblemHasItsOwnExitCode) {
+  EXPECT_EQ(exitCode(of(Glim::Answer::missing)), ExitCode::tableMissing);
+  EXPECT_EQ(exitCode(of(Glim::Answer::unreadable)), ExitCode::unreadable);
+  EXPECT_EQ(exitCode(of(Glim::Answer::notATable)), ExitCode::notATable);
+  EXPECT_EQ(exitCode(of(Glim::Answer::truncated)), ExitCode::notATable);
+  EXPECT_EQ(exitCode(of(Glim::Answer::otherLayout)), ExitCode::otherVersion);
+  EXPECT_EQ(exitCode(of(Glim::Answer::otherSchema)), ExitCode::otherVersion);
+  EXPECT_EQ(exitCode(of(Glim::Answer::unsafe)), ExitCode::unsafeTable);
+}
+
+TEST_F(ProblemsOfASnapshot, CorruptRowsAreCounted) {
+  snapshot.table[Snapshot::counterTable].corruptRows = 2;
+  auto const found = problems(snapshot, {});
+  ASSERT_THAT(found, SizeIs(1));
+  EXPECT_EQ(found[0].text, "2 corrupt rows of /tables/intfCounters.glim were left out");
+  EXPECT_EQ(exitCode(found), ExitCode::rowsLeftOut);
+}
+
+TEST_F(ProblemsOfASnapshot, ARowThatKeepsChangingIsTold) {
+  snapshot.table[Snapshot::counterTable].busyRows = 1;
+  auto const found = problems(snapshot, {});
+  ASSERT_THAT(found, SizeIs(1));
+  EXPECT_EQ(found[0].text, "1 row of /tables/intfCounters.glim kept changing and was left out");
+}
+
+TEST_F(ProblemsOfASnapshot, AnUnknownIntfIsNamed) {
+  auto const found = problems(snapshot, {"Ethernet7"});
+  ASSERT_THAT(found, SizeIs(1));
+  EXPECT_EQ(found[0].text, "there is no interface Ethernet7");
+  EXPECT_EQ(exitCode(found), ExitCode::unknownInterface);
+}
+
+TEST_F(ProblemsOfASnapshot, NoIntfIsCalledUnknownWhenTheTableCouldNotBeRead) {
+  snapshot.table[Snapshot::counterTable].answer = Glim::Answer::unreadable;
+  EXPECT_THAT(problems(snapshot, {"Ethernet7"}), SizeIs(1));
+}
+
+TEST_F(ProblemsOfASnapshot, TablesCountBeforeRowsAndRowsBeforeNames) {
+  snapshot.table[Snapshot::counterTable].corruptRows = 1;
+  EXPECT_EQ(exitCode(problems(snapshot, {"Ethernet7"})), ExitCode::rowsLeftOut);
+  snapshot.table[Snapshot::descriptionTable].answer = Glim::Answer::unsafe;
+  EXPECT_EQ(exitCode(problems(snapshot, {"Ethernet7"})), ExitCode::unsafeTable);
+}
+
+}  // namespace
+}  // namespace Show

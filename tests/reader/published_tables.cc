@@ -1,0 +1,100 @@
+#include "tests/reader/published_tables.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+#include "platform/glim/header_copy.h"
+#include "platform/kel/system.h"
+
+namespace Show {
+
+PublishedTables::PublishedTables() {
+  std::string name = "/dev/shm/oru-counters-test-XXXXXX";
+  if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("no directory on tmpfs");
+  ::chmod(name.c_str(), 0755);
+  _directory = name;
+}
+
+PublishedTables::~PublishedTables() {
+  stop();
+  std::error_code ignored;
+  std::filesystem::remove_all(_directory, ignored);
+}
+
+std::string PublishedTables::file(std::string_view table) const {
+  return _directory + "/" + std::string(table) + ".glim";
+}
+
+void PublishedTables::start(std::uint32_t maxRows) {
+  auto const root = [this](std::string_view table) {
+    return Glim::RootPath(_debug, _directory + "/" + std::string(table), true);
+  };
+  Glim::TableLimits const limits{.maxRows = maxRows};
+  using Counters = Interface::AllEthIntfCounterGlim;
+  using Descriptions = Interface::AllIntfDescription;
+  _counters =
+      Kel::Ptr<Counters>::adopt(new Counters(_debug, root(Interface::kIntfCounters), limits));
+  _clear =
+      Kel::Ptr<Counters>::adopt(new Counters(_debug, root(Interface::kIntfClearCounters), limits));
+  _descriptions = Kel::Ptr<Descriptions>::adopt(
+      new Descriptions(_debug, root(Interface::kIntfDescriptions), limits));
+  _counters->heartbeat();
+}
+
+void PublishedTables::stop() {
+  _counters = nullptr;
+  _clear = nullptr;
+  _descriptions = nullptr;
+}
+
+void PublishedTables::writeTwo() {
+  for (int n = 1; n <= 2; ++n) {
+    Interface::IntfDescription description;
+    description.intfId = Pekt::IntfId("Ethernet" + std::to_string(n));
+    description.kernelName = std::string_view(n == 1 ? "eth0" : "eth1");
+    description.adminState = Interface::AdminState::up;
+    description.operState = n == 1 ? Interface::OperState::up : Interface::OperState::down;
+    write(description);
+    Interface::EthIntfCounterGlim row;
+    row.intfId = description.intfId;
+    row.statistics.inOctets = static_cast<std::uint64_t>(1000 * n);
+    row.statistics.lastUpdate = Kel::System::currentTime();
+    write(row);
+  }
+}
+
+void PublishedTables::damageByte(std::string_view table, std::uint64_t offset) const {
+  int const fd = ::open(file(table).c_str(), O_RDWR | O_CLOEXEC);
+  auto const at = static_cast<off_t>(offset);
+  unsigned char byte = 0;
+  bool const read = ::pread(fd, &byte, 1, at) == 1;
+  byte ^= 0x40u;
+  bool const written = ::pwrite(fd, &byte, 1, at) == 1;
+  ::close(fd);
+  if (!read || !written) throw std::runtime_error("no such byte to damage");
+}
+
+void PublishedTables::damageRow(std::string_view table, std::uint64_t slot) const {
+  int const fd = ::open(file(table).c_str(), O_RDONLY | O_CLOEXEC);
+  Glim::HeaderCopy header;
+  Glim::Answer const answer = Glim::readHeader(fd, header);
+  ::close(fd);
+  if (answer != Glim::Answer::ok) throw std::runtime_error("no table to damage");
+  // A byte in the middle of both halves, of which either may be the visible one.
+  std::uint64_t const at = header.geometry.slotsOffset + slot * header.geometry.stride;
+  std::uint64_t const row = header.geometry.rowWords * sizeof(Glim::Word);
+  damageByte(table, at + 2 * sizeof(Glim::Word) + row / 2);
+  damageByte(table, at + 3 * sizeof(Glim::Word) + row + row / 2);
+}
+
+void PublishedTables::write(std::string_view table, std::string_view content) const {
+  std::ofstream(file(table), std::ios::binary) << content;
+}
+
+}  // namespace Show

@@ -1,0 +1,51 @@
+// Tables as an agent publishes them, in a directory of their own that goes with them.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "platform/dov/debug_handler.h"
+#include "platform/interface/counter_tables.h"
+#include "platform/kel/ptr_interface.h"
+
+namespace Show {
+
+class PublishedTables {
+ public:
+  PublishedTables();
+  ~PublishedTables();
+  PublishedTables(PublishedTables const&) = delete;
+  PublishedTables& operator=(PublishedTables const&) = delete;
+
+  // On tmpfs, and nothing in it yet.
+  std::string const& directory() const { return _directory; }
+  std::string file(std::string_view table) const;
+
+  // An agent starts: takes the tables and their rows over. Its tables have room for so many rows.
+  void start(std::uint32_t maxRows = 64);
+  // It ends in good order.
+  void stop();
+
+  void write(Interface::EthIntfCounterGlim const& row) { _counters->counterIs(row); }
+  void writeClear(Interface::EthIntfCounterGlim const& row) { _clear->counterIs(row); }
+  void write(Interface::IntfDescription const& row) { _descriptions->descriptionIs(row); }
+  // Two interfaces: Ethernet1 (eth0, up) and Ethernet2 (eth1, down), with a row of each.
+  void writeTwo();
+
+  // Damage, to the files of a stopped agent.
+  void damageRow(std::string_view table, std::uint64_t slot) const;
+  void damageByte(std::string_view table, std::uint64_t offset) const;
+  void write(std::string_view table, std::string_view content) const;
+
+ private:
+  std::string _directory;
+  Dov::Platform::DebugHandler _debug{0};
+  Kel::Ptr<Interface::AllEthIntfCounterGlim> _counters;
+  Kel::Ptr<Interface::AllEthIntfCounterGlim> _clear;
+  Kel::Ptr<Interface::AllIntfDescription> _descriptions;
+};
+
+}  // namespace Show

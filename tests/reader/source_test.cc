@@ -1,0 +1,162 @@
+#include "reader/source.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "platform/kel/system.h"
+#include "tests/reader/published_tables.h"
+
+namespace Show {
+namespace {
+
+using State = Glim::TableStatus::State;
+
+AgentState stateOf(State state, double heartbeatAge, bool processExists) {
+  return agentStatus({.state = state, .writerPid = 1, .heartbeatAge = heartbeatAge}, processExists)
+      .state;
+}
+
+TEST(AgentStatus, AFreshHeartbeatIsARunningAgent) {
+  EXPECT_EQ(stateOf(State::ready, 1.0, true), AgentState::running);
+}
+
+TEST(AgentStatus, AnAgentInAnotherProcessNamespaceRunsWhileItsHeartbeatIsFresh) {
+  EXPECT_EQ(stateOf(State::ready, 1.0, false), AgentState::running);
+}
+
+TEST(AgentStatus, AnOldHeartbeatWithoutAProcessIsADeadAgent) {
+  EXPECT_EQ(stateOf(State::ready, 3.0, false), AgentState::notRunning);
+}
+
+TEST(AgentStatus, AnOldHeartbeatWithAProcessIsASilentAgent) {
+  EXPECT_EQ(stateOf(State::ready, 4.9, true), AgentState::running);
+  EXPECT_EQ(stateOf(State::ready, 5.1, true), AgentState::silent);
+}
+
+TEST(AgentStatus, AnAgentThatLetGoOfItsTablesDoesNotRun) {
+  EXPECT_EQ(stateOf(State::detached, 0.0, true), AgentState::notRunning);
+}
+
+class SourceOfTables : public testing::Test {
+ protected:
+  Snapshot take() { return sut.take(Kel::System::currentTime()); }
+  PublishedTables tables;
+  Source sut{tables.directory()};
+};
+
+TEST_F(SourceOfTables, ReadsAllThreeTables) {
+  tables.start();
+  tables.writeTwo();
+  Interface::EthIntfCounterGlim clear;
+  clear.intfId = "Ethernet1";
+  clear.statistics.inOctets = 600;
+  tables.writeClear(clear);
+  Snapshot const snapshot = take();
+  for (TableRead const& table : snapshot.table) EXPECT_EQ(table.answer, Glim::Answer::ok);
+  ASSERT_EQ(snapshot.interfaces.size(), 2u);
+  EXPECT_EQ(snapshot.interfaces[0].intfId, Pekt::IntfId("Ethernet1"));
+  EXPECT_EQ(snapshot.interfaces[0].counters->statistics.inOctets, 1000u);
+  EXPECT_EQ(snapshot.interfaces[0].atLastClear->statistics.inOctets, 600u);
+  EXPECT_EQ(snapshot.interfaces[0].kernelName(), "eth0");
+  EXPECT_FALSE(snapshot.interfaces[1].atLastClear);
+  EXPECT_EQ(snapshot.agent.state, AgentState::running);
+  EXPECT_EQ(snapshot.agent.pid, static_cast<std::uint64_t>(::getpid()));
+}
+
+TEST_F(SourceOfTables, InterfacesComeInNaturalOrder) {
+  tables.start();
+  for (auto const name : {"Ethernet10", "Ethernet2", "Ethernet1"}) {
+    Interface::EthIntfCounterGlim row;
+    row.intfId = name;
+    tables.write(row);
+  }
+  Snapshot const snapshot = take();
+  ASSERT_EQ(snapshot.interfaces.size(), 3u);
+  EXPECT_EQ(snapshot.interfaces[1].intfId, Pekt::IntfId("Ethernet2"));
+  EXPECT_EQ(snapshot.interfaces[2].intfId, Pekt::IntfId("Ethernet10"));
+}
+
+TEST_F(SourceOfTables, ADescriptionAloneMakesAnIntf) {
+  tables.start();
+  Interface::IntfDescription description;
+  description.intfId = "Ethernet3";
+  tables.write(description);
+  ASSERT_EQ(take().interfaces.size(), 1u);
+  EXPECT_FALSE(take().interfaces[0].counters);
+}
+
+TEST_F(SourceOfTables, AClearAloneMakesNone) {
+  tables.start();
+  Interface::EthIntfCounterGlim clear;
+  clear.intfId = "Ethernet3";
+  tables.writeClear(clear);
+  EXPECT_TRUE(take().interfaces.empty());
+}
+
+TEST_F(SourceOfTables, WithoutTablesTheAgentIsUnknown) {
+  Snapshot const snapshot = take();
+  for (TableRead const& table : snapshot.table) EXPECT_EQ(table.answer, Glim::Answer::missing);
+  EXPECT_EQ(snapshot.agent.state, AgentState::unknown);
+}
+
+TEST_F(SourceOfTables, FindsTablesThatAppearLater) {
+  take();
+  tables.start();
+  tables.writeTwo();
+  EXPECT_EQ(take().interfaces.size(), 2u);
+}
+
+TEST_F(SourceOfTables, KeepsTheRowsOfAnAgentThatEnded) {
+  tables.start();
+  tables.writeTwo();
+  take();
+  tables.stop();
+  Snapshot const snapshot = take();
+  EXPECT_EQ(snapshot.agent.state, AgentState::notRunning);
+  ASSERT_EQ(snapshot.interfaces.size(), 2u);
+  EXPECT_EQ(snapshot.interfaces[0].counters->statistics.inOctets, 1000u);
+}
+
+TEST_F(SourceOfTables, FollowsTheNextAgent) {
+  tables.start();
+  tables.writeTwo();
+  take();
+  tables.stop();
+  tables.start();
+  Interface::EthIntfCounterGlim row;
+  row.intfId = "Ethernet3";
+  tables.write(row);
+  Snapshot const snapshot = take();
+  EXPECT_EQ(snapshot.agent.state, AgentState::running);
+  EXPECT_EQ(snapshot.interfaces.size(), 3u);
+}
+
+TEST_F(SourceOfTables, FollowsATableThatWasReplaced) {
+  tables.start(64);
+  tables.writeTwo();
+  take();
+  tables.stop();
+  tables.start(4096);  // too large for the file in place
+  Interface::EthIntfCounterGlim row;
+  row.intfId = "Ethernet3";
+  tables.write(row);
+  Snapshot const snapshot = take();
+  EXPECT_EQ(snapshot.table[Snapshot::counterTable].answer, Glim::Answer::ok);
+  EXPECT_EQ(snapshot.interfaces.size(), 3u);
+}
+
+TEST_F(SourceOfTables, LeavesACorruptRowOut) {
+  tables.start();
+  tables.writeTwo();
+  tables.stop();
+  tables.damageRow(Interface::kIntfCounters, 0);
+  Snapshot const snapshot = take();
+  EXPECT_EQ(snapshot.table[Snapshot::counterTable].corruptRows, 1u);
+  EXPECT_EQ(snapshot.table[Snapshot::counterTable].rows, 1u);
+  ASSERT_EQ(snapshot.interfaces.size(), 2u);  // both are described
+  EXPECT_NE(snapshot.interfaces[0].counters.has_value(),
+            snapshot.interfaces[1].counters.has_value());
+}
+
+}  // namespace
+}  // namespace Show

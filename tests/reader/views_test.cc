@@ -1,0 +1,166 @@
+#include "reader/views.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/reader/made_up.h"
+
+namespace Show {
+namespace {
+
+using Interface::EthCounter;
+using Interface::OperState;
+
+class Views : public testing::Test {
+ protected:
+  Views() {
+    auto& busy = snapshot.interfaces[0];
+    busy.description->speed = 10'000'000'000;
+    auto& counts = busy.counters->statistics;
+    counts.inOctets = 18446744073709551615u;
+    counts.inUcastPkts = 123456789;
+    counts.inErrors = 7;
+    counts.outOctets = 4200;
+    counts.outUcastPkts = 40;
+    counts.outMulticastPkts = 2;
+    counts.outDiscards = 3;
+    busy.counters->ethStatistics[EthCounter::fcsErrors] = 7;
+    giveRates(busy, 1.25e9, 84.0, 84200.0);
+
+    Interface::CounterSet unsupported;
+    for (auto const name : {"inDiscards", "alignmentErrors", "symbolErrors"})
+      unsupported.insert(name);
+    snapshot.interfaces[1].description->unsupported = unsupported.word();
+    snapshot.interfaces[1].counters->statistics.inUnknownProtos = Wib::MaybeU63::none();
+    snapshot.interfaces[2].counters->statistics.lastUpdate = 0.0;
+  }
+  Snapshot snapshot =
+      Show::snapshot({intf("Ethernet1", "eth0"), intf("Ethernet2", "wan0", OperState::down),
+                      intf("Ethernet10", "dummy0", OperState::unknown)});
+};
+
+TEST_F(Views, CountersAreExact) {
+  EXPECT_EQ(plain(countersView(snapshot, Basis::total, kUnlimited)),
+            "Interface   Device  State               In octets  In packets  In discards  In errors "
+            " Out octets  Out packets  Out discards  Out errors    Age\n"
+            "Ethernet1   eth0    up       18446744073709551615   123456789            0          7 "
+            "       4200           42             3           0  0.4 s\n"
+            "Ethernet2   wan0    down                        0           0          n/a          0 "
+            "          0            0             0           0  0.4 s\n"
+            "Ethernet10  dummy0  unknown                   n/a         n/a          n/a        n/a "
+            "        n/a          n/a           n/a         n/a  never\n");
+}
+
+TEST_F(Views, RatesHaveUnits) {
+  EXPECT_EQ(plain(ratesView(snapshot, kUnlimited)),
+            "Interface   Device  State        Speed         In  In use  In packets     Out  Out "
+            "use  Out packets    Age\n"
+            "Ethernet1   eth0    up       10.0 Gb/s  1.25 Gb/s  12.5 %   84.2 kp/s  84 b/s    0.0 "
+            "%    84.2 kp/s  0.4 s\n"
+            "Ethernet2   wan0    down           n/a        n/a     n/a         n/a     n/a      "
+            "n/a          n/a  0.4 s\n"
+            "Ethernet10  dummy0  unknown        n/a        n/a     n/a         n/a     n/a      "
+            "n/a          n/a  never\n");
+}
+
+TEST_F(Views, ErrorsAreShownByDirectionAndClass) {
+  EXPECT_EQ(plain(errorsView(snapshot, Basis::total, kUnlimited)),
+            "Receive     Errors  Alignment  FCS  Too long  Too short  MAC  Symbol  Fragments  "
+            "Jabbers  Unknown protocols  Discards    Age\n"
+            "Ethernet1        7          0    7         0          0    0       0          0       "
+            " 0                  0         0  0.4 s\n"
+            "Ethernet2        0        n/a    0         0          0    0     n/a          0       "
+            " 0                n/a       n/a  0.4 s\n"
+            "Ethernet10     n/a        n/a  n/a       n/a        n/a  n/a     n/a        n/a      "
+            "n/a                n/a       n/a  never\n"
+            "\n"
+            "Transmit    Errors  SQE test  Late collisions  Excessive collisions  MAC  Carrier "
+            "sense  Discards    Age\n"
+            "Ethernet1        0         0                0                     0    0              "
+            "0         3  0.4 s\n"
+            "Ethernet2        0         0                0                     0    0              "
+            "0         0  0.4 s\n"
+            "Ethernet10     n/a       n/a              n/a                   n/a  n/a            "
+            "n/a       n/a  never\n");
+}
+
+TEST_F(Views, ATerminalOf80ColumnsHidesWhatMattersLeast) {
+  EXPECT_EQ("\n" + plain(countersView(snapshot, Basis::total, 80)), R"(
+Interface   State               In octets  Out octets  Out packets    Age
+Ethernet1   up       18446744073709551615        4200           42  0.4 s
+Ethernet2   down                        0           0            0  0.4 s
+Ethernet10  unknown                   n/a         n/a          n/a  never
+6 columns hidden: the terminal is too narrow
+)");
+}
+
+TEST_F(Views, RowsOfADeadAgentAreStaleAndKeepTheirCounts) {
+  killAgent(snapshot);
+  snapshot.now += 11.6;
+  snapshot.interfaces.resize(2);
+  EXPECT_EQ("\n" + plain(countersView(snapshot, Basis::total, 60)), R"(
+Interface             In octets  Out octets         Age
+Ethernet1  18446744073709551615        4200  stale 12 s
+Ethernet2                     0           0  stale 12 s
+8 columns hidden: the terminal is too narrow
+)");
+}
+
+TEST_F(Views, AnIntfWithoutDescriptionOrRowHasNoValues) {
+  snapshot.interfaces.resize(2);
+  snapshot.interfaces[0].description.reset();
+  snapshot.interfaces[1].counters.reset();
+  EXPECT_EQ(plain(countersView(snapshot, Basis::total, kUnlimited)),
+            "Interface  Device  State             In octets  In packets  In discards  In errors  "
+            "Out octets  Out packets  Out discards  Out errors    Age\n"
+            "Ethernet1  n/a     n/a    18446744073709551615   123456789            0          7    "
+            "    4200           42             3           0  0.4 s\n"
+            "Ethernet2  wan0    down                    n/a         n/a          n/a        n/a    "
+            "     n/a          n/a           n/a         n/a  never\n");
+}
+
+TEST_F(Views, CountersSinceTheLastClearLeaveOutWhatWasBefore) {
+  snapshot.interfaces.resize(1);
+  snapshot.interfaces[0].atLastClear = snapshot.interfaces[0].counters;
+  snapshot.interfaces[0].counters->statistics.outOctets += 5;
+  EXPECT_EQ("\n" + plain(countersView(snapshot, Basis::sinceClear, 60)), R"(
+Interface  State  In octets  Out octets  Out packets    Age
+Ethernet1  up             0           5            0  0.4 s
+6 columns hidden: the terminal is too narrow
+)");
+}
+
+TEST_F(Views, TheStateOfAnIntfThatIsSwitchedOffIsThat) {
+  snapshot.interfaces[1].description->adminState = Interface::AdminState::down;
+  EXPECT_EQ(stateName(snapshot.interfaces[1]), "admin-down");
+  EXPECT_TRUE(isDown(snapshot.interfaces[1]));
+}
+
+TEST_F(Views, LinksThatAreDownAreDim) {
+  auto const lines = countersView(snapshot, Basis::total, kUnlimited);
+  EXPECT_EQ(lines[1][0].style, Style::plain);
+  EXPECT_EQ(lines[2][0].style, Style::dim);
+  EXPECT_EQ(lines[3][0].style, Style::plain);
+}
+
+TEST_F(Views, AnIntfsTextCannotDriveTheTerminal) {
+  snapshot.interfaces.resize(1);
+  snapshot.interfaces[0].description->kernelName = std::string_view("a\033[2J");
+  EXPECT_EQ(plain(countersView(snapshot, Basis::total, kUnlimited)).find('\033'),
+            std::string::npos);
+}
+
+TEST_F(Views, TheAgentLineSaysWhetherItLives) {
+  EXPECT_EQ(plainText(agentLine(snapshot)), "Agent running, process 4711, heartbeat 0.4 s ago");
+  snapshot.agent.state = AgentState::silent;
+  snapshot.agent.heartbeatAge = 75.0;
+  EXPECT_EQ(plainText(agentLine(snapshot)),
+            "Agent silent, process 4711, last heartbeat 1 min 15 s ago: rows are stale");
+  killAgent(snapshot);
+  EXPECT_EQ(plainText(agentLine(snapshot)),
+            "Agent not running, last heartbeat 12 s ago: rows are stale");
+  snapshot.agent = {};
+  EXPECT_EQ(plainText(agentLine(snapshot)), "Agent unknown: there is no table that would tell");
+}
+
+}  // namespace
+}  // namespace Show
