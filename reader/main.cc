@@ -26,9 +26,6 @@ void heedSignals() {
   struct sigaction action {};
   action.sa_handler = [](int) { asked = 1; };
   for (int const signal : {SIGINT, SIGTERM, SIGHUP}) ::sigaction(signal, &action, nullptr);
-  // A reader of ours that went away is seen in the stream.
-  action.sa_handler = SIG_IGN;
-  ::sigaction(SIGPIPE, &action, nullptr);
 }
 
 class RealPace : public Pace {
@@ -89,11 +86,9 @@ int main(int argc, char** argv) {
   using Show::ExitCode;
   try {
     ExitCode const code = Show::run(argc, argv);
-    errno = 0;
     std::cout.flush();
     if (!std::cout) {
-      // Whoever read our output has seen enough: nothing that is worth a word.
-      if (errno != EPIPE) std::cerr << "oru-counters: the output could not be written\n";
+      std::cerr << "oru-counters: the output could not be written\n";
       return number(ExitCode::failed);
     }
     return number(code);

@@ -41,9 +41,9 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
              "\nEnvironment:\n"
              "  ORU_TABLES  the directory of the tables, unless --tables tells\n"
              "  NO_COLOR    no colours, when it is set and not empty\n");
-  app.add_option("--tables", options.directory, "Directory of the agent's tables")
+  app.add_option("--tables", options.directory,
+                 "Directory of the agent's tables; now " + options.directory)
       ->type_name("DIR")
-      ->capture_default_str()
       ->check([](std::string const& directory) {
         return directory.empty() ? "a directory's name is not empty" : "";
       });
@@ -69,13 +69,13 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
       "Rates of the interfaces, live on a terminal, else a plain table each interval.\n"
       "Keys: q quit, s next sort key, r rates or totals, arrows and page keys scroll");
   addCommon(top);
-  top.add_option("--interval", options.interval, "Time from one table to the next")
+  top.add_option("--interval", options.interval,
+                 "Time from one table to the next: 0.1 to 3600, by default 1")
       ->type_name("SECONDS")
-      ->check(CLI::Range(0.1, 3600.0))
-      ->capture_default_str();
+      ->check(CLI::Range(0.1, 3600.0).description(""));
   top.add_option("--for", options.duration, "Plain tables for so long, then end")
       ->type_name("SECONDS")
-      ->check(CLI::Range(0.0, 1e9));
+      ->check(CLI::Range(0.0, 1e9).description(""));
   std::string sortKey(name(options.sort));
   top.add_option("--sort", sortKey, "Sort key: " + sortKeyList())
       ->type_name("KEY")

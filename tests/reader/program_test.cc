@@ -1,4 +1,5 @@
 // The program as its users start it, on tables that a writer published.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <poll.h>
 #include <pty.h>
@@ -9,6 +10,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <utility>
@@ -92,7 +94,7 @@ class Program : public testing::Test {
   };
 
   Result run(std::vector<std::string> arguments, bool unprivileged = false,
-             std::string outPath = {}) {
+             std::string outPath = {}, std::function<void()> const& beforeItRuns = {}) {
     arguments.insert(arguments.begin(), {"oru-counters", "--tables", directory});
     std::vector<char*> argv;
     for (std::string& argument : arguments) argv.push_back(argument.data());
@@ -105,6 +107,7 @@ class Program : public testing::Test {
       bool const ready = std::freopen(outPath.c_str(), "w", stdout) != nullptr &&
                          std::freopen(errPath.c_str(), "w", stderr) != nullptr &&
                          (!unprivileged || (::setgid(kNobody) == 0 && ::setuid(kNobody) == 0));
+      if (beforeItRuns) beforeItRuns();
       if (ready) ::execv(ORU_COUNTERS_PROGRAM, argv.data());
       ::_exit(kCannotRun);
     }
@@ -352,6 +355,19 @@ TEST_F(Program, RefusesWrongUsage) {
   Result const result = run({"show", "interfaces", "--loud"});
   EXPECT_EQ(result.exitCode, 2);
   EXPECT_THAT(result.err, HasSubstr("--loud"));
+}
+
+TEST_F(Program, EndsWithoutAWordWhenItsReaderHasSeenEnough) {
+  tables.start();
+  tables.writeTwo();
+  int ends[2];
+  ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+  ::close(ends[0]);
+  Result const result =
+      run({"show", "interfaces"}, false, {}, [&ends] { ::dup2(ends[1], STDOUT_FILENO); });
+  ::close(ends[1]);
+  EXPECT_EQ(result.exitCode, -1) << "ended by the signal";
+  EXPECT_THAT(result.err, IsEmpty());
 }
 
 TEST_F(Program, SaysThatItsOutputCouldNotBeWritten) {

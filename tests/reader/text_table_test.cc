@@ -57,7 +57,10 @@ Ethe~  1234567
 TEST(TextTable, AColumnKeepsItsLeastWidth) {
   TextTable sut({{"A", kLeft}, {"B", kRight, 0, 6}});
   sut.add({{{"x"}, {"1"}}});
-  EXPECT_EQ(text(sut.text()), "A       B\nx       1\n");
+  EXPECT_EQ("\n" + text(sut.text()), R"(
+A       B
+x       1
+)");
 }
 
 TEST(TextTable, ARowsStyleIsThatOfItsCellsWithoutOne) {
@@ -69,7 +72,10 @@ TEST(TextTable, ARowsStyleIsThatOfItsCellsWithoutOne) {
 TEST(TextTable, CountsCharactersRatherThanBytes) {
   TextTable sut({{"A", kLeft}, {"B", kLeft}});
   sut.add({{{"größe"}, {"1"}}});
-  EXPECT_EQ(text(sut.text()), "A      B\ngröße  1\n");
+  EXPECT_EQ("\n" + text(sut.text()), R"(
+A      B
+größe  1
+)");
 }
 
 }  // namespace

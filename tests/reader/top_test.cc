@@ -69,42 +69,34 @@ TEST_F(LiveTable, SortsRatesThatAreNoNumbersLast) {
 TEST_F(LiveTable, APageShowsRates) {
   TopPage sut({});
   sut.show(snapshot, {});
-  EXPECT_EQ(text(sut.lines(132, 9)),
-            "oru-counters  1970-01-12 13:46:40  4 interfaces, 3 up\n"
-            "Agent running, process 4711, heartbeat 0.4 s ago\n"
-            "Interface   Device  State      Speed         In   In use  In packets        Out  Out "
-            "use  Out packets  Discards  Errors    Age\n"
-            "Ethernet1   eth0    up     1.00 Gb/s  2.00 Mb/s    0.2 %   1.00 kp/s  1.00 Gb/s  "
-            "100.0 %    1.00 kp/s         0       0  0.4 s\n"
-            "Ethernet2   wan0    down         n/a      0 b/s      n/a       0 p/s      0 b/s      "
-            "n/a        0 p/s         0       4  0.4 s\n"
-            "Ethernet10  dummy0  up     10.0 Gb/s  1.25 Gb/s   12.5 %   84.2 kp/s  5.00 Mb/s    "
-            "0.1 %    84.2 kp/s         0       0  0.4 s\n"
-            "Ethernet11  fresh0  up           n/a        n/a      n/a         n/a        n/a      "
-            "n/a          n/a         0       0  0.4 s\n"
-            "\n"
-            "q quit  s sort: name  r totals\n");
+  EXPECT_EQ("\n" + text(sut.lines(132, 9)), R"(
+oru-counters  1970-01-12 13:46:40  4 interfaces, 3 up
+Agent running, process 4711, heartbeat 0.4 s ago
+Interface   Device  State      Speed         In   In use  In packets        Out  Out use  Out packets  Discards  Errors    Age
+Ethernet1   eth0    up     1.00 Gb/s  2.00 Mb/s    0.2 %   1.00 kp/s  1.00 Gb/s  100.0 %    1.00 kp/s         0       0  0.4 s
+Ethernet2   wan0    down         n/a      0 b/s      n/a       0 p/s      0 b/s      n/a        0 p/s         0       4  0.4 s
+Ethernet10  dummy0  up     10.0 Gb/s  1.25 Gb/s   12.5 %   84.2 kp/s  5.00 Mb/s    0.1 %    84.2 kp/s         0       0  0.4 s
+Ethernet11  fresh0  up           n/a        n/a      n/a         n/a        n/a      n/a          n/a         0       0  0.4 s
+
+q quit  s sort: name  r totals
+)");
 }
 
 TEST_F(LiveTable, APageShowsTotalsAfterTheKey) {
   TopPage sut({});
   sut.show(snapshot, {});
   sut.press(Key::rates);
-  EXPECT_EQ(text(sut.lines(132, 9)),
-            "oru-counters  1970-01-12 13:46:40  4 interfaces, 3 up\n"
-            "Agent running, process 4711, heartbeat 0.4 s ago\n"
-            "Interface   Device  State  In octets  In packets  Out octets  Out packets  Discards  "
-            "Errors    Age\n"
-            "Ethernet1   eth0    up       9.00 MB           0         0 B            0         0   "
-            "    0  0.4 s\n"
-            "Ethernet2   wan0    down         0 B           0         0 B            0         0   "
-            "    4  0.4 s\n"
-            "Ethernet10  dummy0  up           0 B           0         0 B            0         0   "
-            "    0  0.4 s\n"
-            "Ethernet11  fresh0  up           0 B           0         0 B            0         0   "
-            "    0  0.4 s\n"
-            "\n"
-            "q quit  s sort: name  r rates\n");
+  EXPECT_EQ("\n" + text(sut.lines(132, 9)), R"(
+oru-counters  1970-01-12 13:46:40  4 interfaces, 3 up
+Agent running, process 4711, heartbeat 0.4 s ago
+Interface   Device  State  In octets  In packets  Out octets  Out packets  Discards  Errors    Age
+Ethernet1   eth0    up       9.00 MB           0         0 B            0         0       0  0.4 s
+Ethernet2   wan0    down         0 B           0         0 B            0         0       4  0.4 s
+Ethernet10  dummy0  up           0 B           0         0 B            0         0       0  0.4 s
+Ethernet11  fresh0  up           0 B           0         0 B            0         0       0  0.4 s
+
+q quit  s sort: name  r rates
+)");
 }
 
 TEST_F(LiveTable, ANarrowPageHidesColumns) {
@@ -240,18 +232,14 @@ TEST_F(PlainTop, PrintsOneTableEachIntervalUntilItsTimeIsOver) {
 TEST_F(PlainTop, ForNoTimePrintsOnce) {
   options.duration = 0.0;
   run();
-  EXPECT_EQ(out.str(),
-            "1970-01-12 13:46:40  Agent running, process 4711, heartbeat 0.4 s ago\n"
-            "Interface   Device  State      Speed         In   In use  In packets        Out  Out "
-            "use  Out packets  Discards  Errors    Age\n"
-            "Ethernet1   eth0    up     1.00 Gb/s  2.00 Mb/s    0.2 %   1.00 kp/s  1.00 Gb/s  "
-            "100.0 %    1.00 kp/s         0       0  0.4 s\n"
-            "Ethernet2   wan0    down         n/a      0 b/s      n/a       0 p/s      0 b/s      "
-            "n/a        0 p/s         0       4  0.4 s\n"
-            "Ethernet10  dummy0  up     10.0 Gb/s  1.25 Gb/s   12.5 %   84.2 kp/s  5.00 Mb/s    "
-            "0.1 %    84.2 kp/s         0       0  0.4 s\n"
-            "Ethernet11  fresh0  up           n/a        n/a      n/a         n/a        n/a      "
-            "n/a          n/a         0       0  0.4 s\n");
+  EXPECT_EQ("\n" + out.str(), R"(
+1970-01-12 13:46:40  Agent running, process 4711, heartbeat 0.4 s ago
+Interface   Device  State      Speed         In   In use  In packets        Out  Out use  Out packets  Discards  Errors    Age
+Ethernet1   eth0    up     1.00 Gb/s  2.00 Mb/s    0.2 %   1.00 kp/s  1.00 Gb/s  100.0 %    1.00 kp/s         0       0  0.4 s
+Ethernet2   wan0    down         n/a      0 b/s      n/a       0 p/s      0 b/s      n/a        0 p/s         0       4  0.4 s
+Ethernet10  dummy0  up     10.0 Gb/s  1.25 Gb/s   12.5 %   84.2 kp/s  5.00 Mb/s    0.1 %    84.2 kp/s         0       0  0.4 s
+Ethernet11  fresh0  up           n/a        n/a      n/a         n/a        n/a      n/a          n/a         0       0  0.4 s
+)");
 }
 
 TEST_F(PlainTop, EndsWhenItIsAskedTo) {

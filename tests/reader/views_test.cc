@@ -39,48 +39,35 @@ class Views : public testing::Test {
 };
 
 TEST_F(Views, CountersAreExact) {
-  EXPECT_EQ(plain(countersView(snapshot, Basis::total, kUnlimited)),
-            "Interface   Device  State               In octets  In packets  In discards  In errors "
-            " Out octets  Out packets  Out discards  Out errors    Age\n"
-            "Ethernet1   eth0    up       18446744073709551615   123456789            0          7 "
-            "       4200           42             3           0  0.4 s\n"
-            "Ethernet2   wan0    down                        0           0          n/a          0 "
-            "          0            0             0           0  0.4 s\n"
-            "Ethernet10  dummy0  unknown                   n/a         n/a          n/a        n/a "
-            "        n/a          n/a           n/a         n/a  never\n");
+  EXPECT_EQ("\n" + plain(countersView(snapshot, Basis::total, kUnlimited)), R"(
+Interface   Device  State               In octets  In packets  In discards  In errors  Out octets  Out packets  Out discards  Out errors    Age
+Ethernet1   eth0    up       18446744073709551615   123456789            0          7        4200           42             3           0  0.4 s
+Ethernet2   wan0    down                        0           0          n/a          0           0            0             0           0  0.4 s
+Ethernet10  dummy0  unknown                   n/a         n/a          n/a        n/a         n/a          n/a           n/a         n/a  never
+)");
 }
 
 TEST_F(Views, RatesHaveUnits) {
-  EXPECT_EQ(plain(ratesView(snapshot, kUnlimited)),
-            "Interface   Device  State        Speed         In  In use  In packets     Out  Out "
-            "use  Out packets    Age\n"
-            "Ethernet1   eth0    up       10.0 Gb/s  1.25 Gb/s  12.5 %   84.2 kp/s  84 b/s    0.0 "
-            "%    84.2 kp/s  0.4 s\n"
-            "Ethernet2   wan0    down           n/a        n/a     n/a         n/a     n/a      "
-            "n/a          n/a  0.4 s\n"
-            "Ethernet10  dummy0  unknown        n/a        n/a     n/a         n/a     n/a      "
-            "n/a          n/a  never\n");
+  EXPECT_EQ("\n" + plain(ratesView(snapshot, kUnlimited)), R"(
+Interface   Device  State        Speed         In  In use  In packets     Out  Out use  Out packets    Age
+Ethernet1   eth0    up       10.0 Gb/s  1.25 Gb/s  12.5 %   84.2 kp/s  84 b/s    0.0 %    84.2 kp/s  0.4 s
+Ethernet2   wan0    down           n/a        n/a     n/a         n/a     n/a      n/a          n/a  0.4 s
+Ethernet10  dummy0  unknown        n/a        n/a     n/a         n/a     n/a      n/a          n/a  never
+)");
 }
 
 TEST_F(Views, ErrorsAreShownByDirectionAndClass) {
-  EXPECT_EQ(plain(errorsView(snapshot, Basis::total, kUnlimited)),
-            "Receive     Errors  Alignment  FCS  Too long  Too short  MAC  Symbol  Fragments  "
-            "Jabbers  Unknown protocols  Discards    Age\n"
-            "Ethernet1        7          0    7         0          0    0       0          0       "
-            " 0                  0         0  0.4 s\n"
-            "Ethernet2        0        n/a    0         0          0    0     n/a          0       "
-            " 0                n/a       n/a  0.4 s\n"
-            "Ethernet10     n/a        n/a  n/a       n/a        n/a  n/a     n/a        n/a      "
-            "n/a                n/a       n/a  never\n"
-            "\n"
-            "Transmit    Errors  SQE test  Late collisions  Excessive collisions  MAC  Carrier "
-            "sense  Discards    Age\n"
-            "Ethernet1        0         0                0                     0    0              "
-            "0         3  0.4 s\n"
-            "Ethernet2        0         0                0                     0    0              "
-            "0         0  0.4 s\n"
-            "Ethernet10     n/a       n/a              n/a                   n/a  n/a            "
-            "n/a       n/a  never\n");
+  EXPECT_EQ("\n" + plain(errorsView(snapshot, Basis::total, kUnlimited)), R"(
+Receive     Errors  Alignment  FCS  Too long  Too short  MAC  Symbol  Fragments  Jabbers  Unknown protocols  Discards    Age
+Ethernet1        7          0    7         0          0    0       0          0        0                  0         0  0.4 s
+Ethernet2        0        n/a    0         0          0    0     n/a          0        0                n/a       n/a  0.4 s
+Ethernet10     n/a        n/a  n/a       n/a        n/a  n/a     n/a        n/a      n/a                n/a       n/a  never
+
+Transmit    Errors  SQE test  Late collisions  Excessive collisions  MAC  Carrier sense  Discards    Age
+Ethernet1        0         0                0                     0    0              0         3  0.4 s
+Ethernet2        0         0                0                     0    0              0         0  0.4 s
+Ethernet10     n/a       n/a              n/a                   n/a  n/a            n/a       n/a  never
+)");
 }
 
 TEST_F(Views, ATerminalOf80ColumnsHidesWhatMattersLeast) {
@@ -109,13 +96,11 @@ TEST_F(Views, AnIntfWithoutDescriptionOrRowHasNoValues) {
   snapshot.interfaces.resize(2);
   snapshot.interfaces[0].description.reset();
   snapshot.interfaces[1].counters.reset();
-  EXPECT_EQ(plain(countersView(snapshot, Basis::total, kUnlimited)),
-            "Interface  Device  State             In octets  In packets  In discards  In errors  "
-            "Out octets  Out packets  Out discards  Out errors    Age\n"
-            "Ethernet1  n/a     n/a    18446744073709551615   123456789            0          7    "
-            "    4200           42             3           0  0.4 s\n"
-            "Ethernet2  wan0    down                    n/a         n/a          n/a        n/a    "
-            "     n/a          n/a           n/a         n/a  never\n");
+  EXPECT_EQ("\n" + plain(countersView(snapshot, Basis::total, kUnlimited)), R"(
+Interface  Device  State             In octets  In packets  In discards  In errors  Out octets  Out packets  Out discards  Out errors    Age
+Ethernet1  n/a     n/a    18446744073709551615   123456789            0          7        4200           42             3           0  0.4 s
+Ethernet2  wan0    down                    n/a         n/a          n/a        n/a         n/a          n/a           n/a         n/a  never
+)");
 }
 
 TEST_F(Views, CountersSinceTheLastClearLeaveOutWhatWasBefore) {
