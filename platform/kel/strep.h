@@ -2,6 +2,7 @@
 // value.
 #pragma once
 
+#include <charconv>
 #include <concepts>
 #include <sstream>
 #include <string>
@@ -18,22 +19,37 @@ std::string valueToStrepOfRawPtr(PtrInterface const* object);
 
 [[noreturn]] void throwUnreadable(std::string_view text);
 
+// Numbers: a stream would take -1 for an unsigned one, and an 8-bit one for a character.
+template <class T>
+concept IsInteger = std::integral<T> && !std::same_as<T, bool>;
+
 // Specialise for a type whose stream form is not its printable form.
 template <class T>
 struct Strep {
   static std::string to(T const& value) {
-    std::ostringstream out;
-    out << std::boolalpha << value;
-    return out.str();
+    if constexpr (IsInteger<T>) {
+      return std::to_string(value);
+    } else {
+      std::ostringstream out;
+      out << std::boolalpha << value;
+      return out.str();
+    }
   }
   // Throws RangeException where `text` is not wholly a T.
   static T from(std::string_view text) {
     if constexpr (std::constructible_from<T, std::string>) {
       return T(std::string(text));
+    } else if constexpr (IsInteger<T>) {
+      T value{};
+      char const* const end = text.data() + text.size();
+      if (std::from_chars(text.data(), end, value) != std::from_chars_result{end, std::errc()})
+        throwUnreadable(text);
+      return value;
     } else {
       std::istringstream in{std::string(text)};
       T value{};
-      if (!(in >> std::boolalpha >> value) || in.peek() != std::istringstream::traits_type::eof())
+      if (!(in >> std::noskipws >> std::boolalpha >> value) ||
+          in.peek() != std::istringstream::traits_type::eof())
         throwUnreadable(text);
       return value;
     }

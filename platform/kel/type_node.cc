@@ -25,11 +25,21 @@ Access offered(Access access, std::string_view op, std::string_view attribute) {
   return access;
 }
 
+void requireNoArgument(Attribute::Texts arguments, std::string_view attribute) {
+  if (!arguments.empty())
+    throwRangeException(std::string(attribute) + " takes no argument, not " +
+                        std::to_string(arguments.size()));
+}
+
 std::string const& onlyArgument(Attribute::Texts arguments, std::string_view attribute) {
   if (arguments.size() != 1)
     throwRangeException(std::string(attribute) + " takes 1 argument, not " +
                         std::to_string(arguments.size()));
   return arguments[0];
+}
+
+bool takesNoArgument(AttributeOp op) {
+  return op == AttributeOp::read || op == AttributeOp::iterNonnull || op == AttributeOp::iterKey;
 }
 
 bool changes(AttributeOp op) {
@@ -71,6 +81,7 @@ AttributeResult GenericIfImpl::genericIfAttributeOp(PtrInterface& object, bool i
     throwOpNotSupportedException(std::string(name) + " cannot be changed through a const object");
   Attribute const& a =
       op == AttributeOp::invoke ? type.operation(name, arguments.size()) : type.attribute(name);
+  if (takesNoArgument(op)) requireNoArgument(arguments, name);
   switch (op) {
     case AttributeOp::read:
       return {.texts = {offered(a.read, "read", name)(object)}, .object = {}};
