@@ -1,0 +1,257 @@
+// State machines reached by the names of their attributes.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+
+#include "platform/kel/exceptions.h"
+#include "platform/kel/strep.h"
+#include "platform/kel/type_node.h"
+#include "tests/platform/kel/station_test.h"
+
+namespace KelTest {
+namespace {
+
+using Kel::AttributeKind;
+using Kel::AttributeOp;
+using Kel::GenericIfImpl;
+using Kel::OpNotSupportedException;
+using Kel::Ptr;
+using Kel::RangeException;
+
+class Reflection : public StationTest {
+ protected:
+  using Texts = std::vector<std::string>;
+
+  Kel::AttributeResult op(bool isConst, std::string_view attribute, AttributeOp what,
+                          Texts const& arguments = {}) {
+    return GenericIfImpl::genericIfAttributeOp(*sut, isConst, attribute, what, arguments);
+  }
+  // The text of the range error of an invocation.
+  std::string rangeError(std::string_view operation, Texts const& arguments) {
+    try {
+      Kel::invoke(*sut, operation, arguments);
+    } catch (RangeException const& e) {
+      return e.what();
+    }
+    return "no range error";
+  }
+
+  Ptr<Station> sut = station(clock);
+};
+
+TEST_F(Reflection, ReadsEachKindOfItem) {
+  EXPECT_EQ(Kel::read(*sut, "journal"), Kel::valueToStrepOfRawPtr(journal.get()));
+  EXPECT_EQ(Kel::read(*sut, "name"), "s");
+  EXPECT_EQ(Kel::read(*sut, "period"), "5");
+  EXPECT_EQ(Kel::read(*sut, "clock"), Kel::valueToStrepOfRawPtr(clock.get()));
+  EXPECT_EQ(Kel::read(*sut, "config"), "null");
+  EXPECT_EQ(Kel::read(*sut, "limit"), "0");
+  EXPECT_EQ(Kel::read(*sut, "label"), "fixed");
+}
+
+TEST_F(Reflection, SetsAValueThatHasASetter) {
+  Kel::set(*sut, "limit", "-12");
+  EXPECT_EQ(sut->limit(), -12);
+  EXPECT_EQ(Kel::read(*sut, "limit"), "-12");
+}
+
+TEST_F(Reflection, RefusesToSetWhatHasNoSetter) {
+  for (char const* const attribute :
+       {"journal", "name", "period", "clock", "config", "label", "child", "handleTime"})
+    EXPECT_THROW(Kel::set(*sut, attribute, "1"), OpNotSupportedException) << attribute;
+}
+
+TEST_F(Reflection, RefusesATextThatIsNotWhollyAValue) {
+  sut->limitIs(3);
+  for (char const* const text : {"", "x", "1x", "1 ", " 1", "1.5", "0x10", "99999999999"})
+    EXPECT_THROW(Kel::set(*sut, "limit", text), RangeException) << '"' << text << '"';
+  EXPECT_EQ(sut->limit(), 3);
+}
+
+TEST_F(Reflection, RefusesUnknownNames) {
+  EXPECT_THROW(Kel::read(*sut, "nothing"), OpNotSupportedException);
+  EXPECT_THROW(Kel::set(*sut, "nothing", "1"), OpNotSupportedException);
+  EXPECT_THROW(Kel::invoke(*sut, "nothing"), OpNotSupportedException);
+  EXPECT_THROW(Kel::iterKey(*sut, "nothing"), OpNotSupportedException);
+  EXPECT_THROW(Kel::iterObj(*sut, "nothing", "a"), OpNotSupportedException);
+  EXPECT_THROW(Kel::iterDel(*sut, "nothing", "a"), OpNotSupportedException);
+  EXPECT_THROW(Kel::read(*sut, ""), OpNotSupportedException);
+}
+
+TEST_F(Reflection, InvokesAnOperationWithItsArguments) {
+  Kel::invoke(*sut, "handleTime");
+  Kel::invoke(*sut, "handlePair", {"-3", "2.5"});
+  EXPECT_EQ(journal->lines(), (Lines{"handleTime", "handlePair -3 2.5"}));
+}
+
+TEST_F(Reflection, PicksTheFormOfAnOperationByItsNumberOfArguments) {
+  Kel::invoke(*sut, "handlePort", {"p1"});
+  Kel::invoke(*sut, "handlePort");
+  EXPECT_EQ(journal->lines(), (Lines{"handlePort p1", "handlePort"}));
+}
+
+TEST_F(Reflection, RefusesAWrongNumberOfArguments) {
+  EXPECT_EQ(rangeError("handlePair", {"1"}), "handlePair takes 2 arguments, not 1");
+  EXPECT_EQ(rangeError("handlePort", {"a", "b"}), "handlePort takes 0 or 1 arguments, not 2");
+  EXPECT_THROW(op(false, "limit", AttributeOp::set), RangeException);
+  EXPECT_THROW(op(false, "limit", AttributeOp::set, {"1", "2"}), RangeException);
+  EXPECT_THROW(op(false, "child", AttributeOp::iterObj), RangeException);
+  EXPECT_THROW(op(false, "child", AttributeOp::iterDel, {"a", "b"}), RangeException);
+  EXPECT_EQ(journal->lines(), Lines{});
+}
+
+TEST_F(Reflection, RefusesArgumentsWhereNoneAreTaken) {
+  EXPECT_THROW(op(false, "limit", AttributeOp::read, {"1"}), RangeException);
+  EXPECT_THROW(op(false, "child", AttributeOp::iterKey, {"1"}), RangeException);
+  EXPECT_THROW(op(false, "child", AttributeOp::iterNonnull, {"1"}), RangeException);
+}
+
+TEST_F(Reflection, RefusesAnArgumentThatCannotBeRead) {
+  EXPECT_EQ(rangeError("handlePair", {"x", "2.5"}), "cannot read \"x\"");
+  EXPECT_EQ(rangeError("handlePair", {"3", ""}), "cannot read \"\"");
+  EXPECT_EQ(journal->lines(), Lines{});
+}
+
+TEST_F(Reflection, RefusesAnOperationOfAnotherKind) {
+  EXPECT_THROW(Kel::read(*sut, "handleTime"), OpNotSupportedException);
+  EXPECT_THROW(Kel::read(*sut, "child"), OpNotSupportedException);
+  EXPECT_THROW(Kel::invoke(*sut, "limit"), OpNotSupportedException);
+  EXPECT_THROW(Kel::iterKey(*sut, "limit"), OpNotSupportedException);
+  EXPECT_THROW(Kel::iterObj(*sut, "limit", "a"), OpNotSupportedException);
+  EXPECT_THROW(Kel::iterDel(*sut, "limit", "a"), OpNotSupportedException);
+  EXPECT_THROW(op(true, "limit", AttributeOp::iterNonnull), OpNotSupportedException);
+}
+
+TEST_F(Reflection, IteratesOverACollection) {
+  EXPECT_EQ(op(true, "child", AttributeOp::iterNonnull).texts, (Texts{"false"}));
+  EXPECT_EQ(Kel::iterKey(*sut, "child"), Texts{});
+  auto const a = sut->childIs("a");
+  sut->childIs("b");
+  sut->otherIs("o");
+  EXPECT_EQ(op(true, "child", AttributeOp::iterNonnull).texts, (Texts{"true"}));
+  auto keys = Kel::iterKey(*sut, "child");
+  std::sort(keys.begin(), keys.end());
+  EXPECT_EQ(keys, (Texts{"a", "b"}));
+  EXPECT_EQ(Kel::iterObj(*sut, "child", "a"), a);
+  EXPECT_EQ(Kel::iterObj(*sut, "child", "o"), nullptr);
+}
+
+TEST_F(Reflection, DeletesAMember) {
+  sut->childIs("a");
+  Kel::iterDel(*sut, "child", "b");
+  EXPECT_TRUE(sut->child("a"));
+  Kel::iterDel(*sut, "child", "a");
+  EXPECT_EQ(sut->child("a"), nullptr);
+}
+
+TEST_F(Reflection, ReachesAChildThroughItsOwner) {
+  sut->childIs("a");
+  EXPECT_EQ(Kel::read(*Kel::iterObj(*sut, "child", "a"), "name"), "a");
+}
+
+TEST_F(Reflection, RefusesToChangeAConstObject) {
+  sut->childIs("a");
+  journal->taken();
+  EXPECT_THROW(op(true, "limit", AttributeOp::set, {"1"}), OpNotSupportedException);
+  EXPECT_THROW(op(true, "handleTime", AttributeOp::invoke), OpNotSupportedException);
+  EXPECT_THROW(op(true, "child", AttributeOp::iterDel, {"a"}), OpNotSupportedException);
+  EXPECT_EQ(sut->limit(), 0);
+  EXPECT_EQ(journal->lines(), Lines{});
+  EXPECT_TRUE(sut->child("a"));
+  EXPECT_EQ(op(true, "limit", AttributeOp::read).texts, (Texts{"0"}));
+}
+
+TEST_F(Reflection, RefusesAnObjectWithoutATypeNode) {
+  EXPECT_THROW(Kel::read(*config, "mode"), OpNotSupportedException);
+}
+
+TEST_F(Reflection, PassesOnWhatAnOperationThrows) {
+  journal->on("handleTime", [] { throw std::logic_error("broken"); });
+  EXPECT_THROW(Kel::invoke(*sut, "handleTime"), std::logic_error);
+}
+
+TEST(TypeNode, ListsTheAttributesInDeclarationOrderWithTheirKinds) {
+  struct Row {
+    std::string name;
+    AttributeKind kind;
+    std::size_t arity;
+    bool operator==(Row const&) const = default;
+  };
+  std::vector<Row> rows;
+  for (Kel::Attribute const& a : Station::_kelType.attributes())
+    rows.push_back({std::string(a.name), a.kind, a.arity});
+  EXPECT_EQ(rows, (std::vector<Row>{{"journal", AttributeKind::parameter, 0},
+                                    {"name", AttributeKind::key, 0},
+                                    {"period", AttributeKind::parameter, 0},
+                                    {"clock", AttributeKind::input, 0},
+                                    {"config", AttributeKind::input, 0},
+                                    {"limit", AttributeKind::value, 0},
+                                    {"label", AttributeKind::value, 0},
+                                    {"child", AttributeKind::collection, 0},
+                                    {"other", AttributeKind::collection, 0},
+                                    {"handleTime", AttributeKind::operation, 0},
+                                    {"handlePort", AttributeKind::operation, 0},
+                                    {"handlePort", AttributeKind::operation, 1},
+                                    {"handlePair", AttributeKind::operation, 2}}));
+}
+
+TEST(TypeNode, IsAnsweredByEachObjectOfTheType) {
+  auto const journal = Kel::make<Journal>();
+  auto const child = Kel::instance<Child>(journal, Kel::Name("a"));
+  EXPECT_EQ(child->fwkType(), &Child::_kelType);
+  EXPECT_EQ(child->fwkType()->name(), "KelTest::Child");
+}
+
+TEST(TypeNode, RegistersInOrder) {
+  std::size_t const before = Kel::typeNodes().size();
+  Kel::typeNodeIs(Station::_kelType);
+  Kel::typeNodeIs(Child::_kelType);
+  auto const nodes = Kel::typeNodes();
+  ASSERT_EQ(nodes.size(), before + 2);
+  EXPECT_EQ(nodes[before], &Station::_kelType);
+  EXPECT_EQ(nodes[before + 1], &Child::_kelType);
+}
+
+TEST(Strep, OfAPointerIsItsTypeAndAddress) {
+  auto const journal = Kel::make<Journal>();
+  auto const child = Kel::instance<Child>(journal, Kel::Name("a"));
+  std::ostringstream address;
+  address << static_cast<void const*>(child.get());
+  EXPECT_EQ(Kel::valueToStrepOfRawPtr(child.get()), "KelTest::Child@" + address.str());
+  EXPECT_EQ(Kel::toStrep(child), "KelTest::Child@" + address.str());
+  EXPECT_EQ(Kel::valueToStrepOfRawPtr(nullptr), "null");
+}
+
+TEST(Strep, OfAPointerCannotBeRead) {
+  EXPECT_THROW(Kel::fromStrep<Ptr<Child>>("null"), OpNotSupportedException);
+}
+
+TEST(Strep, OfTextIsTheTextWithItsSpaces) {
+  EXPECT_EQ(Kel::fromStrep<Kel::String>(" a b "), Kel::String(" a b "));
+  EXPECT_EQ(Kel::fromStrep<Kel::Name>("a b"), Kel::Name("a b"));
+  EXPECT_EQ(Kel::toStrep(Kel::String("a b")), "a b");
+}
+
+TEST(Strep, OfAFlagIsAWord) {
+  EXPECT_EQ(Kel::toStrep(true), "true");
+  EXPECT_FALSE(Kel::fromStrep<bool>("false"));
+  EXPECT_THROW(Kel::fromStrep<bool>("1"), RangeException);
+}
+
+TEST(Strep, OfAnUnsignedNumberHasNoSign) {
+  EXPECT_EQ(Kel::fromStrep<std::uint64_t>("18446744073709551615"),
+            std::numeric_limits<std::uint64_t>::max());
+  EXPECT_THROW(Kel::fromStrep<std::uint64_t>("18446744073709551616"), RangeException);
+  EXPECT_THROW(Kel::fromStrep<std::uint32_t>("-1"), RangeException);
+  EXPECT_THROW(Kel::fromStrep<std::uint16_t>("65536"), RangeException);
+}
+
+TEST(Strep, OfASmallNumberIsANumberAndNoCharacter) {
+  EXPECT_EQ(Kel::fromStrep<std::uint8_t>("7"), 7);
+  EXPECT_EQ(Kel::toStrep(std::uint8_t{7}), "7");
+  EXPECT_THROW(Kel::fromStrep<std::uint8_t>("256"), RangeException);
+}
+
+}  // namespace
+}  // namespace KelTest
