@@ -41,10 +41,13 @@ IntfRates updateIntfMovingAverages(IntfRates const& old, IntfStatistics const& d
   double const dt = now - old.lastUpdate;
   if (!(dt > 0.0)) return rates;
   rates.lastUpdate = now;
-  if (wentBackwards(delta)) return rates;
+  if (wentBackwards(delta)) {
+    rates.seeded = now - (old.lastUpdate - old.seeded);  // as if that time had not been
+    return rates;
+  }
 
-  double const interval = std::min((own.configured() ? own : global).seconds(), now - old.seeded);
-  double const weight = -std::expm1(-dt / interval);
+  double const interval = (own.configured() ? own : global).seconds();
+  double const weight = std::expm1(-dt / interval) / std::expm1(-(now - old.seeded) / interval);
   auto const average = [&](double& rate, double count) { rate += weight * (count / dt - rate); };
   auto const sum = [](auto... counts) { return (static_cast<double>(counts) + ...); };
   average(rates.inBitsRate, 8.0 * static_cast<double>(delta.inOctets));
