@@ -31,7 +31,7 @@ Host::Host(Options const& options, ClockDriver::Steady steady)
       _chip(makeChip(options, _names, _tables, _interfaces, _clock)),
       _steady(std::move(steady)),
       _clockDriver(
-          _clock, [this](Kel::Seconds step) { _tables.wallClockSteppedBy(step); }, _steady) {
+          _clock, [this](Kel::Seconds step) { clockWasSetBy(step); }, _steady) {
   _entities.ocsd->keepIntfCountersIs(options.keepCounters);
   auto const pollConfig = Kel::make<Oru::Counters::CliConfig>();
   pollConfig->periodPollIs(options.period);
@@ -61,8 +61,14 @@ void Host::start(EventLoop& loop) {
   _counters->initializedIs(true);
 }
 
+void Host::clockWasSetBy(Kel::Seconds step) {
+  _tables.wallClockSteppedBy(step);
+  _clockWasSet = true;
+}
+
 Kel::Seconds Host::turn() {
   Kel::Seconds const next = _clockDriver.turn();
+  if (std::exchange(_clockWasSet, false)) _tables.noSampleAfter(_clock->time());
   _chip->turn();
   pollNews();
   beat();

@@ -28,6 +28,7 @@ class Host {
   Kel::Seconds turn();
 
  private:
+  void clockWasSetBy(Kel::Seconds step);
   void pollNews();
   void beat();
 
@@ -40,6 +41,7 @@ class Host {
   std::unique_ptr<Chip> const _chip;
   ClockDriver::Steady const _steady;
   ClockDriver _clockDriver;
+  bool _clockWasSet = false;
   Kel::Seconds _lastBeat = 0.0;
   Kel::Ptr<Oru::Counters::CountersSm> _counters;
 };

@@ -17,6 +17,8 @@ bool Interfaces::interfaceIs(IntfDescription description) {
   bool const sameState =
       before.ifIndex == description.ifIndex && before.operState == description.operState;
   description.lastChange = sameState ? before.lastChange : Kel::System::currentTime();
+  // Until its chip says so anew: no reader is to take a counter for a zero meanwhile.
+  if (before.ifIndex == description.ifIndex) description.unsupported = before.unsupported;
   try {
     describe(description);
   } catch (Dov::ResourceException const& exception) {

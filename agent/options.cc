@@ -20,7 +20,11 @@ constexpr char const* kEpilogue =
     "  oru-agentd                              every Ethernet link of this machine\n"
     "  oru-agentd --interfaces 'eth*' swp1     only some of them\n"
     "  oru-agentd --chip simulated --ports 8   no hardware needed\n"
-    "SIGTERM and SIGINT end it; the tables stay, and the next agent counts on from them.\n"
+    "Traces go to standard error: level 8 every handler and poll, 7 pollers made and deleted, 6 "
+    "rows\n"
+    "made, 1 errors (always on). SIGTERM and SIGINT end the agent; the tables stay, and the next "
+    "one\n"
+    "counts on from them.\n"
     "Exit status: 0 ended by a signal, 1 could not run, 2 asked for what cannot be.";
 
 template <class Number>
@@ -79,14 +83,15 @@ struct CommandLine {
                  ->type_name("DIR")
                  ->envname(Interface::kTableDirectoryVariable)
                  ->capture_default_str();
-    period = app.add_option("--period", values.period, "Time between two polls, 0.05 to 3600")
+    period = app.add_option("--period", values.period,
+                            "Time between two polls of an interface, 0.05 to 3600")
                  ->type_name("SECONDS")
                  ->check(within(kMinPeriod, kMaxPeriod, "a number of seconds"))
                  ->capture_default_str();
     interfaces =
         app.add_option("--interfaces", values.interfaces,
                        "Count only links whose kernel name matches one of these")
-            ->type_name("GLOB...")
+            ->type_name("GLOB")
             ->expected(1, -1)
             ->check([](std::string const& glob) {
               return glob.empty() ? std::string("an empty pattern matches no link") : std::string();
@@ -99,9 +104,7 @@ struct CommandLine {
                         "Keep the counters of links that went");
     app.add_option("--config", configPath, "Settings in a TOML file; options count before them")
         ->type_name("FILE");
-    app.add_option("--trace", traceLevels,
-                   "Trace levels, such as 7,8 or 6-8, go to standard error: 8 every handler and "
-                   "poll, 7 pollers made and deleted, 6 rows made, 1 errors (always on)")
+    app.add_option("--trace", traceLevels, "Trace these levels, such as 7,8 or 6-8")
         ->type_name("LEVELS")
         ->check([](std::string const& text) {
           return readTraceLevels(text) ? std::string()

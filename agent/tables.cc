@@ -30,4 +30,13 @@ void Tables::wallClockSteppedBy(Kel::Seconds step) {
   });
 }
 
+void Tables::noSampleAfter(Kel::Seconds now) {
+  _intfCounters->forEach([&](Interface::EthIntfCounterGlim const& row) {
+    if (row.statistics.lastUpdate <= now) return;
+    auto corrected = row;
+    corrected.statistics.lastUpdate = now;
+    _intfCounters->counterIs(corrected);
+  });
+}
+
 }  // namespace Agent

@@ -49,6 +49,10 @@ class Tables {
   // The wall clock was set by `step` seconds: moves the times that rates are measured from, so that
   // no rate is of a time that never passed.
   void wallClockSteppedBy(Kel::Seconds step);
+  // Samples that bear a time after `now` were taken now. After the first polls since such a step: a
+  // poll keeps the later of two times, and the one of a clock that was set back would stay for
+  // good.
+  void noSampleAfter(Kel::Seconds now);
 
  private:
   struct Life {

@@ -20,7 +20,7 @@ class HostTest : public ::testing::Test {
     options.seed = 11;
   }
   void start() {
-    sut = std::make_unique<Host>(options, [] { return Kel::System::currentTime(); });
+    sut = std::make_unique<Host>(options, [this] { return time.now() - set; });
     sut->start(loop);
     sut->turn();
   }
@@ -46,7 +46,14 @@ class HostTest : public ::testing::Test {
         .inOctets;
   }
 
+  // The wall clock is set; no time passes.
+  void setClockBy(Kel::Seconds step) {
+    set += step;
+    time.nowIs(time.now() + step);
+  }
+
   Support::VirtualTime time;
+  Kel::Seconds set = 0.0;
   Support::TemporaryTables place;
   Options options;
   EventLoop loop;
@@ -116,6 +123,21 @@ TEST_F(HostTest, RatesConverge) {
   auto const rates = row("Ethernet1")->rates;
   EXPECT_GT(rates.inBitsRate, 0.0);
   EXPECT_GT(rates.inPktsRate, 0.0);
+}
+
+TEST_F(HostTest, AClockThatIsSetStopsNeitherPollsNorRates) {
+  options.period = 1.0;
+  for (Kel::Seconds const step : {-500.0, 86400.0}) {
+    start();
+    turnsFor(60.0);
+    setClockBy(step);
+    for (int i = 0; i < 3; ++i) {
+      turnsFor(1.2);
+      EXPECT_NEAR(row("Ethernet1")->statistics.lastUpdate, time.now(), 1.1) << step;
+      EXPECT_NEAR(row("Ethernet1")->rates.lastUpdate, time.now(), 1.1) << step;
+    }
+    sut.reset();
+  }
 }
 
 }  // namespace

@@ -102,6 +102,15 @@ TEST_F(InterfacesTest, WhatIsUnsupportedIsDescribed) {
   EXPECT_EQ(described("Ethernet7").unsupported, unsupported.word());
 }
 
+TEST_F(InterfacesTest, WhatIsUnsupportedStaysSoWhenThereIsOtherNews) {
+  sut.interfaceIs(description("Ethernet7"));
+  Interface::CounterSet unsupported;
+  unsupported.insert("symbolErrors");
+  sut.unsupportedIs("Ethernet7", unsupported);
+  sut.interfaceIs(description("Ethernet7", OperState::down));
+  EXPECT_EQ(described("Ethernet7").unsupported, unsupported.word());
+}
+
 TEST_F(InterfacesTest, WhatIsUnsupportedOfNoInterfaceIsNotDescribed) {
   sut.unsupportedIs("Ethernet9", {});
   EXPECT_FALSE(isDescribed("Ethernet9"));

@@ -83,6 +83,21 @@ TEST(Tables, RatesThatWereNeverMeasuredDoNotMove) {
   EXPECT_EQ(sut.intfCounters()->counter("Ethernet7").rates.lastUpdate, 0.0);
 }
 
+TEST(Tables, ASampleOfTheFutureWasTakenNow) {
+  Support::TemporaryTables const place;
+  Tables sut(place.directory().string());
+  Interface::EthIntfCounterGlim row;
+  row.statistics.lastUpdate = 1000.0;
+  for (char const* const id : {"Ethernet7", "Ethernet8"}) {
+    row.intfId = id;
+    sut.intfCounters()->counterIs(row);
+    row.statistics.lastUpdate = 400.0;
+  }
+  sut.noSampleAfter(500.0);
+  EXPECT_EQ(sut.intfCounters()->counter("Ethernet7").statistics.lastUpdate, 500.0);
+  EXPECT_EQ(sut.intfCounters()->counter("Ethernet8").statistics.lastUpdate, 400.0);
+}
+
 TEST(Tables, AHeartbeatOfALostTableNamesIt) {
   Support::TemporaryTables const place;
   Tables sut(place.directory().string());

@@ -378,6 +378,24 @@ class WithoutHardware(Programs):
             self.assertTrue(re.search(pattern, agent.stdout), agent.stdout)
             self.assertEqual(agent.stderr, "")
 
+    def test_an_agent_whose_table_is_damaged_says_so_and_the_next_one_goes_on(self):
+        self.start_agent()
+        self.polled("Ethernet1")
+        table = pathlib.Path(self.tables, "intfCounters.glim")
+        size = table.stat().st_size
+        with table.open("r+b") as file:  # all of its rows
+            file.seek(size // 2)
+            file.write(b"\x5a" * (size - size // 2))
+            file.seek(size // 4)
+            file.write(b"\x5a" * (size // 4))
+        agent, self.agent = self.agent, None
+        self.assertEqual(agent.wait(timeout=PATIENCE), 1)
+        self.assertRegex(self.what_it_said(), r"oru-agentd: table \S+/intfCounters was damaged")
+        self.assertTrue(pathlib.Path(self.tables, "intfCounters.corruption").exists())
+        self.start_agent()
+        self.await_interfaces("Ethernet1", "Ethernet2", "Ethernet3", "Ethernet4")
+        self.polled("Ethernet1")
+
     def test_traces_of_the_chosen_levels_go_to_standard_error(self):
         self.start_agent("--trace", "8")
         self.polled("Ethernet1")
