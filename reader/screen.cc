@@ -8,6 +8,7 @@
 
 #include "reader/problems.h"
 #include "reader/select.h"
+#include "reader/terminal_type.h"
 #include "reader/top_page.h"
 
 // After everything else: its macros have common names.
@@ -132,6 +133,7 @@ std::optional<Key> keyOf(int code) {
 std::optional<ExitCode> screenTop(Options const& options,
                                   std::function<Snapshot(double now)> const& take, Pace& pace,
                                   bool colours, std::function<bool()> const& askedToEnd) {
+  if (!terminalTypeKnown()) return std::nullopt;
   std::setlocale(LC_CTYPE, "");  // characters beyond ASCII; numbers stay as they are
   Terminal terminal(colours);
   if (!terminal) return std::nullopt;
