@@ -11,7 +11,8 @@ namespace Agent {
 namespace {
 
 constexpr std::string_view kAclDropCounters = "aclDropCounters";
-constexpr Kel::Seconds kBeat = 0.5;
+// With the half second that a turn may take to come, readers hear of the agent once a second.
+constexpr Kel::Seconds kBeat = 0.4;
 
 std::unique_ptr<Chip> makeChip(Options const& options, LinkNames const& names, Tables& tables,
                                Interfaces& interfaces, Kel::Ptr<Kel::Clock> const& clock) {

@@ -273,6 +273,20 @@ class LinksComeAndGo(OnLinks):
         await_that("eth0 not present", lambda: self.link("eth0")["operState"] == "notPresent")
         self.assertEqual(self.link("eth0")["counters"]["outUcastPkts"], 10)
 
+    def test_with_keep_counters_a_link_that_returns_goes_on_with_its_totals(self):
+        config = pathlib.Path(self.tables, "agentd.toml")
+        config.write_text('keep-counters = true\n[names]\neth0 = "Ethernet1"\n')
+        self.start_agent("--config", str(config))
+        for sent in (10, 20, 30):
+            self.add_pair("eth0", "eth1")
+            self.listen("eth1")
+            self.send("eth0", "eth1", 10, 100)
+            await_that("eth0 up", lambda: (self.link("Ethernet1") or {}).get("operState") == "up")
+            self.assert_counted("Ethernet1", outUcastPkts=sent, outOctets=sent * 100)
+            self.ip("link del eth0")
+            await_that("eth0 not present",
+                       lambda: self.link("Ethernet1")["operState"] == "notPresent")
+
 
 class AgentsComeAndGo(OnLinks):
     def setUp(self):
