@@ -13,8 +13,7 @@ void CountersSm::doClearCounters(Kel::String request) {
     if (request == "all") {
       live->forEach([&](auto const& row) { allIntfClearCounters()->counterIs(row); });
     } else {
-      // A text too long for a name is no Ethernet name either.
-      if (request.view().size() > Pekt::IntfId::kMaxLength) return;
+      if (!Pekt::IntfId::isName(request.view())) return;  // no interface's at all
       Pekt::IntfId const intfId(request);
       if (!Pekt::EthIntfId::isEthIntfId(intfId)) return;  // the helper is not told
       allIntfClearCounters()->counterIs(live->counter(intfId));

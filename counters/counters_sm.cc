@@ -51,32 +51,6 @@ CountersSm::CountersSm(
 
 CountersSm::~CountersSm() = default;
 
-Kel::Ptr<CountersSm> CountersSm::CountersSmIs(
-    Kel::Ptr<OruCommonSmData> const& ocsd,
-    Kel::Ptr<Interface::AllEthPhyIntfConfigDir const> const& ethPhyIntfConfigDir,
-    Kel::Ptr<Interface::AllEthPhyIntfStatusDir const> const& ethPhyIntfStatusDir,
-    Kel::Ptr<CliConfig> const& cliCounterConfig,
-    Kel::Ptr<OruHelper::OruHelperCountersSm> const& platformHelper,
-    Kel::Ptr<Interface::GlobalIntfConfig const> const& globalIntfConfig,
-    Kel::Ptr<HwCliConfig const> const& cliConfig,
-    Kel::Ptr<Qos::SliceHwStatus> const& qosSliceHwStatus,
-    Kel::Ptr<Kel::Dir> const& qosSliceHwStatusDir,
-    Kel::Ptr<Qos::AclSliceHwStatus> const& qosAclSliceHwStatus,
-    Kel::Ptr<Kel::Dir> const& qosAclSliceHwStatusDir,
-    Kel::Ptr<Interface::VlanIntfConfigDir const> const& vlanIntfConfigDir,
-    Kel::Ptr<Interface::VlanIntfStatusDir const> const& vlanIntfStatusDir,
-    Kel::Ptr<Glim::Interface::AllDropCounterDir> const& intfAclDropCountersDir,
-    Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> const& allIntfQueueCounters,
-    Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> const& allIntfClearQueueCounters,
-    Kel::Ptr<Interface::AllEthIntfCounterGlim> const& allIntfCounters,
-    Kel::Ptr<Interface::AllEthIntfCounterGlim> const& allIntfClearCounters) {
-  return Kel::instance<CountersSm>(
-      ocsd, ethPhyIntfConfigDir, ethPhyIntfStatusDir, cliCounterConfig, platformHelper,
-      globalIntfConfig, cliConfig, qosSliceHwStatus, qosSliceHwStatusDir, qosAclSliceHwStatus,
-      qosAclSliceHwStatusDir, vlanIntfConfigDir, vlanIntfStatusDir, intfAclDropCountersDir,
-      allIntfQueueCounters, allIntfClearQueueCounters, allIntfCounters, allIntfClearCounters);
-}
-
 Kel::Ptr<CountersSm> countersSmFactory(
     Kel::Ptr<OruCommonSmData> const& ocsd,
     Kel::Ptr<Interface::AllEthPhyIntfConfigDir const> const& ethPhyIntfConfigDir,
@@ -107,6 +81,7 @@ void CountersSm::handleInitialized() {
   Initializing const once(*this);
   if (auto t = trace(8)) t << "virtual void Oru::Counters::CountersSm::handleInitialized()";
   platformHelper()->hwInit();
+  _chipPrepared = true;
   initializedIs(true);
   handleIntf();
   handlePolicyMapType();
@@ -196,19 +171,6 @@ void CountersSm::vlanIntfStatusDirIs(Kel::Ptr<Interface::VlanIntfStatusDir const
 
 // --- Owned pollers ------------------------------------------------------------
 
-Kel::Ptr<PortCountersSm> CountersSm::portCountersSmIs(
-    Kel::Ptr<OruCommonSmData> const& ocsd, Pekt::IntfId intfId,
-    Kel::Ptr<CliConfig const> const& cliCounterConfig, Kel::Ptr<Kel::Clock const> const& clock,
-    Kel::Ptr<Interface::EthPhyIntfConfig const> const& ethPhyIntfConfig,
-    Kel::Ptr<Interface::EthPhyIntfStatus const> const& ethPhyIntfStatus,
-    Kel::Ptr<OruHelper::OruHelperCountersSm> const& platformHelper,
-    Kel::Ptr<Interface::GlobalIntfConfig const> const& globalIntfConfig,
-    Kel::Ptr<Interface::AllEthIntfCounterGlim> const& allIntfCounters,
-    Kel::Ptr<Interface::AllEthIntfCounterGlim> const& allIntfClearCounters) {
-  return _portCountersSm.newMember(intfId, ocsd, intfId, cliCounterConfig, clock, ethPhyIntfConfig,
-                                   ethPhyIntfStatus, platformHelper, globalIntfConfig,
-                                   allIntfCounters, allIntfClearCounters);
-}
 Kel::Ptr<PortCountersSm> CountersSm::portCountersSm(Pekt::IntfId const& intfId) const {
   return _portCountersSm.member(intfId);
 }

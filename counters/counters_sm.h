@@ -61,7 +61,9 @@ class PortCountersSm;
 // are: only the deletion of an interface removes those.
 class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
  public:
-  // Any input may be null; nothing is then heard of it.
+  // Any input may be null; nothing is then heard of it. The helper must be there
+  // when the object is initialized, and the clear table whenever the table of
+  // counters is.
   CountersSm(
       Kel::Ptr<OruCommonSmData> const& ocsd,
       Kel::Ptr<Interface::AllEthPhyIntfConfigDir const> const& ethPhyIntfConfigDir,
@@ -84,25 +86,10 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
   ~CountersSm() override;
 
   // Makes the object with its notifications on; the parameters are the constructor's.
-  static Kel::Ptr<CountersSm> CountersSmIs(
-      Kel::Ptr<OruCommonSmData> const& ocsd,
-      Kel::Ptr<Interface::AllEthPhyIntfConfigDir const> const& ethPhyIntfConfigDir,
-      Kel::Ptr<Interface::AllEthPhyIntfStatusDir const> const& ethPhyIntfStatusDir,
-      Kel::Ptr<CliConfig> const& cliCounterConfig,
-      Kel::Ptr<OruHelper::OruHelperCountersSm> const& platformHelper,
-      Kel::Ptr<Interface::GlobalIntfConfig const> const& globalIntfConfig,
-      Kel::Ptr<HwCliConfig const> const& cliConfig,
-      Kel::Ptr<Qos::SliceHwStatus> const& qosSliceHwStatus,
-      Kel::Ptr<Kel::Dir> const& qosSliceHwStatusDir,
-      Kel::Ptr<Qos::AclSliceHwStatus> const& qosAclSliceHwStatus,
-      Kel::Ptr<Kel::Dir> const& qosAclSliceHwStatusDir,
-      Kel::Ptr<Interface::VlanIntfConfigDir const> const& vlanIntfConfigDir,
-      Kel::Ptr<Interface::VlanIntfStatusDir const> const& vlanIntfStatusDir,
-      Kel::Ptr<Glim::Interface::AllDropCounterDir> const& intfAclDropCountersDir,
-      Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> const& allIntfQueueCounters,
-      Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> const& allIntfClearQueueCounters,
-      Kel::Ptr<Interface::AllEthIntfCounterGlim> const& allIntfCounters,
-      Kel::Ptr<Interface::AllEthIntfCounterGlim> const& allIntfClearCounters);
+  template <class... Params>
+  static Kel::Ptr<CountersSm> CountersSmIs(Params const&... params) {
+    return Kel::instance<CountersSm>(params...);
+  }
 
   // Slots, in contract order. A platform may derive and override the handlers.
   void handleInitialized() override;
@@ -145,7 +132,7 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
   void handlePolicyMapType();
   void handleDynamicPolicyMapType(Qos::MapType type);
   void handleDynamicPolicyMapType();
-  // Look the named slice status up; change nothing.
+  // Change nothing: which slice is watched, the agent says.
   void handleQosSliceHwStatusDir(Kel::Name name);
   void handleQosAclSliceHwStatusDir(Kel::Name name);
   // Makes one poller read its counters now; does nothing where there is none.
@@ -205,7 +192,8 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
   void writerConfigIs(Kel::Ptr<Interface::QueueCounter::WriterConfig> const& config) {
     _writerConfig = config;
   }
-  // REQUIRES: set whenever allIntfCounters is, before the first interface is handled.
+  // Set with ethIntfCounterWriterStatusIs. REQUIRES: set whenever allIntfCounters
+  // is, before the first interface is handled.
   Kel::Ptr<Interface::EthIntfCounterWriterStatus> const& ethIntfCounterWriterStatus() const {
     return _ethIntfCounterWriterStatus;
   }
@@ -226,21 +214,22 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
   }
   // Seconds; for pollers made from now on. Existing ones keep what they have.
   Kel::Seconds counterPollPeriod() const { return _counterPollPeriod; }
-  void counterPollPeriodIs(double const& period) { _counterPollPeriod = period; }
+  // Throws Kel::RangeException for what is no period.
+  void counterPollPeriodIs(double const& period) {
+    Kel::requirePeriod(period);
+    _counterPollPeriod = period;
+  }
 
   // --- Owned pollers ---
 
-  // Finds the port's poller, which must have been made with these arguments
-  // (Throws Kel::NameInUseException otherwise), or makes it; those of its constructor.
-  Kel::Ptr<PortCountersSm> portCountersSmIs(
-      Kel::Ptr<OruCommonSmData> const& ocsd, Pekt::IntfId intfId,
-      Kel::Ptr<CliConfig const> const& cliCounterConfig, Kel::Ptr<Kel::Clock const> const& clock,
-      Kel::Ptr<Interface::EthPhyIntfConfig const> const& ethPhyIntfConfig,
-      Kel::Ptr<Interface::EthPhyIntfStatus const> const& ethPhyIntfStatus,
-      Kel::Ptr<OruHelper::OruHelperCountersSm> const& platformHelper,
-      Kel::Ptr<Interface::GlobalIntfConfig const> const& globalIntfConfig,
-      Kel::Ptr<Interface::AllEthIntfCounterGlim> const& allIntfCounters,
-      Kel::Ptr<Interface::AllEthIntfCounterGlim> const& allIntfClearCounters);
+  // Finds the port's poller, which must have been made with these parameters
+  // (Throws Kel::NameInUseException otherwise), or makes it; the parameters are
+  // those of its constructor.
+  template <class... Rest>
+  Kel::Ptr<PortCountersSm> portCountersSmIs(Kel::Ptr<OruCommonSmData> const& ocsd,
+                                            Pekt::IntfId const& intfId, Rest const&... rest) {
+    return _portCountersSm.newMember(intfId, ocsd, intfId, rest...);
+  }
   Kel::Ptr<PortCountersSm> portCountersSm(Pekt::IntfId const& intfId) const;
   Kel::HashMap<PortCountersSm, Pekt::IntfId> const& portCountersSm() const {
     return _portCountersSm;
@@ -277,7 +266,6 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
         Kel::value("counterPollPeriod", &Sm::counterPollPeriod, &Sm::counterPollPeriodIs),
         Kel::value("initialized", &Sm::initialized, &Sm::initializedIs),
         Kel::collection("portCountersSm", &Sm::_portCountersSm),
-        Kel::operation("handleInitialized", &Sm::handleInitialized),
         Kel::operation<Pekt::IntfId>("handleIntf", &Sm::handleIntf),
         Kel::operation<Kel::String>("doClearCounters", &Sm::doClearCounters),
         Kel::operation<Pekt::IntfId>("handleCpuIntf", &Sm::handleCpuIntf),
@@ -302,10 +290,18 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
   class KelVlanIntfConfigDir;
   class KelVlanIntfStatusDir;
 
-  // The two branches of handleIntf(intfId).
-  void intfPresent(Pekt::IntfId const& intfId,
-                   Kel::Ptr<Interface::EthPhyIntfConfig const> const& config,
-                   Kel::Ptr<Interface::EthPhyIntfStatus const> const& status);
+  // Initialized, and the chip prepared: what makes pollers waits for both.
+  bool started() const { return initialized() && _chipPrepared; }
+
+  // What handleIntf(intfId) decides by, and its two branches.
+  struct EthIntf {
+    bool served = false;
+    Kel::Ptr<Interface::EthPhyIntfStatus const> status;
+    Kel::Ptr<Interface::EthPhyIntfConfig const> config;
+    bool present() const { return served && status && config; }
+  };
+  EthIntf ethIntf(Pekt::IntfId const& intfId) const;
+  void intfPresent(Pekt::IntfId const& intfId);
   void intfAbsent(Pekt::IntfId const& intfId, bool statusExists);
   void addRows(Pekt::IntfId const& intfId);
 
@@ -334,6 +330,7 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
   Kel::Ptr<Interface::AllEthIntfCounterGlim> const _allIntfCounters;
   Kel::Ptr<Interface::AllEthIntfCounterGlim> const _allIntfClearCounters;
   Kel::Seconds _counterPollPeriod = 0.0;
+  bool _chipPrepared = false;
   Kel::Input<KelReactOcsd, OruCommonSmData> _reactOcsd;
 };
 

@@ -5,13 +5,13 @@
 namespace Oru::Counters {
 
 void CountersSm::handleCpuIntf() {
-  if (!initialized() || !ocsd()) return;
+  if (!started() || !ocsd()) return;
   auto const data = ocsd();
   for (auto const& [id, served] : Kel::walk(data->cpuIntf())) handleCpuIntf(id);
 }
 
 void CountersSm::handleCpuIntf(Pekt::IntfId intf) {
-  if (!initialized()) return;
+  if (!started()) return;
   if (auto t = trace(7)) t << "CountersSm::handleCpuIntf(" << intf << ')';
 }
 

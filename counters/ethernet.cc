@@ -9,39 +9,45 @@
 namespace Oru::Counters {
 
 void CountersSm::handleIntf() {
-  if (!initialized() || !ocsd()) return;
+  if (!started() || !ocsd()) return;
   auto const data = ocsd();  // a handler may be the end of it
   for (auto const& [id, served] : Kel::walk(data->intf())) handleIntf(id);
 }
 
 void CountersSm::handleIntf(Pekt::IntfId intfId) {
-  if (!initialized()) return;
+  if (!started()) return;
   if (auto t = trace(8)) t << "CountersSm::handleIntf(" << intfId << ')';
+  EthIntf const now = ethIntf(intfId);
+  if (now.present())
+    intfPresent(intfId);
+  else
+    intfAbsent(intfId, bool(now.status));
+}
+
+CountersSm::EthIntf CountersSm::ethIntf(Pekt::IntfId const& intfId) const {
   auto const statuses = ethPhyIntfStatusDir();
   auto const configs = ethPhyIntfConfigDir();
-  auto const status = statuses ? statuses->intfStatus(intfId) : nullptr;
-  auto const config = configs ? configs->intfConfig(intfId) : nullptr;
-  bool const served = ocsd() && ocsd()->intf(intfId);
-  if (served && status && config)
-    intfPresent(intfId, config, status);
-  else
-    intfAbsent(intfId, bool(status));
+  return {.served = ocsd() && ocsd()->intf(intfId),
+          .status = statuses ? statuses->intfStatus(intfId) : nullptr,
+          .config = configs ? configs->intfConfig(intfId) : nullptr};
 }
 
 // The order of the steps is part of the contract, here and in intfAbsent.
-void CountersSm::intfPresent(Pekt::IntfId const& intfId,
-                             Kel::Ptr<Interface::EthPhyIntfConfig const> const& config,
-                             Kel::Ptr<Interface::EthPhyIntfStatus const> const& status) {
+void CountersSm::intfPresent(Pekt::IntfId const& intfId) {
   if (writerConfig()) writerConfig()->intfIs(intfId, true);
   if (aclDropConfig()) aclDropConfig()->intfIs(intfId, true);
   if (allIntfCounters()) {
     addRows(intfId);
     ethIntfCounterWriterStatus()->intfIs(intfId, true);
   }
+  // Whoever was told may have ended the interface meanwhile.
+  EthIntf const now = ethIntf(intfId);
+  if (!now.present()) return intfAbsent(intfId, bool(now.status));
+
   auto const clock = Kel::ActivityManagerConfig::clock();
-  auto const poller =
-      portCountersSmIs(ocsd(), intfId, cliCounterConfig(), clock, config, status, platformHelper(),
-                       globalIntfConfig(), allIntfCounters(), allIntfClearCounters());
+  auto const poller = portCountersSmIs(
+      ocsd(), intfId, cliCounterConfig(), clock, now.config, now.status, platformHelper(),
+      globalIntfConfig(), allIntfCounters(), allIntfClearCounters());
   poller->counterPollPeriodIs(counterPollPeriod());
   poller->initializedIs(true);
 }

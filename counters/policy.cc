@@ -59,7 +59,8 @@ void CountersSm::updateCounters(OruTypes::CounterType type, Pekt::IntfId intf) {
       return;
     case OruTypes::CounterType::vlan:
     case OruTypes::CounterType::snapshot:
-      requirementFailed("0", std::source_location::current());
+      require(false, "0");
+      return;
     default:
       return;  // a kind without pollers
   }

@@ -54,20 +54,6 @@ PortCountersSm::PortCountersSm(
 
 PortCountersSm::~PortCountersSm() = default;
 
-Kel::Ptr<PortCountersSm> PortCountersSm::PortCountersSmIs(
-    Kel::Ptr<OruCommonSmData> const& ocsd, Pekt::IntfId intfId,
-    Kel::Ptr<CliConfig const> const& cliCounterConfig, Kel::Ptr<Kel::Clock const> const& clock,
-    Kel::Ptr<Interface::EthPhyIntfConfig const> const& ethPhyIntfConfig,
-    Kel::Ptr<Interface::EthPhyIntfStatus const> const& ethPhyIntfStatus,
-    Kel::Ptr<OruHelper::OruHelperCountersSm> const& platformHelper,
-    Kel::Ptr<Interface::GlobalIntfConfig const> const& globalIntfConfig,
-    Kel::Ptr<Interface::AllEthIntfCounterGlim> const& allIntfCounters,
-    Kel::Ptr<Interface::AllEthIntfCounterGlim> const& allIntfClearCounters) {
-  return Kel::instance<PortCountersSm>(ocsd, intfId, cliCounterConfig, clock, ethPhyIntfConfig,
-                                       ethPhyIntfStatus, platformHelper, globalIntfConfig,
-                                       allIntfCounters, allIntfClearCounters);
-}
-
 void PortCountersSm::cliCounterConfigIs(Kel::Ptr<CliConfig const> const& config) {
   _cliCounterConfig.notifierIs(*this, config);
 }
@@ -102,7 +88,17 @@ void PortCountersSm::handlePeriodPoll() {
 void PortCountersSm::handleTime() {
   if (!initialized()) return;
   if (counterPollPeriod() == 0.0) return;  // stops for good: nothing re-arms the clock
-  updateCounters();
+  try {
+    updateCounters();
+  } catch (...) {
+    setNextWakeUp();  // one poll that fails is not the last
+    throw;
+  }
+  setNextWakeUp();
+}
+
+void PortCountersSm::setNextWakeUp() {
+  if (!initialized() || !_clock) return;  // ended, or without its clock, by what the poll set off
   _clock->timeMinIs(Kel::System::currentTime() + counterPollPeriod());
 }
 
@@ -114,6 +110,7 @@ void PortCountersSm::updateCounters() {
   auto const newCounters = Kel::make<OruTypes::IntfCounters>();
   Kel::Seconds const now = clock()->time();
   platformHelper()->getCounters(intfId(), newCounters, prevCounters());
+  if (!initialized()) return;  // the port went while it was read, and its row with it
   Interface::EthIntfCounterGlim intfCounter = allIntfCounters()->counter(intfId());
 
   require(newCounters->intfStats().inErrors == receiveErrorSum(newCounters->ethStats()),
@@ -145,13 +142,16 @@ void PortCountersSm::updateCounters() {
 
   addDifference(intfCounter.ethStatistics, newCounters->ethStats(), prevCounters()->ethStats());
 
+  // Published before it is taken as the previous sample: a row that the table
+  // refuses must not lose its increment.
+  allIntfCounters()->counterIs(intfCounter);
   prevCounters()->intfStatsIs(newCounters->intfStats());
   prevCounters()->ethStatsIs(newCounters->ethStats());
-  allIntfCounters()->counterIs(intfCounter);
 }
 
 void PortCountersSm::handleExit() {
   if (auto t = trace(8)) t << "void Oru::Counters::PortCountersSm::handleExit() " << intfId();
+  initializedIs(false);  // whoever still holds the poller must not make it poll
   platformHelper()->deinitialize(intfId());
 }
 

@@ -44,15 +44,10 @@ class PortCountersSm : public Kel::StateMachine<PortCountersSm, OruBaseSm> {
   ~PortCountersSm() override;
 
   // Makes a poller with its notifications on; the parameters are the constructor's.
-  static Kel::Ptr<PortCountersSm> PortCountersSmIs(
-      Kel::Ptr<OruCommonSmData> const& ocsd, Pekt::IntfId intfId,
-      Kel::Ptr<CliConfig const> const& cliCounterConfig, Kel::Ptr<Kel::Clock const> const& clock,
-      Kel::Ptr<Interface::EthPhyIntfConfig const> const& ethPhyIntfConfig,
-      Kel::Ptr<Interface::EthPhyIntfStatus const> const& ethPhyIntfStatus,
-      Kel::Ptr<OruHelper::OruHelperCountersSm> const& platformHelper,
-      Kel::Ptr<Interface::GlobalIntfConfig const> const& globalIntfConfig,
-      Kel::Ptr<Interface::AllEthIntfCounterGlim> const& allIntfCounters,
-      Kel::Ptr<Interface::AllEthIntfCounterGlim> const& allIntfClearCounters);
+  template <class... Params>
+  static Kel::Ptr<PortCountersSm> PortCountersSmIs(Params const&... params) {
+    return Kel::instance<PortCountersSm>(params...);
+  }
 
   Pekt::IntfId const& intfId() const { return _intfId; }
 
@@ -87,7 +82,11 @@ class PortCountersSm : public Kel::StateMachine<PortCountersSm, OruBaseSm> {
 
   // Seconds; 0 means no polling. A new period takes effect after the next wake-up.
   Kel::Seconds counterPollPeriod() const { return _counterPollPeriod; }
-  void counterPollPeriodIs(Kel::Seconds period) { _counterPollPeriod = period; }
+  // Throws Kel::RangeException for what is no period.
+  void counterPollPeriodIs(Kel::Seconds period) {
+    Kel::requirePeriod(period);
+    _counterPollPeriod = period;
+  }
 
   // The previous sample; null before the poller is initialized.
   Kel::Ptr<OruTypes::IntfCounters> const& prevCounters() const { return _prevCounters; }
@@ -103,7 +102,8 @@ class PortCountersSm : public Kel::StateMachine<PortCountersSm, OruBaseSm> {
   void handleTime();
   // Polls once, now. Does nothing before the poller is initialized or without a table.
   void updateCounters();
-  // Lets the helper release the port; the row stays.
+  // Ends the poller: lets the helper release the port, and polls no more. The
+  // row stays.
   void handleExit();
 
   static constexpr auto kelDescription() {
@@ -122,7 +122,6 @@ class PortCountersSm : public Kel::StateMachine<PortCountersSm, OruBaseSm> {
         Kel::value("counterPollPeriod", &Sm::counterPollPeriod, &Sm::counterPollPeriodIs),
         Kel::value("prevCounters", &Sm::prevCounters),
         Kel::value("initialized", &Sm::initialized, &Sm::initializedIs),
-        Kel::operation("handleInitialized", &Sm::handleInitialized),
         Kel::operation("handlePeriodPoll", &Sm::handlePeriodPoll),
         Kel::operation("handleTime", &Sm::handleTime),
         Kel::operation("updateCounters", &Sm::updateCounters),
@@ -134,6 +133,8 @@ class PortCountersSm : public Kel::StateMachine<PortCountersSm, OruBaseSm> {
   class KelCliCounterConfig;
   class KelClock;
   class KelGlobalIntfConfig;
+
+  void setNextWakeUp();
 
   Pekt::IntfId const _intfId;
   Kel::Input<KelCliCounterConfig, CliConfig const> _cliCounterConfig;

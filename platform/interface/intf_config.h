@@ -6,16 +6,15 @@
 
 namespace Interface {
 
-// Settings for all interfaces.
-class GlobalIntfConfig : public Kel::Notifier {
+// What every configuration of interfaces has.
+class IntfConfig : public Kel::Notifier {
  public:
-  class NotifieeConst : public Kel::NotifieeOn<GlobalIntfConfig> {
+  class NotifieeConst : public Kel::NotifieeOn<IntfConfig> {
    public:
     virtual void onLoadInterval() {}
   };
   class Notifiee : public NotifieeConst {};
 
-  // For interfaces that have none of their own.
   LoadInterval loadInterval() const { return _loadInterval; }
   void loadIntervalIs(LoadInterval interval) {
     assign(_loadInterval, interval, &NotifieeConst::onLoadInterval);
@@ -25,40 +24,11 @@ class GlobalIntfConfig : public Kel::Notifier {
   LoadInterval _loadInterval;
 };
 
+// Settings for all interfaces that have none of their own.
+class GlobalIntfConfig : public IntfConfig {};
 // Configuration of one Ethernet interface.
-class EthPhyIntfConfig : public Kel::Notifier {
- public:
-  class NotifieeConst : public Kel::NotifieeOn<EthPhyIntfConfig> {
-   public:
-    virtual void onLoadInterval() {}
-  };
-  class Notifiee : public NotifieeConst {};
-
-  LoadInterval loadInterval() const { return _loadInterval; }
-  void loadIntervalIs(LoadInterval interval) {
-    assign(_loadInterval, interval, &NotifieeConst::onLoadInterval);
-  }
-
- private:
-  LoadInterval _loadInterval;
-};
-
+class EthPhyIntfConfig : public IntfConfig {};
 // Configuration of one VLAN interface.
-class VlanIntfConfig : public Kel::Notifier {
- public:
-  class NotifieeConst : public Kel::NotifieeOn<VlanIntfConfig> {
-   public:
-    virtual void onLoadInterval() {}
-  };
-  class Notifiee : public NotifieeConst {};
-
-  LoadInterval loadInterval() const { return _loadInterval; }
-  void loadIntervalIs(LoadInterval interval) {
-    assign(_loadInterval, interval, &NotifieeConst::onLoadInterval);
-  }
-
- private:
-  LoadInterval _loadInterval;
-};
+class VlanIntfConfig : public IntfConfig {};
 
 }  // namespace Interface

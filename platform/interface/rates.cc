@@ -46,8 +46,9 @@ IntfRates updateIntfMovingAverages(IntfRates const& old, IntfStatistics const& d
     return rates;
   }
 
-  double const interval = (own.configured() ? own : global).seconds();
-  double const weight = std::expm1(-dt / interval) / std::expm1(-(now - old.seeded) / interval);
+  double const span = std::min((own.configured() ? own : global).seconds(),
+                               old.lastUpdate - old.seeded);
+  double const weight = -std::expm1(-dt / span);  // 1 for the first interval, whose span is 0
   auto const average = [&](double& rate, double count) { rate += weight * (count / dt - rate); };
   auto const sum = [](auto... counts) { return (static_cast<double>(counts) + ...); };
   average(rates.inBitsRate, 8.0 * static_cast<double>(delta.inOctets));

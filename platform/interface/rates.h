@@ -50,16 +50,13 @@ class LoadInterval {
 // The rates after `delta` was counted between old.lastUpdate and `now`. The
 // interface's own interval counts before the global one.
 //
-// Exponentially weighted: the rate is the average over all time since the first
-// sample, in which traffic of age t has the weight exp(-t / T) with T the load
-// interval. With dt the measured time and x the rate over it, that is
-//
-//   r += (1 - exp(-dt / T)) / (1 - exp(-(now - seeded) / T)) * (x - r)
-//
-// so a new interface shows a true rate at once, and how samples are spaced does
-// not bias it. The first sample only seeds; time that does not advance changes
-// nothing; a count that went backwards (a delta of 2^63 or more) gives no rate
-// for its time, which is left out of the average.
+// Exponentially weighted: r += (1 - exp(-dt / T')) * (x - r), where dt is the
+// measured time, x the rate over it, and T' the load interval or, while that is
+// shorter, the time that the average covers so far. The first interval has
+// nothing to be averaged with and counts whole, so that a new interface shows a
+// true rate at once. The first sample only seeds; time that does not advance
+// changes nothing; a count that went backwards (a delta of 2^63 or more) gives
+// no rate for its time, which is left out of the average.
 IntfRates updateIntfMovingAverages(IntfRates const& old, IntfStatistics const& delta, double now,
                                    LoadInterval own, LoadInterval global);
 

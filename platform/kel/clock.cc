@@ -1,8 +1,13 @@
 #include "platform/kel/clock.h"
 
+#include <cmath>
+
+#include "platform/kel/exceptions.h"
+
 namespace Kel {
 
 void Clock::NotifieeConst::timeMinIs(Seconds when) {
+  if (std::isnan(when)) throwRangeException("a wake-up needs a time");  // it has no place in order
   auto const* clock = static_cast<Clock const*>(baseNotifier().get());
   if (!clock) {
     _timeMin = when;

@@ -30,6 +30,7 @@ class Clock : public Notifier {
 
     // The wake-up set last, in seconds since the epoch; 0.0 before the first.
     Seconds timeMin() const { return _timeMin; }
+    // Throws RangeException where `when` is not a number.
     void timeMinIs(Seconds when);
     // A wake-up belongs to one clock: it stays behind when the reactor moves on.
     void notifierIs(Ptr<PtrInterface const> const& clock) override;

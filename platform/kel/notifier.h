@@ -72,7 +72,10 @@ void deliver(PtrInterface::NotifieeConst& notifiee, Callback const& callback) {
   try {
     callback();
   } catch (...) {
-    notifiee.onNotificationException();
+    try {
+      notifiee.onNotificationException();
+    } catch (...) {  // whatever could not be said of it: the others are to be called
+    }
   }
 }
 

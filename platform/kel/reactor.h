@@ -79,11 +79,12 @@ class Reactor : public ReactorOn<X> {
   }
 
   // Watches another object, or none, and runs the owner's keyless handlers for
-  // it. The object watched already changes nothing.
+  // it. The object watched already changes nothing; one that is no X is none.
   void notifierIs(Ptr<PtrInterface const> const& object) override {
-    if (object.get() == this->baseNotifier().get()) return;
+    Ptr<X const> const watched(dynamic_cast<X const*>(object.get()));
+    if (watched == this->baseNotifier()) return;
     Ptr<Reactor> const alive(this);  // a handler may drop the last reference
-    Base::notifierIs(object);
+    Base::notifierIs(watched);
     // Even where a handler throws: what is watched must go on telling.
     struct Registration {
       Reactor& reactor;

@@ -1,9 +1,18 @@
 #include "platform/kel/system.h"
 
 #include <chrono>
+#include <cmath>
 #include <cstdlib>
+#include <string>
+
+#include "platform/kel/exceptions.h"
 
 namespace Kel {
+
+void requirePeriod(Seconds period) {
+  if (!std::isfinite(period) || period < 0.0)
+    throwRangeException("a period is 0 or more seconds, not " + std::to_string(period));
+}
 
 Seconds System::wallClock() {
   return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();

@@ -11,9 +11,13 @@ void OruBaseSm::initializedIs(bool initialized) {
   if (initialized == _initialized) return;
   _initialized = initialized;
   if (!initialized || _initializing) return;
-  Kel::Ptr<OruBaseSm> const alive(this);  // the hook may remove it from where it is kept
   Initializing const once(*this);
-  handleInitialized();
+  try {
+    handleInitialized();
+  } catch (...) {
+    _initialized = false;
+    throw;
+  }
 }
 
 }  // namespace Oru

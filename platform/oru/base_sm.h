@@ -10,7 +10,8 @@ class OruCommonSmData;
 // Holds the common data and the flag `initialized`.
 //
 // The agent starts a state machine with initializedIs(true), which sets the flag
-// and runs handleInitialized() once; only a change counts. A state machine whose
+// and runs handleInitialized() once; only a change counts. Where that throws, the
+// flag is as it was before, so that the start can be tried again. A state machine whose
 // handleInitialized() sets the flag itself, because it may also be called
 // directly, opens an Initializing there; the hook is then not run a second time.
 class OruBaseSm : public Kel::PtrInterface {
@@ -30,15 +31,15 @@ class OruBaseSm : public Kel::PtrInterface {
   // Open while handleInitialized() runs, however it was reached.
   class Initializing {
    public:
-    explicit Initializing(OruBaseSm& sm) : _sm(sm), _outer(sm._initializing) {
+    explicit Initializing(OruBaseSm& sm) : _sm(&sm), _outer(sm._initializing) {
       sm._initializing = true;
     }
-    ~Initializing() { _sm._initializing = _outer; }
+    ~Initializing() { _sm->_initializing = _outer; }
     Initializing(Initializing const&) = delete;
     Initializing& operator=(Initializing const&) = delete;
 
    private:
-    OruBaseSm& _sm;
+    Kel::Ptr<OruBaseSm> const _sm;  // a handler may remove it from where it is kept
     bool const _outer;
   };
 

@@ -16,7 +16,9 @@ class CliConfig : public Kel::Notifier {
 
   // Poll period of the port counters, seconds; 0 stops polling.
   Kel::Seconds periodPoll() const { return _periodPoll; }
+  // Throws Kel::RangeException for what is no period.
   void periodPollIs(Kel::Seconds period) {
+    Kel::requirePeriod(period);
     assign(_periodPoll, period, &NotifieeConst::onPeriodPoll);
   }
 

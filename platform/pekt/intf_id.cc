@@ -41,8 +41,12 @@ std::string_view takeDigits(std::string_view& text) {
 
 }  // namespace
 
+bool IntfId::isName(std::string_view text) {
+  return text.size() <= kMaxLength && text.find('\0') == std::string_view::npos;
+}
+
 IntfId::IntfId(std::string_view text) {
-  if (text.size() > kMaxLength || text.find('\0') != std::string_view::npos)
+  if (!isName(text))
     Kel::throwRangeException("an interface name has at most " + std::to_string(kMaxLength) +
                              " bytes and no NUL: \"" + std::string(text) + '"');
   std::copy(text.begin(), text.end(), _text.begin());

@@ -18,8 +18,11 @@ class IntfId {
  public:
   static constexpr std::size_t kMaxLength = 47;
 
+  // Whether a text makes an identifier: at most kMaxLength bytes, no NUL.
+  static bool isName(std::string_view text);
+
   IntfId() = default;  // the empty name
-  // Throws Kel::RangeException for a longer text or one with a NUL in it.
+  // Throws Kel::RangeException where isName(text) is false.
   IntfId(std::string_view text);
   IntfId(char const* text) : IntfId(std::string_view(text)) {}
   IntfId(Kel::String const& text) : IntfId(text.view()) {}
