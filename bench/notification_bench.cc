@@ -21,7 +21,7 @@ class Listener : public Kel::StateMachine<Listener, Kel::ReactorOwner> {
   std::uint64_t count = 0;
 
  private:
-  class KelData final : public Kel::Reactor<KelData, Listener, Oru::OruCommonSmData const> {
+  class KelData final : public Kel::Reactor<Listener, Oru::OruCommonSmData const> {
    public:
     using NotifieeConst::onIntf;
     using Reactor::Reactor;

@@ -37,7 +37,6 @@ enum class CounterType : std::uint32_t {
   aclDrop = 6,
 };
 std::ostream& operator<<(std::ostream& out, CounterType type);
-std::istream& operator>>(std::istream& in, CounterType& type);
 }  // namespace OruTypes
 
 namespace Oru::Counters {

@@ -7,8 +7,7 @@
 
 namespace Oru::Counters {
 
-class CountersSm::KelReactOcsd final
-    : public Kel::Reactor<KelReactOcsd, CountersSm, OruCommonSmData> {
+class CountersSm::KelReactOcsd final : public Kel::Reactor<CountersSm, OruCommonSmData> {
  public:
   using NotifieeConst::onCpuIntf, NotifieeConst::onIntf, NotifieeConst::onVlanIntf;
   using Reactor::Reactor;
@@ -26,8 +25,7 @@ class CountersSm::KelReactOcsd final
 };
 
 class CountersSm::KelEthPhyIntfConfigDir final
-    : public Kel::Reactor<KelEthPhyIntfConfigDir, CountersSm,
-                          Interface::AllEthPhyIntfConfigDir const> {
+    : public Kel::Reactor<CountersSm, Interface::AllEthPhyIntfConfigDir const> {
  public:
   using NotifieeConst::onIntfConfig;
   using Reactor::Reactor;
@@ -37,8 +35,7 @@ class CountersSm::KelEthPhyIntfConfigDir final
 };
 
 class CountersSm::KelEthPhyIntfStatusDir final
-    : public Kel::Reactor<KelEthPhyIntfStatusDir, CountersSm,
-                          Interface::AllEthPhyIntfStatusDir const> {
+    : public Kel::Reactor<CountersSm, Interface::AllEthPhyIntfStatusDir const> {
  public:
   using NotifieeConst::onIntfStatus;
   using Reactor::Reactor;
@@ -49,8 +46,7 @@ class CountersSm::KelEthPhyIntfStatusDir final
 
 // A request is acted on only when it arrives: a newly watched configuration
 // means nothing.
-class CountersSm::KelCliConfig final
-    : public Kel::Reactor<KelCliConfig, CountersSm, HwCliConfig const> {
+class CountersSm::KelCliConfig final : public Kel::Reactor<CountersSm, HwCliConfig const> {
  public:
   using NotifieeConst::onClearCountersRequest;
   using Reactor::Reactor;
@@ -59,8 +55,7 @@ class CountersSm::KelCliConfig final
   }
 };
 
-class CountersSm::KelQosSliceHwStatus final
-    : public Kel::Reactor<KelQosSliceHwStatus, CountersSm, Qos::SliceHwStatus> {
+class CountersSm::KelQosSliceHwStatus final : public Kel::Reactor<CountersSm, Qos::SliceHwStatus> {
  public:
   using NotifieeConst::onPmapType;
   using Reactor::Reactor;
@@ -69,8 +64,7 @@ class CountersSm::KelQosSliceHwStatus final
   void resync() override { onPmapTypekelImmediate(); }
 };
 
-class CountersSm::KelQosSliceHwStatusDir final
-    : public Kel::Reactor<KelQosSliceHwStatusDir, CountersSm, Kel::Dir> {
+class CountersSm::KelQosSliceHwStatusDir final : public Kel::Reactor<CountersSm, Kel::Dir> {
  public:
   using NotifieeConst::onEntityPtr;
   using Reactor::Reactor;
@@ -78,7 +72,7 @@ class CountersSm::KelQosSliceHwStatusDir final
 };
 
 class CountersSm::KelQosAclSliceHwStatus final
-    : public Kel::Reactor<KelQosAclSliceHwStatus, CountersSm, Qos::AclSliceHwStatus> {
+    : public Kel::Reactor<CountersSm, Qos::AclSliceHwStatus> {
  public:
   using NotifieeConst::onPmapType;
   using Reactor::Reactor;
@@ -89,8 +83,7 @@ class CountersSm::KelQosAclSliceHwStatus final
   void resync() override { onPmapTypekelImmediate(); }
 };
 
-class CountersSm::KelQosAclSliceHwStatusDir final
-    : public Kel::Reactor<KelQosAclSliceHwStatusDir, CountersSm, Kel::Dir> {
+class CountersSm::KelQosAclSliceHwStatusDir final : public Kel::Reactor<CountersSm, Kel::Dir> {
  public:
   using NotifieeConst::onEntityPtr;
   using Reactor::Reactor;
@@ -100,7 +93,7 @@ class CountersSm::KelQosAclSliceHwStatusDir final
 };
 
 class CountersSm::KelVlanIntfConfigDir final
-    : public Kel::Reactor<KelVlanIntfConfigDir, CountersSm, Interface::VlanIntfConfigDir const> {
+    : public Kel::Reactor<CountersSm, Interface::VlanIntfConfigDir const> {
  public:
   using NotifieeConst::onIntfConfig;
   using Reactor::Reactor;
@@ -110,7 +103,7 @@ class CountersSm::KelVlanIntfConfigDir final
 };
 
 class CountersSm::KelVlanIntfStatusDir final
-    : public Kel::Reactor<KelVlanIntfStatusDir, CountersSm, Interface::VlanIntfStatusDir const> {
+    : public Kel::Reactor<CountersSm, Interface::VlanIntfStatusDir const> {
  public:
   using NotifieeConst::onIntfStatus;
   using Reactor::Reactor;

@@ -45,9 +45,9 @@ void CountersSm::intfPresent(Pekt::IntfId const& intfId) {
   if (!now.present()) return intfAbsent(intfId, bool(now.status));
 
   auto const clock = Kel::ActivityManagerConfig::clock();
-  auto const poller = portCountersSmIs(
-      ocsd(), intfId, cliCounterConfig(), clock, now.config, now.status, platformHelper(),
-      globalIntfConfig(), allIntfCounters(), allIntfClearCounters());
+  auto const poller = portCountersSmIs(ocsd(), intfId, cliCounterConfig(), clock, now.config,
+                                       now.status, platformHelper(), globalIntfConfig(),
+                                       allIntfCounters(), allIntfClearCounters());
   poller->counterPollPeriodIs(counterPollPeriod());
   poller->initializedIs(true);
 }

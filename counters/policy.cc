@@ -1,5 +1,4 @@
 // Policy-map types, the QoS slices' status, and forced updates.
-#include <istream>
 #include <ostream>
 
 #include "counters/counters_sm.h"
@@ -10,12 +9,6 @@ namespace OruTypes {
 
 std::ostream& operator<<(std::ostream& out, CounterType type) {
   return out << static_cast<std::uint32_t>(type);
-}
-
-std::istream& operator>>(std::istream& in, CounterType& type) {
-  std::uint32_t number = 0;
-  if (in >> number) type = CounterType{number};
-  return in;
 }
 
 }  // namespace OruTypes

@@ -11,10 +11,17 @@ namespace {
 struct Unit {
   Kel::String const ns = "ns-";
 
+  static constexpr Kel::TypeNode const* kTypes[] = {&PortCountersSm::_kelType,
+                                                    &CountersSm::_kelType};
+
   Unit() {
-    for (Kel::TypeNode const* const type : {&PortCountersSm::_kelType, &CountersSm::_kelType})
-      Kel::typeNodeIs(*type);
+    for (auto const* type : kTypes) Kel::typeNodeIs(*type);
   }
+  ~Unit() {
+    for (auto const* type : kTypes) Kel::typeNodeDel(*type);
+  }
+  Unit(Unit const&) = delete;
+  Unit& operator=(Unit const&) = delete;
 };
 Unit const unit;
 

@@ -8,15 +8,14 @@
 namespace Oru::Counters {
 
 class PortCountersSm::KelCliCounterConfig final
-    : public Kel::Reactor<KelCliCounterConfig, PortCountersSm, CliConfig const> {
+    : public Kel::Reactor<PortCountersSm, CliConfig const> {
  public:
   using Reactor::Reactor;
   void onPeriodPoll() override { tell(&PortCountersSm::handlePeriodPoll); }
   void resync() override { onPeriodPoll(); }
 };
 
-class PortCountersSm::KelClock final
-    : public Kel::Reactor<KelClock, PortCountersSm, Kel::Clock const> {
+class PortCountersSm::KelClock final : public Kel::Reactor<PortCountersSm, Kel::Clock const> {
  public:
   using Reactor::Reactor;
   void onTime() override { tell(&PortCountersSm::handleTime); }
@@ -25,7 +24,7 @@ class PortCountersSm::KelClock final
 
 // Reacts to nothing: each poll reads the load interval anew.
 class PortCountersSm::KelGlobalIntfConfig final
-    : public Kel::Reactor<KelGlobalIntfConfig, PortCountersSm, Interface::GlobalIntfConfig const> {
+    : public Kel::Reactor<PortCountersSm, Interface::GlobalIntfConfig const> {
  public:
   using Reactor::Reactor;
 };

@@ -4,11 +4,6 @@
 
 namespace Oru::Counters {
 
-Kel::TraceHandle& _defaultTraceHandle() {
-  static constinit Kel::TraceHandle handle("OruCountersSm");
-  return handle;
-}
-
 void requirementFailed(char const* expression, std::source_location here) {
   Kel::assertionFailed(expression, "OruCountersSm", here.line(), here.function_name());
 }

@@ -46,8 +46,8 @@ IntfRates updateIntfMovingAverages(IntfRates const& old, IntfStatistics const& d
     return rates;
   }
 
-  double const span = std::min((own.configured() ? own : global).seconds(),
-                               old.lastUpdate - old.seeded);
+  double const span =
+      std::min((own.configured() ? own : global).seconds(), old.lastUpdate - old.seeded);
   double const weight = -std::expm1(-dt / span);  // 1 for the first interval, whose span is 0
   auto const average = [&](double& rate, double count) { rate += weight * (count / dt - rate); };
   auto const sum = [](auto... counts) { return (static_cast<double>(counts) + ...); };

@@ -4,6 +4,8 @@
 #include <functional>
 #include <ostream>
 
+#include "platform/kel/strep.h"
+
 namespace Interface {
 namespace {
 
@@ -41,7 +43,7 @@ std::ostream& operator<<(std::ostream& out, IntfStatistics const& s) {
              << s.outMulticastPkts << " outBroadcastPkts " << s.outBroadcastPkts << " inDiscards "
              << s.inDiscards << " outDiscards " << s.outDiscards << " inErrors " << s.inErrors
              << " inUnknownProtos " << s.inUnknownProtos << " outErrors " << s.outErrors
-             << " lastUpdate " << s.lastUpdate;
+             << " lastUpdate " << Kel::toStrep(s.lastUpdate);
 }
 
 }  // namespace Interface

@@ -19,10 +19,11 @@ class IntfFlags : public Kel::Notifier {
   using Map = Kel::RbTreeMap<bool, Pekt::IntfId>;
 
   Map const& intf() const { return _intf; }
-  void intfIs(Pekt::IntfId const& id, bool flag) {
+  // Virtual: a recorder in a test derives from it.
+  virtual void intfIs(Pekt::IntfId const& id, bool flag) {
     insert(_intf, id, flag, &NotifieeConst::onIntf);
   }
-  void intfDel(Pekt::IntfId const& id) { erase(_intf, id, &NotifieeConst::onIntf); }
+  virtual void intfDel(Pekt::IntfId const& id) { erase(_intf, id, &NotifieeConst::onIntf); }
 
  private:
   Map _intf;

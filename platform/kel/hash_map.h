@@ -17,12 +17,21 @@ constexpr std::uint32_t bitReverse(std::uint32_t v) {
   return v >> 16 | v << 16;
 }
 
+// The hash of a key: its own hash() or, of a number or an enumeration, itself.
+template <class Key>
+std::uint32_t keyHash(Key const& key) {
+  if constexpr (requires { key.hash(); })
+    return key.hash();
+  else
+    return static_cast<std::uint32_t>(key);
+}
+
 // A key with its place in bucket order: the order in which buckets that double
 // would be walked, whatever their number.
 template <class Key>
 class BucketKey {
  public:
-  BucketKey(Key const& key) : _bucket(bitReverse(key.hash())), _key(key) {}
+  BucketKey(Key const& key) : _bucket(bitReverse(keyHash(key))), _key(key) {}
   operator Key const&() const { return _key; }
   friend bool operator<(BucketKey const& a, BucketKey const& b) {
     return a._bucket != b._bucket ? a._bucket < b._bucket : a._key < b._key;

@@ -1,28 +1,17 @@
 #include "platform/kel/notifier.h"
 
-#include <cxxabi.h>
-
 #include <algorithm>
 #include <atomic>
-#include <cstdlib>
 #include <exception>
-#include <memory>
 #include <string>
-#include <typeinfo>
 
+#include "platform/kel/strep.h"
 #include "platform/kel/trace.h"
 
 namespace Kel {
 namespace {
 
 std::atomic<std::uint64_t> exceptions = 0;
-
-std::string typeName(std::type_info const& type) {
-  int status = 0;
-  std::unique_ptr<char, decltype(&std::free)> const name(
-      abi::__cxa_demangle(type.name(), nullptr, nullptr, &status), &std::free);
-  return status == 0 ? name.get() : type.name();
-}
 
 std::string currentExceptionText() {
   try {
@@ -57,7 +46,7 @@ void PtrInterface::NotifieeConst::notifierIs(Ptr<PtrInterface const> const& noti
 void PtrInterface::NotifieeConst::onNotificationException() {
   ++exceptions;
   if (auto t = Trace(frameworkTraceHandle(), 1, std::source_location::current()))
-    t << "exception from " << typeName(typeid(*this)) << ": " << currentExceptionText();
+    t << "exception from " << typeText(*this) << ": " << currentExceptionText();
 }
 
 void NotifieeList::add(PtrInterface::NotifieeConst* notifiee) {

@@ -4,7 +4,7 @@
 // its source, one line a callback, so that it reads as its row of a table:
 //
 //   class PortCountersSm::KelClock final
-//       : public Kel::Reactor<KelClock, PortCountersSm, Kel::Clock const> {
+//       : public Kel::Reactor<PortCountersSm, Kel::Clock const> {
 //    public:
 //     using Reactor::Reactor;
 //     void onTime() override { tell(&PortCountersSm::handleTime); }
@@ -63,7 +63,7 @@ class ReactorOn : public NotifieeFor<X>::Type {
   PtrInterface* _owner;  // raw: outlives its reactors, or clears this
 };
 
-template <class Self, class Owner, class X>
+template <class Owner, class X>
 class Reactor : public ReactorOn<X> {
   using Base = ReactorOn<X>;
 

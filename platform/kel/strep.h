@@ -14,7 +14,9 @@
 
 namespace Kel {
 
-// "Oru::HwCliConfig@0x5581..."; "null" for none.
+// The name of an object's type: its type node's or, without one, the language's.
+std::string typeText(PtrInterface const& object);
+// Type and address, as in "Oru::HwCliConfig@0x5581..."; "null" for none.
 std::string valueToStrepOfRawPtr(PtrInterface const* object);
 
 [[noreturn]] void throwUnreadable(std::string_view text);
@@ -22,13 +24,23 @@ std::string valueToStrepOfRawPtr(PtrInterface const* object);
 // Numbers: a stream would take -1 for an unsigned one, and an 8-bit one for a character.
 template <class T>
 concept IsInteger = std::integral<T> && !std::same_as<T, bool>;
+// A number whose printable form reads back as itself.
+template <class T>
+concept IsNumber = IsInteger<T> || std::floating_point<T>;
+
+// The shortest text that reads back as this number.
+std::string numberText(double value);
 
 // Specialise for a type whose stream form is not its printable form.
 template <class T>
 struct Strep {
   static std::string to(T const& value) {
-    if constexpr (IsInteger<T>) {
+    if constexpr (std::is_enum_v<T>) {
+      return std::to_string(static_cast<std::underlying_type_t<T>>(value));
+    } else if constexpr (IsInteger<T>) {
       return std::to_string(value);
+    } else if constexpr (std::floating_point<T>) {
+      return numberText(value);
     } else {
       std::ostringstream out;
       out << std::boolalpha << value;
@@ -39,7 +51,9 @@ struct Strep {
   static T from(std::string_view text) {
     if constexpr (std::constructible_from<T, std::string>) {
       return T(std::string(text));
-    } else if constexpr (IsInteger<T>) {
+    } else if constexpr (std::is_enum_v<T>) {
+      return T{Strep<std::underlying_type_t<T>>::from(text)};
+    } else if constexpr (IsNumber<T>) {
       T value{};
       char const* const end = text.data() + text.size();
       if (std::from_chars(text.data(), end, value) != std::from_chars_result{end, std::errc()})

@@ -1,6 +1,7 @@
 #include "platform/kel/trace.h"
 
 #include <cstdio>
+#include <sstream>
 
 namespace Kel {
 namespace {
@@ -19,8 +20,19 @@ std::atomic<TraceSink> sink = &toStandardError;
 
 void traceSinkIs(TraceSink newSink) { sink = newSink ? newSink : &toStandardError; }
 
+struct TraceHelper::Text {
+  std::ostringstream stream;
+};
+
+TraceHelper::TraceHelper(TraceHandle const& handle, int level)
+    : _handle(&handle), _level(level), _text(std::make_unique<Text>()) {}
+TraceHelper::TraceHelper(TraceHelper&&) noexcept = default;
+TraceHelper::~TraceHelper() = default;
+
+std::ostream& TraceHelper::stream() { return _text->stream; }
+
 void TraceHelper::trace(char const* sourceFile, unsigned line, char const* functionName) const {
-  std::string const text = _text.str();
+  std::string const text = _text->stream.str();
   sink.load()({_handle->name(), _level, text, {sourceFile, line, functionName}});
 }
 

@@ -11,9 +11,10 @@
 
 #include <atomic>
 #include <exception>
+#include <memory>
 #include <optional>
+#include <ostream>
 #include <source_location>
-#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -69,22 +70,28 @@ class TraceHelper {
     return TraceHelper(handle, level);
   }
 
-  std::ostream& stream() { return _text; }
+  std::ostream& stream();
   void trace(char const* sourceFile, unsigned line, char const* functionName) const;
+  ~TraceHelper();
+  TraceHelper(TraceHelper&&) noexcept;
 
  private:
-  TraceHelper(TraceHandle const& handle, int level) : _handle(&handle), _level(level) {}
+  TraceHelper(TraceHandle const& handle, int level);
 
+  // Apart, so that a statement that is off costs no room on the stack for it.
+  struct Text;
   TraceHandle const* _handle;
   int _level;
-  std::ostringstream _text;
+  std::unique_ptr<Text> _text;
 };
 
 // One statement: sent at its end, unless an exception ended it.
 class Trace {
  public:
   Trace(TraceHandle const& handle, int level, TracePosition position)
-      : _helper(TraceHelper::createIfEnabled(handle, level)), _position(position) {}
+      : _helper(TraceHelper::createIfEnabled(handle, level)),
+        _position(position),
+        _exceptions(_helper ? std::uncaught_exceptions() : 0) {}
   ~Trace() {
     if (_helper) send();
   }
@@ -103,7 +110,7 @@ class Trace {
 
   std::optional<TraceHelper> _helper;
   TracePosition _position;
-  int _exceptions = std::uncaught_exceptions();
+  int _exceptions;
 };
 
 // The framework's own handle, "Kel".

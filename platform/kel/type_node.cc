@@ -51,6 +51,7 @@ PtrInterface& unconst(PtrInterface const& object) { return const_cast<PtrInterfa
 }  // namespace
 
 void typeNodeIs(TypeNode const& type) { registry().push_back(&type); }
+void typeNodeDel(TypeNode const& type) { std::erase(registry(), &type); }
 std::span<TypeNode const* const> typeNodes() { return registry(); }
 
 Attribute const& TypeNode::attribute(std::string_view name) const {
@@ -76,6 +77,7 @@ Attribute const& TypeNode::operation(std::string_view name, std::size_t arity) c
 AttributeResult GenericIfImpl::genericIfAttributeOp(PtrInterface& object, bool isConst,
                                                     std::string_view name, AttributeOp op,
                                                     Attribute::Texts arguments) {
+  Ptr<PtrInterface> const alive(&object);  // an operation may remove it from where it is kept
   TypeNode const& type = typeOf(object);
   if (isConst && changes(op))
     throwOpNotSupportedException(std::string(name) + " cannot be changed through a const object");

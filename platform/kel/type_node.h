@@ -77,6 +77,7 @@ class TypeNode {
 
 // The registry, in order of registration.
 void typeNodeIs(TypeNode const& type);
+void typeNodeDel(TypeNode const& type);  // its unit is unloaded
 std::span<TypeNode const* const> typeNodes();
 
 enum class AttributeOp : std::uint8_t { read, set, invoke, iterNonnull, iterKey, iterObj, iterDel };

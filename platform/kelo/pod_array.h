@@ -16,7 +16,7 @@ std::string podArraySizeText(std::size_t capacity, std::size_t count, void const
 [[noreturn]] void throwPodArraySize(std::string const& text);
 
 // Up to N records of type T, of which the first size() are in use. Index is
-// the type that reads and writes single entries; its index() is 0 to N - 1.
+// the type that reads and writes single entries; its value() is 0 to N - 1.
 template <class T, class Index, std::uint32_t N>
 requires std::is_trivially_copyable_v<T>
 class PodArray {

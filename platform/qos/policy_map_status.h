@@ -13,7 +13,6 @@ namespace Qos {
 // What kind of policy map.
 enum class MapType : std::uint32_t { controlPlane = 0, qos = 1, pbr = 2 };
 std::ostream& operator<<(std::ostream& out, MapType type);
-std::istream& operator>>(std::istream& in, MapType& type);
 
 // Status of all policy maps of one type.
 class PolicyMapTypeHwStatus : public Kel::Notifier {

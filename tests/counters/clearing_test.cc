@@ -53,7 +53,17 @@ TEST_F(Clearing, WhatIsNoEthernetInterfaceIsDroppedSilently) {
   for (std::string const request : {"All", "Vlan7", "Cpu", "", "nonsense"})
     sut->doClearCounters(request);
   sut->doClearCounters(std::string(200, 'x'));
+  sut->doClearCounters(std::string("Ethernet1\0", 10));
   EXPECT_EQ(log.calls(), Calls{});
+}
+
+TEST_F(Clearing, AnInterfaceWithoutARowGetsAZeroRowOfItsOwn) {
+  sut->doClearCounters("Ethernet9");
+  Interface::EthIntfCounterGlim zero;
+  zero.intfId = "Ethernet9";
+  EXPECT_TRUE(allIntfClearCounters->contains("Ethernet9"));
+  EXPECT_EQ(allIntfClearCounters->counter("Ethernet9"), zero);
+  EXPECT_FALSE(allIntfCounters->contains("Ethernet9"));
 }
 
 TEST_F(Clearing, WithoutATableEveryRequestGoesToTheHelper) {

@@ -16,23 +16,6 @@ void RecordingHelper::completeSample() {
   sample->intfStats().outErrors = transmitErrorSum(sample->ethStats());
 }
 
-FlagsRecorder::FlagsRecorder(CallLog& log, std::string name,
-                             Kel::Ptr<Interface::IntfFlags const> const& flags)
-    : _log(log), _name(std::move(name)) {
-  notifierIs(flags);
-  isRegisteredNotifieeIs(true);
-  hasNotificationActiveIs(true);
-}
-
-void FlagsRecorder::onIntf(Pekt::IntfId id) {
-  auto const& flags = notifier()->intf();
-  auto const it = flags.find(id);
-  if (it == flags.end())
-    _log(_name + ".intfDel", id);
-  else
-    _log(_name + ".intfIs", id, it->second ? "true" : "false");
-}
-
 CountersFixture::CountersFixture() { cliCounterConfig->periodPollIs(5.0); }
 
 void CountersFixture::make() {

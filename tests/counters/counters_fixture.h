@@ -10,6 +10,7 @@
 #include "counters/counters_sm.h"
 #include "counters/pollers/counter_records.h"
 #include "counters/pollers/port_counters_sm.h"
+#include "platform/dov/exception.h"
 #include "platform/interface/counter_tables.h"
 #include "tests/support/call_log.h"
 #include "tests/support/temporary_tables.h"
@@ -22,9 +23,15 @@ class RecordingHelper : public OruHelper::OruHelperCountersSm {
  public:
   explicit RecordingHelper(CallLog& log) : OruHelperCountersSm("helper"), _log(log) {}
 
-  void hwInit() override { _log("hwInit"); }
+  void hwInit() override {
+    _log("hwInit");
+    if (duringHwInit) duringHwInit();
+  }
   void initialize(Pekt::IntfId id) override { _log("initialize", id); }
-  void deinitialize(Pekt::IntfId id) override { _log("deinitialize", id); }
+  void deinitialize(Pekt::IntfId id) override {
+    _log("deinitialize", id);
+    if (duringDeinitialize) duringDeinitialize();
+  }
   Kel::Seconds firstSyncDelay() const override { return firstSync; }
   void getCounters(Pekt::IntfId id, Kel::Ptr<OruTypes::IntfCounters> newCounters,
                    Kel::Ptr<OruTypes::IntfCounters> prevCounters) override;
@@ -36,7 +43,7 @@ class RecordingHelper : public OruHelper::OruHelperCountersSm {
   Kel::Ptr<OruTypes::IntfCounters> const sample = Kel::make<OruTypes::IntfCounters>();
   Kel::Seconds firstSync = 0.0;
   std::uint64_t prevInOctets = 0;  // of the last getCounters
-  std::function<void()> duringGetCounters;
+  std::function<void()> duringHwInit, duringGetCounters, duringDeinitialize;
 
  private:
   CallLog& _log;
@@ -51,6 +58,7 @@ class RecordingTable : public Interface::AllEthIntfCounterGlim {
 
   void write(Interface::EthIntfCounterGlim const& row) override {
     _log(_name + ".counterIs", row.intfId);
+    if (full) Dov::ResourceException::throwException("the table is full");
     AllEthIntfCounterGlim::write(row);
   }
   void remove(Pekt::IntfId const& id) override {
@@ -58,17 +66,27 @@ class RecordingTable : public Interface::AllEthIntfCounterGlim {
     AllEthIntfCounterGlim::remove(id);
   }
 
+  bool full = false;
+
  private:
   CallLog& _log;
   std::string const _name;
 };
 
-// Records changes of a writer status or configuration.
-class FlagsRecorder : public Interface::IntfFlags::NotifieeConst {
+// Records the calls on a writer status or configuration, those that change nothing included.
+template <class Flags>
+class RecordingFlags : public Flags {
  public:
-  FlagsRecorder(CallLog& log, std::string name, Kel::Ptr<Interface::IntfFlags const> const& flags);
-  using NotifieeConst::onIntf;
-  void onIntf(Pekt::IntfId id) override;
+  RecordingFlags(CallLog& log, std::string name) : _log(log), _name(std::move(name)) {}
+
+  void intfIs(Pekt::IntfId const& id, bool flag) override {
+    _log(_name + ".intfIs", id, flag ? "true" : "false");
+    Flags::intfIs(id, flag);
+  }
+  void intfDel(Pekt::IntfId const& id) override {
+    _log(_name + ".intfDel", id);
+    Flags::intfDel(id);
+  }
 
  private:
   CallLog& _log;
@@ -115,17 +133,11 @@ class CountersFixture : public testing::Test {
       tables.table<RecordingTable>("clear", log);
 
   Kel::Ptr<Interface::QueueCounter::WriterConfig> writerConfig =
-      Kel::make<Interface::QueueCounter::WriterConfig>();
+      Kel::make<RecordingFlags<Interface::QueueCounter::WriterConfig>>(log, "writerConfig");
   Kel::Ptr<Interface::EthIntfCounterWriterStatus> writerStatus =
-      Kel::make<Interface::EthIntfCounterWriterStatus>();
-  Kel::Ptr<Interface::AclDropConfig> aclDropConfig = Kel::make<Interface::AclDropConfig>();
-
-  Kel::Ptr<FlagsRecorder> writerConfigRecorder =
-      Kel::make<FlagsRecorder>(log, "writerConfig", writerConfig);
-  Kel::Ptr<FlagsRecorder> writerStatusRecorder =
-      Kel::make<FlagsRecorder>(log, "writerStatus", writerStatus);
-  Kel::Ptr<FlagsRecorder> aclDropConfigRecorder =
-      Kel::make<FlagsRecorder>(log, "aclDropConfig", aclDropConfig);
+      Kel::make<RecordingFlags<Interface::EthIntfCounterWriterStatus>>(log, "writerStatus");
+  Kel::Ptr<Interface::AclDropConfig> aclDropConfig =
+      Kel::make<RecordingFlags<Interface::AclDropConfig>>(log, "aclDropConfig");
 
   Kel::Ptr<Oru::Counters::CountersSm> sut;
 };

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <map>
+#include <stdexcept>
 
 #include "counters/pollers/unit.h"
 #include "tests/counters/counters_fixture.h"
@@ -160,20 +161,75 @@ TEST_F(CountersSm, EachNotificationReachesItsHandler) {
 
 TEST_F(CountersSm, BulkNotificationsRescan) {
   makeInitialized();
+  auto const vlanConfig = Kel::make<Interface::VlanIntfConfig>();
+  auto const type = Kel::make<Qos::PolicyMapTypeHwStatus>(Qos::MapType::qos);
   ocsd->cpuIntfIs("Cpu", true);
   ocsd->vlanIntfIs("Vlan7", true);
+  vlanIntfConfigDir->intfConfigIs("Vlan7", vlanConfig);
+  vlanIntfStatusDir->intfStatusIs("Vlan7", Kel::make<Interface::VlanIntfStatus>());
+  qosSliceHwStatus->pmapTypeIs(type);
+  qosAclSliceHwStatus->pmapTypeIs(type);
   addIntf(eth1);
   addIntf(eth2);
   Support::TraceCapture trace(Oru::Counters::_defaultTraceHandle());
-  statusDir->intfStatusDelAll();
-  EXPECT_EQ(trace.lines()[0], "8 CountersSm::handleIntf(Ethernet1)");
-  EXPECT_EQ(sut->portCountersSm().size(), 0u);
-  trace.clear();
-  ocsd->vlanIntfDelAll();
-  EXPECT_EQ(trace.lines(), (Calls{"8 void Oru::Counters::CountersSm::handleVlanIntf()"}));
-  trace.clear();
-  cliConfig->clearCountersRequestIs("");
-  EXPECT_EQ(log.count("helper.doClearCounters "), 0u);
+  auto const rescans = [&](Calls const& lines, auto const& change) {
+    trace.clear();
+    change();
+    EXPECT_EQ(trace.lines(), lines);
+  };
+  std::string const counters = "void Oru::Counters::CountersSm::";
+  std::string const exit = "8 void Oru::Counters::PortCountersSm::handleExit() ";
+  Calls const vlans{"8 " + counters + "handleVlanIntf()",
+                    "8 " + counters + "handleVlanIntf(Pekt::IntfId) vlanIntf: Vlan7"};
+  rescans({"8 CountersSm::handleIntf(Ethernet1)", exit + "Ethernet1",
+           "8 CountersSm::handleIntf(Ethernet2)", exit + "Ethernet2"},
+          [&] { configDir->intfConfigDelAll(); });
+  rescans({"8 CountersSm::handleIntf(Ethernet1)", "8 CountersSm::handleIntf(Ethernet2)"},
+          [&] { statusDir->intfStatusDelAll(); });
+  rescans(vlans, [&] { vlanIntfConfigDir->intfConfigDelAll(); });
+  rescans(vlans, [&] { vlanIntfStatusDir->intfStatusDelAll(); });
+  rescans({vlans[0]}, [&] { ocsd->vlanIntfDelAll(); });
+  rescans({}, [&] { ocsd->cpuIntfDelAll(); });  // scans what is left, which is nothing
+  rescans({}, [&] { ocsd->intfDelAll(); });
+  rescans({"7 " + counters + "handlePolicyMapType()"}, [&] { qosSliceHwStatus->pmapTypeDelAll(); });
+  rescans({"7 " + counters + "handleDynamicPolicyMapType()"},
+          [&] { qosAclSliceHwStatus->pmapTypeDelAll(); });
+}
+
+TEST_F(CountersSm, ItsConstructionAttachesTheCommonDataLastAsIfByName) {
+  ocsd->intfIs(eth1, false);
+  ocsd->vlanIntfIs("Vlan7", true);
+  Support::TraceCapture const trace(Oru::Counters::_defaultTraceHandle());
+  make();
+  // Of the keyless handlers that an attachment runs, these two lines are all that can be seen of an
+  // object that is not initialized.
+  EXPECT_EQ(
+      trace.lines(),
+      (Calls{"8 void Oru::Counters::CountersSm::handleVlanIntf()",
+             "8 void Oru::Counters::CountersSm::handleVlanIntf(Pekt::IntfId) vlanIntf: Vlan7"}));
+}
+
+TEST_F(CountersSm, NoPollerIsMadeWhileTheChipIsPrepared) {
+  make();
+  addIntf(eth1);
+  helper->duringHwInit = [&] {
+    addIntf(eth2);
+    EXPECT_EQ(sut->portCountersSm().size(), 0u);
+  };
+  sut->initializedIs(true);
+  EXPECT_EQ(sut->portCountersSm().size(), 2u);
+}
+
+TEST_F(CountersSm, AStartThatFailsCanBeTriedAgain) {
+  make();
+  addIntf(eth1);
+  helper->duringHwInit = [] { throw std::runtime_error("the chip is away"); };
+  EXPECT_THROW(sut->initializedIs(true), std::runtime_error);
+  EXPECT_FALSE(sut->initialized());
+  helper->duringHwInit = nullptr;
+  sut->initializedIs(true);
+  EXPECT_EQ(log.count("hwInit"), 2u);
+  EXPECT_EQ(sut->portCountersSm().size(), 1u);
 }
 
 TEST_F(CountersSm, AnInputAttachedLaterRunsItsHandlersOnce) {
@@ -375,8 +431,10 @@ using CountersSmDeathTest = CountersSm;
 
 TEST_F(CountersSmDeathTest, UpdateCountersOfAKindThatIsNotPolledHereEndsTheProcess) {
   makeInitialized();
-  EXPECT_DEATH(sut->updateCounters(OruTypes::CounterType{4}, eth1), "`?0'? failed");
-  EXPECT_DEATH(sut->updateCounters(OruTypes::CounterType{5}, eth1), "`?0'? failed");
+  EXPECT_DEATH(sut->updateCounters(OruTypes::CounterType{4}, eth1),
+               "OruCountersSm:[0-9]+: .*CountersSm::updateCounters.*Assertion `0' failed");
+  EXPECT_DEATH(sut->updateCounters(OruTypes::CounterType{5}, eth1),
+               "OruCountersSm:[0-9]+: .*CountersSm::updateCounters.*Assertion `0' failed");
 }
 
 TEST_F(CountersSm, ManyInterfacesAreNotifiedAndPolledOnceEach) {

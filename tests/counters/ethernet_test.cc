@@ -70,8 +70,7 @@ TEST_F(HandleIntf, ThePollerIsMadeOfTheInputs) {
   EXPECT_TRUE(poller->hasNotificationActive());
 }
 
-TEST_F(HandleIntf, TheFirstWakeUpDoesNotYetKnowThePeriodWhenItIsMade) {
-  // The period is given before the poller is initialized.
+TEST_F(HandleIntf, ThePeriodIsGivenBeforeThePollerIsInitialized) {
   present();
   EXPECT_EQ(time.clock()->nextWakeUp(), Support::VirtualTime::kStart + 5.0);
 }
@@ -120,14 +119,18 @@ TEST_F(HandleIntf, ANewRowIsAllZeros) {
   EXPECT_EQ(allIntfClearCounters->counter(eth1), zero);
 }
 
-TEST_F(HandleIntf, ASecondCallMakesNothingAndGivesThePeriodAgain) {
+TEST_F(HandleIntf, ASecondCallMakesNothingAndGivesPeriodAndFlagAgain) {
   present();
   auto const poller = sut->portCountersSm(eth1);
   poller->counterPollPeriodIs(1.0);
+  poller->initializedIs(false);
   sut->handleIntf(eth1);
-  EXPECT_EQ(log.calls(), Calls{});
+  EXPECT_EQ(log.calls(),
+            (Calls{"writerConfig.intfIs Ethernet1 true", "aclDropConfig.intfIs Ethernet1 true",
+                   "writerStatus.intfIs Ethernet1 true", "initialize Ethernet1"}));
   EXPECT_EQ(sut->portCountersSm(eth1), poller);
   EXPECT_EQ(poller->counterPollPeriod(), 5.0);
+  EXPECT_TRUE(poller->initialized());
 }
 
 TEST_F(HandleIntf, TheKeepFlagKeepsTheRowsWhileTheStatusExists) {
@@ -191,10 +194,13 @@ TEST_F(HandleIntf, AnotherConfigurationObjectIsRefusedByName) {
   ASSERT_EQ(trace.lines().size(), 1u);
   EXPECT_NE(trace.lines()[0].find("KelEthPhyIntfConfigDir: Reinstantiating the pointer interface "
                                   "where constructor parameter attribute _ethPhyIntfConfig has a "
-                                  "different value of object@"),
+                                  "different value of Interface::EthPhyIntfConfig@"),
             std::string::npos)
       << trace.lines()[0];
-  EXPECT_EQ(log.calls(), Calls{});  // what was there already is not told again
+  // The steps before it are done.
+  EXPECT_EQ(log.calls(),
+            (Calls{"writerConfig.intfIs Ethernet1 true", "aclDropConfig.intfIs Ethernet1 true",
+                   "writerStatus.intfIs Ethernet1 true"}));
 }
 
 TEST_F(HandleIntf, TracesItsEntry) {
@@ -204,28 +210,69 @@ TEST_F(HandleIntf, TracesItsEntry) {
   EXPECT_EQ(trace.lines(), (Calls{"8 CountersSm::handleIntf(Ethernet2)"}));
 }
 
+// Takes interfaces away while Ethernet1 is being handled.
+struct Remover : Interface::IntfFlags::NotifieeConst {
+  using NotifieeConst::onIntf;
+  Remover(Kel::Ptr<Oru::OruCommonSmData> d, Kel::Ptr<Interface::IntfFlags> const& flags)
+      : data(std::move(d)) {
+    notifierIs(flags);
+    isRegisteredNotifieeIs(true);
+    hasNotificationActiveIs(true);
+  }
+  void onIntf(Pekt::IntfId id) override {
+    if (id != eth1) return;
+    data->intfDel(eth2);
+    data->intfDel(eth1);
+  }
+  Kel::Ptr<Oru::OruCommonSmData> data;
+};
+
 TEST_F(HandleIntf, AChangeOfTheCollectionDuringTheScanIsSurvived) {
   make();
-  addIntf("Ethernet1");
-  addIntf("Ethernet2");
-  addIntf("Ethernet3");
-  struct Remover : Interface::IntfFlags::NotifieeConst {
-    using NotifieeConst::onIntf;
-    explicit Remover(Kel::Ptr<Oru::OruCommonSmData> d) : data(std::move(d)) {}
-    void onIntf(Pekt::IntfId id) override {
-      if (id != Pekt::IntfId("Ethernet1")) return;
-      data->intfDel("Ethernet2");
-      data->intfDel("Ethernet1");
-    }
-    Kel::Ptr<Oru::OruCommonSmData> data;
-  };
-  auto const remover = Kel::make<Remover>(ocsd);
-  remover->notifierIs(writerConfig);
-  remover->isRegisteredNotifieeIs(true);
-  remover->hasNotificationActiveIs(true);
+  for (auto const* name : {"Ethernet1", "Ethernet2", "Ethernet3"}) addIntf(name);
+  auto const remover = Kel::make<Remover>(ocsd, writerConfig);
   sut->initializedIs(true);
-  EXPECT_EQ(log.count("initialize Ethernet2"), 0u);
-  EXPECT_EQ(log.count("initialize Ethernet3"), 1u);
+  EXPECT_EQ(sut->portCountersSm(eth2), nullptr);
+  EXPECT_NE(sut->portCountersSm("Ethernet3"), nullptr);
+}
+
+TEST_F(HandleIntf, AnInterfaceThatIsTakenAwayWhileItIsAddedLeavesNothing) {
+  make();
+  addIntf(eth1);
+  auto const remover = Kel::make<Remover>(ocsd, writerConfig);
+  sut->initializedIs(true);
+  EXPECT_EQ(sut->portCountersSm().size(), 0u);
+  EXPECT_FALSE(allIntfCounters->contains(eth1));
+  EXPECT_FALSE(allIntfClearCounters->contains(eth1));
+  EXPECT_FALSE(writerStatus->intf().contains(eth1));
+  EXPECT_EQ(log.count("initialize Ethernet1"), 0u);
+}
+
+TEST_F(HandleIntf, APortThatGoesWhileItIsReadStaysGone) {
+  present();
+  helper->duringGetCounters = [&] { ocsd->intfDel(eth1); };
+  helper->sample->intfStats().inOctets = 5;
+  auto const held = sut->portCountersSm(eth1);
+  time.runFor(5.0);
+  EXPECT_EQ(sut->portCountersSm().size(), 0u);
+  EXPECT_FALSE(allIntfCounters->contains(eth1));
+  log.clear();
+  time.runFor(60.0);  // a poller that somebody still holds does not poll
+  held->updateCounters();
+  EXPECT_EQ(log.calls(), Calls{});
+}
+
+TEST_F(HandleIntf, ThePollerIsReleasedAfterTheHelperLetGoOfThePort) {
+  present();
+  Calls seen;
+  auto const poller = sut->portCountersSm(eth1).get();  // held by the collection alone
+  EXPECT_EQ(poller->references(), 1u);
+  helper->duringDeinitialize = [&] {
+    seen.push_back(sut->portCountersSm(eth1) ? "there" : "gone");
+  };
+  ocsd->intfDel(eth1);
+  EXPECT_EQ(seen, Calls{"there"});
+  EXPECT_EQ(sut->portCountersSm(eth1), nullptr);
 }
 
 }  // namespace

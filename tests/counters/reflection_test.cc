@@ -68,7 +68,6 @@ TEST_F(Reflection, CountersSmDeclaresItsAttributes) {
                                                                "counterPollPeriod",
                                                                "initialized",
                                                                "portCountersSm",
-                                                               "handleInitialized",
                                                                "handleIntf",
                                                                "doClearCounters",
                                                                "handleCpuIntf",
@@ -111,8 +110,7 @@ TEST_F(Reflection, EveryAttributeOfCountersSmAnswers) { expectEveryAttributeAnsw
 TEST_F(Reflection, EveryAttributeOfPortCountersSmAnswers) { expectEveryAttributeAnswers(*poller); }
 
 TEST_F(Reflection, EveryOperationOfCountersSmCanBeInvoked) {
-  std::map<std::string, Calls> const arguments{{"handleInitialized", {}},
-                                               {"handleIntf", {"Ethernet1"}},
+  std::map<std::string, Calls> const arguments{{"handleIntf", {"Ethernet1"}},
                                                {"doClearCounters", {"all"}},
                                                {"handleCpuIntf", {"Cpu"}},
                                                {"handleVlanIntf", {"Vlan7"}},
@@ -139,11 +137,10 @@ TEST_F(Reflection, EveryOperationOfPortCountersSmCanBeInvoked) {
   Kel::invoke(*poller, "updateCounters");
   Kel::invoke(*poller, "handlePeriodPoll");
   Kel::invoke(*poller, "handleTime");
-  Kel::invoke(*poller, "handleInitialized");
   Kel::invoke(*poller, "handleExit");
   EXPECT_EQ(log.calls(),
             (Calls{"getCounters Ethernet1", "live.counterIs Ethernet1", "getCounters Ethernet1",
-                   "live.counterIs Ethernet1", "initialize Ethernet1", "deinitialize Ethernet1"}));
+                   "live.counterIs Ethernet1", "deinitialize Ethernet1"}));
 }
 
 TEST_F(Reflection, ValuesAreReadAndSetAsText) {

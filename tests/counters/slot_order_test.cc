@@ -43,14 +43,6 @@ TEST(SlotOrder, CountersSm) {
   for (std::size_t i = 0; i < std::size(slots); ++i) EXPECT_EQ(slots[i], first + i) << i;
 }
 
-TEST(SlotOrder, OruBaseSmBehindPtrInterface) {
-  // fwkType is followed by the two forms of the destructor.
-  std::size_t const first = slot(&Kel::PtrInterface::fwkType) + 3;
-  EXPECT_EQ(slot(&Oru::OruBaseSm::handleInitialized), first);
-  EXPECT_EQ(slot(&Oru::OruBaseSm::initializedIs), first + 1);
-  EXPECT_EQ(slot(&Oru::OruBaseSm::kelDoZombieReactors), first + 2);
-}
-
 TEST(SlotOrder, HelperContract) {
   using H = OruHelper::OruHelperCountersSm;
   std::size_t const first = slot(&Kel::PtrInterface::fwkType) + 3;

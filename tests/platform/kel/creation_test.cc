@@ -37,7 +37,7 @@ std::string rangeErrorOf(Work const& work) {
 // Its constructor fails once its members are made.
 class Fragile : public Kel::StateMachine<Fragile, Kel::ReactorOwner> {
  public:
-  class KelClock final : public Kel::Reactor<KelClock, Fragile, Kel::Clock const> {
+  class KelClock final : public Kel::Reactor<Fragile, Kel::Clock const> {
    public:
     using Reactor::Reactor;
     void onTime() override { tell(&Fragile::handleTime); }

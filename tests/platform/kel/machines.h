@@ -178,7 +178,7 @@ class Station : public Kel::StateMachine<Station, Kel::ReactorOwner> {
   Kel::Ptr<Tombstone> _last;
 };
 
-class Station::KelClock final : public Kel::Reactor<KelClock, Station, Kel::Clock const> {
+class Station::KelClock final : public Kel::Reactor<Station, Kel::Clock const> {
  public:
   KelClock(Station& owner, Kel::Ptr<Kel::Clock const> const& clock)
       : Reactor(owner, clock), _journal(owner.journal()) {}
@@ -202,7 +202,7 @@ class Station::KelClock final : public Kel::Reactor<KelClock, Station, Kel::Cloc
   Kel::Ptr<Journal> _journal;
 };
 
-class Station::KelConfig final : public Kel::Reactor<KelConfig, Station, Config const> {
+class Station::KelConfig final : public Kel::Reactor<Station, Config const> {
  public:
   KelConfig(Station& owner, Kel::Ptr<Config const> const& config)
       : Reactor(owner, config), _journal(owner.journal()) {}

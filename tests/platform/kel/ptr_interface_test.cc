@@ -8,7 +8,7 @@
 #include "platform/kel/exceptions.h"
 #include "platform/kel/state_machine.h"
 #include "tests/platform/kel/machines.h"
-#include "tests/platform/kel/slots.h"
+#include "tests/support/slot.h"
 
 namespace Kel {
 namespace {
@@ -38,35 +38,35 @@ std::uint32_t wordOf(PtrInterface const& object) {
 }
 
 TEST(PtrInterface, SlotsAreInContractOrder) {
-  EXPECT_EQ(slotOf(&PtrInterface::maybeDelete), 0u);
-  EXPECT_EQ(slotOf(&PtrInterface::notifieeList), 1u);
-  EXPECT_EQ(slotOf(&PtrInterface::referenceTrackingEnabled), 2u);
-  EXPECT_EQ(slotOf(&PtrInterface::hasNotificationActiveIs), 3u);
-  EXPECT_EQ(slotOf(&PtrInterface::zeroReferencesIs), 4u);
-  EXPECT_EQ(slotOf(&PtrInterface::fwkType), 5u);
+  EXPECT_EQ(Support::slot(&PtrInterface::maybeDelete), 0u);
+  EXPECT_EQ(Support::slot(&PtrInterface::notifieeList), 1u);
+  EXPECT_EQ(Support::slot(&PtrInterface::referenceTrackingEnabled), 2u);
+  EXPECT_EQ(Support::slot(&PtrInterface::hasNotificationActiveIs), 3u);
+  EXPECT_EQ(Support::slot(&PtrInterface::zeroReferencesIs), 4u);
+  EXPECT_EQ(Support::slot(&PtrInterface::fwkType), 5u);
   // The destructor has the next two.
-  EXPECT_EQ(slotOf(&ReactorOwner::kelDoZombieReactors), 8u);
+  EXPECT_EQ(Support::slot(&ReactorOwner::kelDoZombieReactors), 8u);
 }
 
 TEST(PtrInterface, SlotsOfAReactorFollowThoseOfEveryObject) {
   using N = PtrInterface::NotifieeConst;
-  EXPECT_EQ(slotOf(&N::kelReactor), 8u);
-  EXPECT_EQ(slotOf(&N::isRegisteredNotifieeIs), 9u);
-  EXPECT_EQ(slotOf(&N::notifierIs), 10u);
-  EXPECT_EQ(slotOf(&N::handleNotification), 11u);
-  EXPECT_EQ(slotOf(&N::onNotificationException), 12u);
-  EXPECT_EQ(slotOf(&N::onZeroReferences), 13u);
-  EXPECT_EQ(slotOf(&N::kelFwkActivity), 14u);
-  EXPECT_EQ(slotOf(&N::actsm), 15u);
+  EXPECT_EQ(Support::slot(&N::kelReactor), 8u);
+  EXPECT_EQ(Support::slot(&N::isRegisteredNotifieeIs), 9u);
+  EXPECT_EQ(Support::slot(&N::notifierIs), 10u);
+  EXPECT_EQ(Support::slot(&N::handleNotification), 11u);
+  EXPECT_EQ(Support::slot(&N::onNotificationException), 12u);
+  EXPECT_EQ(Support::slot(&N::onZeroReferences), 13u);
+  EXPECT_EQ(Support::slot(&N::kelFwkActivity), 14u);
+  EXPECT_EQ(Support::slot(&N::actsm), 15u);
 }
 
 TEST(PtrInterface, SlotsOfTheNotifiersCallbacksComeBeforeZombieMarking) {
   using N = KelTest::Config::NotifieeConst;
-  EXPECT_EQ(slotOf(&N::onMode), 16u);
-  EXPECT_EQ(slotOf(static_cast<void (N::*)(Name)>(&N::onPort)), 17u);
-  EXPECT_EQ(slotOf(&N::onPortkelImmediate), 18u);
-  EXPECT_EQ(slotOf(static_cast<void (N::*)()>(&N::onPort)), 19u);
-  EXPECT_EQ(slotOf(&ReactorOn<KelTest::Config const>::kelDoZombieReactors), 20u);
+  EXPECT_EQ(Support::slot(&N::onMode), 16u);
+  EXPECT_EQ(Support::slot(static_cast<void (N::*)(Name)>(&N::onPort)), 17u);
+  EXPECT_EQ(Support::slot(&N::onPortkelImmediate), 18u);
+  EXPECT_EQ(Support::slot(static_cast<void (N::*)()>(&N::onPort)), 19u);
+  EXPECT_EQ(Support::slot(&ReactorOn<KelTest::Config const>::kelDoZombieReactors), 20u);
 }
 
 TEST(PtrInterface, ANewObjectHasOneReferenceAndNoFlag) {

@@ -7,7 +7,7 @@
 #include "platform/kel/state_machine.h"
 #include "platform/oru/common_sm_data.h"
 #include "tests/platform/kel/machines.h"
-#include "tests/platform/kel/slots.h"
+#include "tests/support/slot.h"
 
 namespace Oru {
 namespace {
@@ -71,9 +71,9 @@ class BaseSm : public testing::Test {
 };
 
 TEST_F(BaseSm, SlotsFollowThoseOfEveryObject) {
-  EXPECT_EQ(slotOf(&OruBaseSm::handleInitialized), 8u);
-  EXPECT_EQ(slotOf(&OruBaseSm::initializedIs), 9u);
-  EXPECT_EQ(slotOf(&OruBaseSm::kelDoZombieReactors), 10u);
+  EXPECT_EQ(Support::slot(&OruBaseSm::handleInitialized), 8u);
+  EXPECT_EQ(Support::slot(&OruBaseSm::initializedIs), 9u);
+  EXPECT_EQ(Support::slot(&OruBaseSm::kelDoZombieReactors), 10u);
 }
 
 TEST_F(BaseSm, HoldsTheCommonData) { EXPECT_EQ(sut->ocsd(), ocsd); }
