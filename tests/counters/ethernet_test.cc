@@ -169,8 +169,10 @@ TEST_F(HandleIntf, AnAbsentInterfaceThatNeverWasIsStillSaid) {
   makeInitialized();
   log.clear();
   sut->handleIntf(eth1);
-  EXPECT_EQ(log.calls(), (Calls{"aclDropConfig.intfIs Ethernet1 false", "live.counterDel Ethernet1",
-                                "clear.counterDel Ethernet1"}));
+  // writerConfig is asked first; everything else is told without asking.
+  EXPECT_EQ(log.calls(),
+            (Calls{"aclDropConfig.intfIs Ethernet1 false", "writerStatus.intfDel Ethernet1",
+                   "live.counterDel Ethernet1", "clear.counterDel Ethernet1"}));
 }
 
 TEST_F(HandleIntf, WithoutWriterConfigAndTablesThePollerIsStillMade) {

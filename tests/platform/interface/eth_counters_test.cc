@@ -164,5 +164,22 @@ TEST(EthStatistics, FieldsCoverTheRecordWithoutGaps) {
   EXPECT_EQ(offset, sizeof(EthStatistics));
 }
 
+TEST(EthStatistics, AddDifferenceIsTheSumOfTheTotalAndTheDifference) {
+  EthStatistics now = counting(1000, 7), before = counting(400, 3), total = counting(50, 11);
+  before.plain[3] = now.plain[3] + 1;  // went backwards
+  now.inPfcFrames.entries[2] = before.outPfcFrames.entries[4] = MaybeU63::none();
+  total.inPfcPauseMicros.entries[6] = MaybeU63::none();
+  before.outPfcPauseMicros.entries[1] = MaybeU63(kTop - 1);
+  total.fecCodewordErrors.entries[0] = ~std::uint64_t{0};
+  now.fecLaneCorrectedBlocks.count = 9;
+  total.inPfcFrames.count = 0;
+  EthStatistics const expected = total + (now - before);
+  EthStatistics sut = total;
+  addDifference(sut, now, before);
+  EXPECT_EQ(sut, expected);
+  EXPECT_EQ(sut.fecLaneCorrectedBlocks.count, 9u);
+  EXPECT_EQ(sut.inPfcFrames.count, 8u);
+}
+
 }  // namespace
 }  // namespace Interface

@@ -62,13 +62,22 @@ TEST_F(Rates, SteadyTrafficStaysAtItsRateHoweverSamplesJitter) {
   }
 }
 
-TEST_F(Rates, OfTwoEqualSpansTheLaterCountsMoreByTheInterval) {
-  own = LoadInterval(10.0);
+TEST_F(Rates, ASecondIntervalIsAveragedOverTheTimeSoFar) {
+  own = LoadInterval(100.0);
   sample(0.0, {});
   sample(10.0, traffic(0));
   sample(10.0, traffic(10'000));
-  // 1 and exp(-1), the weights of the two spans.
-  EXPECT_NEAR(sut.inBitsRate, 8000.0 / (1.0 + std::exp(-1.0)), 1e-6);
+  EXPECT_NEAR(sut.inBitsRate, 8000.0 * (1.0 - std::exp(-1.0)), 1e-6);
+  sample(10.0, traffic(10'000));
+  EXPECT_NEAR(sut.inBitsRate, 8000.0 * (1.0 - std::exp(-1.5)), 1e-6);
+}
+
+TEST_F(Rates, AreAveragedOverTheIntervalOnceThatHasPassed) {
+  own = LoadInterval(5.0);
+  sample(0.0, {});
+  sample(10.0, traffic(0));
+  sample(10.0, traffic(10'000));
+  EXPECT_NEAR(sut.inBitsRate, 8000.0 * (1.0 - std::exp(-2.0)), 1e-6);
 }
 
 TEST_F(Rates, DoesNotDependOnHowOftenItIsSampled) {
