@@ -32,6 +32,13 @@ class Listener : public Kel::StateMachine<Listener, Kel::ReactorOwner> {
 };
 constinit Kel::TypeNode const Listener::_kelType = Kel::typeNode<Listener>();
 
+// Another override, so that the direct call is one that the compiler cannot resolve.
+class OtherListener final : public Listener {
+ public:
+  using Listener::Listener;
+  void handleIntf(Pekt::IntfId const&) override { ++count; }
+};
+
 // An entity whose setter does nothing but tell.
 class Teller : public Oru::OruCommonSmData {
  public:
@@ -49,6 +56,7 @@ void notificationAgainstVirtualCall(benchmark::State& state) {
   auto const teller = Kel::make<Teller>();
   auto const listener = Kel::instance<Listener>(Kel::Ptr<Oru::OruCommonSmData const>(teller));
   Pekt::IntfId const id("Ethernet1");
+  Kel::Ptr<Listener> const other = Kel::make<OtherListener>(nullptr);
   Listener* direct = listener.get();
   Bench::sideBySide(
       state, kCalls,
