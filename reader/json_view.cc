@@ -50,28 +50,6 @@ std::string_view name(Interface::AdminState state) {
   return {};
 }
 
-std::string_view name(Interface::OperState state) {
-  switch (state) {
-    case Interface::OperState::none:
-      break;
-    case Interface::OperState::up:
-      return "up";
-    case Interface::OperState::down:
-      return "down";
-    case Interface::OperState::testing:
-      return "testing";
-    case Interface::OperState::unknown:
-      return "unknown";
-    case Interface::OperState::dormant:
-      return "dormant";
-    case Interface::OperState::notPresent:
-      return "notPresent";
-    case Interface::OperState::lowerLayerDown:
-      return "lowerLayerDown";
-  }
-  return {};
-}
-
 Json agentJson(AgentStatus const& agent) {
   Json json{{"state", name(agent.state)}, {"pid", nullptr}, {"heartbeatAge", nullptr}};
   if (agent.state == AgentState::unknown) return json;

@@ -68,24 +68,7 @@ Line agentLine(Snapshot const& snapshot) {
 std::string_view stateName(Intf const& intf) {
   if (!intf.description) return kNotAvailable;
   if (intf.description->adminState == Interface::AdminState::down) return "admin-down";
-  switch (intf.description->operState) {
-    case Interface::OperState::none:
-      break;
-    case Interface::OperState::up:
-      return "up";
-    case Interface::OperState::down:
-      return "down";
-    case Interface::OperState::testing:
-      return "testing";
-    case Interface::OperState::unknown:
-      return "unknown";
-    case Interface::OperState::dormant:
-      return "dormant";
-    case Interface::OperState::notPresent:
-      return "not-present";
-    case Interface::OperState::lowerLayerDown:
-      return "lower-layer-down";
-  }
+  if (auto const state = name(intf.description->operState); !state.empty()) return state;
   return kNotAvailable;
 }
 

@@ -14,7 +14,7 @@ namespace Show {
 // "Agent running, process 4711, heartbeat 0.4 s ago".
 Line agentLine(Snapshot const& snapshot);
 
-// "up", "admin-down", "lower-layer-down" ...; n/a without a description.
+// "up", "admin-down", "lowerLayerDown" ...; n/a without a description.
 std::string_view stateName(Intf const& intf);
 // Whether it is known that the interface does not pass traffic.
 bool isDown(Intf const& intf);

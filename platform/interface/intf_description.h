@@ -90,6 +90,13 @@ enum class OperState : std::uint8_t {
   notPresent = 6,
   lowerLayerDown = 7,
 };
+// The name of a state as RFC 2863 has it; empty for none and for what is no state.
+constexpr std::string_view name(OperState state) {
+  constexpr std::array<std::string_view, 8> names{
+      "", "up", "down", "testing", "unknown", "dormant", "notPresent", "lowerLayerDown"};
+  auto const n = static_cast<std::size_t>(state);
+  return n < names.size() ? names[n] : std::string_view();
+}
 
 // A row of the agent's own table of interfaces.
 struct IntfDescription {

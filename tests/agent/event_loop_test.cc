@@ -77,12 +77,18 @@ TEST(EventLoop, IsWokenByADescriptorWhileItSleeps) {
   EventLoop sut;
   Full full;
   full.empty();
-  sut.readableIs(full.fd(), [&] { sut.stop(); });
+  int turns = 0, woken = 0;
+  sut.readableIs(full.fd(), [&] {
+    ++woken;
+    sut.stop();
+  });
   sut.run([&] {
+    ++turns;
     full.fill();
     return kForever;
   });
-  SUCCEED() << "it came back";
+  EXPECT_EQ(turns, 1);
+  EXPECT_EQ(woken, 1);
 }
 
 TEST(EventLoop, StopInAHandlerLeavesTheTurnOut) {

@@ -241,12 +241,15 @@ TEST_F(GlimReader, RubbishAnywhereBehindTheHeaderIsSurvived) {
       vandal.slotWord(random() % 16, random() % 7) = random();
       vandal.bucket(random() % vandal.geometry().buckets) = random();
     }
-    // Any answers will do, as long as they come.
-    for (std::uint64_t key = 0; key < 12; ++key) sut.lookup({key}, out);
-    walk();
-    sut.status();
+    // Any answers will do, as long as they come; a row that is given out is one that was written.
+    for (std::uint64_t key = 0; key < 12; ++key) {
+      if (sut.lookup({key}, out) == Answer::ok) {
+        EXPECT_EQ(out, (Small{{key}, key * 10}));
+      }
+    }
+    EXPECT_LE(walk().size(), 10u);
+    EXPECT_LE(last.rows + last.busy + last.corrupt, sut.slots());
   }
-  SUCCEED();
 }
 
 // --- following ---
