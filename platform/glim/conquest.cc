@@ -21,6 +21,8 @@ namespace {
 
 constexpr Word chunkBytes = 256 * 1024;
 constexpr Word fewestChunkRows = 16;
+// More versions of a row than any writers get to; below half of what the version word can count.
+constexpr Word endOfVersions = Word{1} << 62;
 
 std::uint64_t nextIdentity() {
   static std::atomic<std::uint64_t> last{0};
@@ -196,8 +198,10 @@ void ConquerWriter::adoptSlot(std::uint32_t number, std::vector<BucketIndex::Lin
     if (good) links.push_back({hash, number});
   }
   if (!good) {
-    own.meta = at.publishDead(k);
-    own.version = k + 1;
+    // No writer counts this far: the version itself is damage, and counting on from it would wrap.
+    Word const from = k < endOfVersions ? k : 0;
+    own.meta = at.publishDead(from);
+    own.version = from + 1;
     ++_conquest.corruptRows;
   }
 }

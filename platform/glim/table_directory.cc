@@ -46,9 +46,8 @@ bool writeWhole(int fd, std::string_view content) {
 TableDirectory::TableDirectory(RootPath const& root) : _root(root) {
   std::string const path = root.directory();
   if (root.glimName().empty()) refuse(path, "the path names no table");
-  if (root.makeDirectory() && ::mkdir(path.c_str(), directoryMode) != 0 && errno != EEXIST) {
-    fail("make directory", path, errno);
-  }
+  bool const made = root.makeDirectory() && ::mkdir(path.c_str(), directoryMode) == 0;
+  if (root.makeDirectory() && !made && errno != EEXIST) fail("make directory", path, errno);
   _fd = FileDescriptor(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!_fd) fail("open directory", path, errno);
   struct statfs system {};
@@ -56,6 +55,7 @@ TableDirectory::TableDirectory(RootPath const& root) : _root(root) {
   if (system.f_type != tmpfsMagic) {
     // A table on a disk would be written back for ever, and a page of it may fail to be read at any
     // time.
+    if (made) ::rmdir(path.c_str());
     refuse(path, "tables live on tmpfs, and this directory does not");
   }
 }

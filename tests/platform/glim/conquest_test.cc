@@ -1,6 +1,8 @@
 // How a table passes from one writer to the next.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/statfs.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <fstream>
@@ -166,6 +168,23 @@ TEST_F(GlimConquest, ACorruptRowIsGivenUpAndTheOthersStay) {
   expectRows(sut, 1, 10);
 }
 
+TEST_F(GlimConquest, ASlotWhoseVersionIsDamagedCanBeUsedAgain) {
+  for (Word const damage : {~Word{0}, ~Word{0} - 1, Word{1} << 63}) {
+    writeTenRows();
+    Vandal(file()).slotWord(9, 0) = damage;
+    auto sut = makeTable<Small>();
+    EXPECT_EQ(sut->conquest()->corruptRows, 1u);
+    sut->write({{10}, 100});
+    Reader<Small> reader(path());
+    ASSERT_EQ(reader.attach(), Answer::ok);
+    Small out;
+    EXPECT_EQ(reader.lookup({10}, out), Answer::ok) << damage;
+    EXPECT_EQ(out.count, 100u);
+    sut->remove({10});
+    EXPECT_EQ(reader.lookup({10}, out), Answer::absent);
+  }
+}
+
 TEST_F(GlimConquest, TwoRowsOfOneKeyLeaveOne) {
   writeTenRows();
   {
@@ -326,6 +345,16 @@ TEST_F(GlimConquest, ARetiredFileThatStillHasTheNameIsAdopted) {
 }
 
 // --- places that are not for tables ---
+
+TEST_F(GlimConquest, ADirectoryThatIsRefusedIsNotMade) {
+  struct statfs system {};
+  ASSERT_EQ(::statfs("/var/tmp", &system), 0);
+  if (system.f_type == 0x01021994) GTEST_SKIP() << "/var/tmp is on tmpfs here";
+  std::string const directory = "/var/tmp/oru-test-" + std::to_string(::getpid());
+  RootPath const onDisk(debug, directory + "/table", true);
+  EXPECT_THROW(Collection<Small>(debug, onDisk), Dov::NoPermissionException);
+  EXPECT_NE(::access(directory.c_str(), F_OK), 0);
+}
 
 TEST_F(GlimConquest, ADirectoryOnADiskIsRefused) {
   RootPath const onDisk(debug, "/proc/table", false);
