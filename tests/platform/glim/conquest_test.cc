@@ -350,10 +350,10 @@ TEST_F(GlimConquest, ADirectoryThatIsRefusedIsNotMade) {
   struct statfs system {};
   ASSERT_EQ(::statfs("/var/tmp", &system), 0);
   if (system.f_type == 0x01021994) GTEST_SKIP() << "/var/tmp is on tmpfs here";
-  std::string const directory = "/var/tmp/oru-test-" + std::to_string(::getpid());
-  RootPath const onDisk(debug, directory + "/table", true);
+  std::string const refused = "/var/tmp/oru-test-" + std::to_string(::getpid());
+  RootPath const onDisk(debug, refused + "/table", true);
   EXPECT_THROW(Collection<Small>(debug, onDisk), Dov::NoPermissionException);
-  EXPECT_NE(::access(directory.c_str(), F_OK), 0);
+  EXPECT_NE(::access(refused.c_str(), F_OK), 0);
 }
 
 TEST_F(GlimConquest, ADirectoryOnADiskIsRefused) {
