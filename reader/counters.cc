@@ -97,7 +97,7 @@ std::optional<std::uint64_t> Counters::outPkts() const {
 }
 
 std::optional<Interface::IntfRates> rates(Intf const& intf) {
-  if (!intf.counters) return std::nullopt;
+  if (!intf.counters || gone(intf)) return std::nullopt;
   Interface::IntfRates const& rates = intf.counters->rates;
   // The first sample only begins the time over which the next one is averaged.
   if (!(rates.lastUpdate > 0.0) || !(rates.lastUpdate > rates.seeded)) return std::nullopt;

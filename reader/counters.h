@@ -40,7 +40,8 @@ class Counters {
 // Whether the name is one of the arrays of Interface::kCounterNames.
 bool isArray(std::string_view counterName);
 
-// The rates of the row; nothing before there are two samples.
+// The rates of the row, which the agent averages over the load interval; nothing before there are
+// two samples, and once the link is gone.
 std::optional<Interface::IntfRates> rates(Intf const& intf);
 
 }  // namespace Show

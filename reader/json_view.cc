@@ -114,7 +114,7 @@ Json intfJson(Snapshot const& snapshot, Intf const& intf) {
     if (description.speed != 0) json["speed"] = description.speed;
     json["lastChange"] = time(description.lastChange);
   }
-  json["stale"] = stale(snapshot);
+  json["stale"] = stale(snapshot, intf);
   json["lastUpdate"] = intf.counters ? time(intf.counters->statistics.lastUpdate) : Json();
   json["age"] = orNull(age(snapshot, intf));
   json["rates"] = ratesJson(intf);

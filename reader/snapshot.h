@@ -67,7 +67,14 @@ struct Snapshot {
 // Seconds since the row's sample; nothing when there was none yet. Never negative.
 std::optional<double> age(Snapshot const& snapshot, Intf const& intf);
 
+// Whether the link went, and its rows were kept.
+inline bool gone(Intf const& intf) {
+  return intf.description && intf.description->operState == Interface::OperState::notPresent;
+}
+
 // Whether what the row says may have been overtaken: nobody keeps it current.
-inline bool stale(Snapshot const& snapshot) { return !snapshot.agent.alive(); }
+inline bool stale(Snapshot const& snapshot, Intf const& intf) {
+  return !snapshot.agent.alive() || gone(intf);
+}
 
 }  // namespace Show

@@ -67,6 +67,8 @@ Line agentLine(Snapshot const& snapshot) {
 
 std::string_view stateName(Intf const& intf) {
   if (!intf.description) return kNotAvailable;
+  // Before the administrative state, which is the last that the link had while it was there.
+  if (gone(intf)) return name(Interface::OperState::notPresent);
   if (intf.description->adminState == Interface::AdminState::down) return "admin-down";
   if (auto const state = name(intf.description->operState); !state.empty()) return state;
   return kNotAvailable;
@@ -93,7 +95,7 @@ Span countCell(std::optional<std::uint64_t> value) { return {count(value)}; }
 
 Span ageCell(Snapshot const& snapshot, Intf const& intf) {
   auto const seconds = age(snapshot, intf);
-  if (stale(snapshot) && seconds) return {"stale " + ageText(seconds), Style::warning};
+  if (stale(snapshot, intf) && seconds) return {"stale " + ageText(seconds), Style::warning};
   return {ageText(seconds)};
 }
 

@@ -141,6 +141,15 @@ TEST_F(JsonView, ADeadAgentMakesTheRowsStale) {
   EXPECT_EQ(parsedIntf()["stale"], true);
 }
 
+TEST_F(JsonView, TheRowOfALinkThatIsGoneIsStaleAndHasNoRates) {
+  giveRates(first(), 1.5, 2.5, 3.5);
+  first().description->operState = Interface::OperState::notPresent;
+  EXPECT_EQ(parsed()["agent"]["state"], "running");
+  EXPECT_EQ(parsedIntf()["stale"], true);
+  EXPECT_TRUE(parsedIntf()["rates"]["inBitsRate"].is_null());
+  EXPECT_EQ(parsedIntf()["counters"]["inOctets"], 0) << "what was counted stays";
+}
+
 TEST_F(JsonView, AnUnknownAgentHasNoProcess) {
   snapshot.agent = {};
   EXPECT_EQ(parsed()["agent"]["state"], "unknown");

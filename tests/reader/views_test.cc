@@ -120,6 +120,22 @@ TEST_F(Views, TheStateOfAnIntfThatIsSwitchedOffIsThat) {
   EXPECT_TRUE(isDown(snapshot.interfaces[1]));
 }
 
+TEST_F(Views, TheStateOfALinkThatIsGoneIsThatWhateverItWasSwitchedTo) {
+  snapshot.interfaces[1].description->operState = OperState::notPresent;
+  snapshot.interfaces[1].description->adminState = Interface::AdminState::down;
+  EXPECT_EQ(stateName(snapshot.interfaces[1]), "notPresent");
+}
+
+TEST_F(Views, TheRowOfALinkThatIsGoneIsStaleAndHasNoRates) {
+  snapshot.interfaces.resize(2);
+  snapshot.interfaces[0].description->operState = OperState::notPresent;
+  EXPECT_EQ("\n" + plain(ratesView(snapshot, kUnlimited)), R"(
+Interface  Device  State           Speed   In  In use  In packets  Out  Out use  Out packets          Age
+Ethernet1  eth0    notPresent  10.0 Gb/s  n/a     n/a         n/a  n/a      n/a          n/a  stale 0.4 s
+Ethernet2  wan0    down              n/a  n/a     n/a         n/a  n/a      n/a          n/a        0.4 s
+)");
+}
+
 TEST_F(Views, LinksThatAreDownAreDim) {
   auto const lines = countersView(snapshot, Basis::total, kUnlimited);
   EXPECT_EQ(lines[1][0].style, Style::plain);
