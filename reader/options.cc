@@ -1,6 +1,11 @@
 #include "reader/options.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
+#include <cstdlib>
+#include <ostream>
+#include <sstream>
+#include <string_view>
 
 #include "platform/interface/table_directory_default.h"
 
@@ -27,6 +32,27 @@ std::string sortKeyList() {
   return list;
 }
 
+// CLI11's form of a check: the answer is what is wrong, or nothing. It comes before CLI11's own
+// conversion, which lets through more than a user means ("nan", "0x10").
+CLI::Validator secondsWithin(double min, double max) {
+  return CLI::Validator(
+      [=](std::string const& text) {
+        double value = 0.0;
+        auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+        bool const whole = error == std::errc() && end == text.data() + text.size();
+        if (whole && value >= min && value <= max) return std::string();
+        std::ostringstream why;
+        why << "'" << text << "' is not a number of seconds from " << min << " to " << max;
+        return why.str();
+      },
+      "");
+}
+
+ExitCode refused(std::ostream& err, std::string_view why) {
+  err << "oru-counters: " << why << "\nTry 'oru-counters --help'.\n";
+  return ExitCode::usage;
+}
+
 }  // namespace
 
 std::optional<ExitCode> parse(int argc, char const* const* argv, Options& options,
@@ -35,7 +61,8 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
 
   CLI::App app(kDescription, "oru-counters");
   app.set_version_flag("--version", std::string("oru-counters ") + ORU_VERSION);
-  app.require_subcommand(1);
+  // That there is none is told below: an argument that is wrong is the better thing to tell.
+  app.require_subcommand(0, 1);
   app.fallthrough();
   app.footer(std::string(kExitCodesText) +
              "\nEnvironment:\n"
@@ -56,7 +83,7 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
   };
 
   CLI::App& show = *app.add_subcommand("show", "Show what the tables hold now");
-  show.require_subcommand(1);
+  show.require_subcommand(0, 1);
   CLI::App& interfaces =
       *show.add_subcommand("interfaces", "Counts, rates or errors of the interfaces");
   interfaces.alias("interface");
@@ -72,23 +99,29 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
   top.add_option("--interval", options.interval,
                  "Time from one table to the next: 0.1 to 3600, by default 1")
       ->type_name("SECONDS")
-      ->check(CLI::Range(0.1, 3600.0).description(""));
+      ->check(secondsWithin(0.1, 3600.0));
   top.add_option("--for", options.duration, "Plain tables for so long, then end")
       ->type_name("SECONDS")
-      ->check(CLI::Range(0.0, 1e9).description(""));
+      ->check(secondsWithin(0.0, 1e9));
   std::string sortKey(name(options.sort));
   top.add_option("--sort", sortKey, "Sort key: " + sortKeyList())
       ->type_name("KEY")
       ->check([](std::string const& key) {
-        return sortKeyOf(key) ? std::string() : key + " is none of " + sortKeyList();
+        return sortKeyOf(key) ? std::string() : "'" + key + "' is none of " + sortKeyList();
       });
 
   try {
     app.parse(argc, argv);
+  } catch (CLI::Success const& success) {
+    app.exit(success, out, err);
+    return ExitCode::ok;
   } catch (CLI::ParseError const& error) {
-    bool const asked = app.exit(error, out, err) == static_cast<int>(CLI::ExitCodes::Success);
-    return asked ? ExitCode::ok : ExitCode::usage;
+    return refused(err, error.what());
   }
+  if (show.parsed() && !interfaces.parsed())
+    return refused(err, "'show' must be told what: oru-counters show interfaces");
+  if (!show.parsed() && !top.parsed())
+    return refused(err, "a command is needed: show interfaces, or top");
   options.sort = *sortKeyOf(sortKey);
   options.command = top.parsed() ? Options::Command::top : Options::Command::showInterfaces;
   return std::nullopt;

@@ -11,6 +11,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 
 class CommandLine : public testing::Test {
  protected:
@@ -83,6 +84,28 @@ TEST_F(CommandLine, WrongUsageIsRefusedWithAMessage) {
     EXPECT_EQ(parse(wrong), ExitCode::usage);
     EXPECT_THAT(err.str(), Not(IsEmpty()));
     EXPECT_THAT(out.str(), IsEmpty());
+  }
+}
+
+TEST_F(CommandLine, ARefusalNamesTheWrongWordAndPointsToTheHelp) {
+  struct Case {
+    std::vector<char const*> arguments;
+    char const* word;
+  };
+  for (Case const& wrong :
+       {Case{{"--bogus"}, "--bogus"}, Case{{"bogus"}, "bogus"}, Case{{"show", "bogus"}, "bogus"},
+        Case{{"show", "--bogus"}, "--bogus"}, Case{{"top", "--bogus"}, "--bogus"},
+        Case{{"show", "interfaces", "--bogus"}, "--bogus"}, Case{{"show"}, "'show'"},
+        Case{{}, "a command is needed"}, Case{{"top", "--for", "abc"}, "--for: 'abc'"},
+        Case{{"top", "--for", "nan"}, "--for: 'nan'"}, Case{{"top", "--for"}, "--for"},
+        Case{{"top", "--interval", "5s"}, "--interval: '5s'"},
+        Case{{"top", "--sort", "colour"}, "'colour'"}}) {
+    err.str("");
+    EXPECT_EQ(parse(wrong.arguments), ExitCode::usage) << wrong.word;
+    EXPECT_THAT(err.str(), testing::StartsWith("oru-counters: "));
+    EXPECT_THAT(err.str(), HasSubstr(wrong.word));
+    EXPECT_THAT(err.str(), testing::EndsWith("\nTry 'oru-counters --help'.\n"));
+    EXPECT_THAT(err.str(), Not(HasSubstr("subcommand")));
   }
 }
 
