@@ -2,7 +2,7 @@
 // machine to machine.
 #pragma once
 
-#include <limits>
+#include <optional>
 
 #include "agent/event_loop.h"
 #include "agent/interfaces.h"
@@ -20,8 +20,14 @@ class Chip {
   // std::system_error when the machine does not say.
   virtual void start(EventLoop& loop) = 0;
 
-  // The counters that this interface's hardware cannot count.
-  virtual Interface::CounterSet unsupported(Pekt::IntfId const&) { return {}; }
+  // Tells the interfaces again that were refused for want of room.
+  virtual void retellRefused() = 0;
+
+  // The counters that this interface's hardware cannot count. No value: that cannot be told just
+  // now.
+  virtual std::optional<Interface::CounterSet> unsupported(Pekt::IntfId const&) {
+    return Interface::CounterSet();
+  }
 
   // Called in every turn of the loop, before the interfaces of which there was news are polled.
   virtual void turn() {}

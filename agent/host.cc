@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "agent/kernel_chip.h"
+#include "agent/log.h"
 #include "agent/simulated_chip.h"
 #include "counters/counters_sm.h"
 #include "platform/kel/activity.h"
@@ -13,20 +14,21 @@ namespace {
 constexpr std::string_view kAclDropCounters = "aclDropCounters";
 // With the half second that a turn may take to come, readers hear of the agent once a second.
 constexpr Kel::Seconds kBeat = 0.4;
+constexpr Kel::Seconds kRetry = 5.0;
 
 std::unique_ptr<Chip> makeChip(Options const& options, LinkNames const& names, Tables& tables,
                                Interfaces& interfaces, Kel::Ptr<Kel::Clock> const& clock) {
   if (options.chip == ChipKind::simulated)
-    return std::make_unique<SimulatedChip>(options.ports, options.seed, interfaces);
+    return std::make_unique<SimulatedChip>(options.ports, options.seed, tables, interfaces);
   return std::make_unique<KernelChip>(names, tables, interfaces, clock);
 }
 
 }  // namespace
 
-Host::Host(Options const& options, ClockDriver::Steady steady)
+Host::Host(Options const& options, ClockDriver::Steady steady, Glim::TableLimits const& limits)
     : _period(options.period),
       _clock(Kel::ActivityManagerConfig::clock()),
-      _tables(options.tables),
+      _tables(options.tables, limits),
       _interfaces(_entities, _tables),
       _names(options.interfaces, options.names),
       _chip(makeChip(options, _names, _tables, _interfaces, _clock)),
@@ -71,9 +73,24 @@ Kel::Seconds Host::turn() {
   Kel::Seconds const next = _clockDriver.turn();
   if (std::exchange(_clockWasSet, false)) _tables.noSampleAfter(_clock->time());
   _chip->turn();
+  retryRefused();
   pollNews();
   beat();
   return next;
+}
+
+void Host::retryRefused() {
+  if (_interfaces.withoutRoom().empty()) return;
+  Kel::Seconds const now = _steady();
+  if (_lastRetry && now - *_lastRetry < kRetry) return;
+  _lastRetry = now;
+  _interfaces.forgetWithoutRoom();
+  _chip->retellRefused();
+  auto const refused = _interfaces.withoutRoom().size();
+  if (refused != 0 && !_refusalTold)
+    say(std::to_string(refused) + " interfaces are not counted for want of room, the first is " +
+        _interfaces.whyNoRoom() + "; they are tried again every few seconds");
+  _refusalTold = refused != 0;
 }
 
 // An interface shows true counts from the start, and not only after a period.
@@ -81,8 +98,24 @@ void Host::pollNews() {
   bool const readable = _chip->helper()->firstSyncDelay() == 0.0;
   for (Pekt::IntfId const& intfId : _interfaces.takeNews()) {
     if (readable) _counters->updateCounters(OruTypes::CounterType::port, intfId);
-    _interfaces.unsupportedIs(intfId, _chip->unsupported(intfId));
+    _unsupportedDue.insert(intfId);
+    _lastAsked.reset();
   }
+  askForUnsupported();
+}
+
+// Whoever cannot answer is asked again with the next polls.
+void Host::askForUnsupported() {
+  if (_unsupportedDue.empty()) return;
+  Kel::Seconds const now = _steady();
+  if (_lastAsked && now - *_lastAsked < _period) return;
+  _lastAsked = now;
+  std::erase_if(_unsupportedDue, [this](Pekt::IntfId const& intfId) {
+    if (!_entities.ocsd->intf(intfId)) return true;  // gone meanwhile
+    auto const unsupported = _chip->unsupported(intfId);
+    if (unsupported) _interfaces.unsupportedIs(intfId, *unsupported);
+    return unsupported.has_value();
+  });
 }
 
 void Host::beat() {

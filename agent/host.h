@@ -3,6 +3,8 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <set>
 
 #include "agent/chip.h"
 #include "agent/clock_driver.h"
@@ -15,7 +17,8 @@ namespace Agent {
 class Host {
  public:
   // Takes the tables over; nothing else happens yet. Throws the Dov family as Tables does.
-  explicit Host(Options const& options, ClockDriver::Steady steady = &ClockDriver::sinceBoot);
+  explicit Host(Options const& options, ClockDriver::Steady steady = &ClockDriver::sinceBoot,
+                Glim::TableLimits const& limits = {});
   // Ends the pollers. Rows stay as they are.
   ~Host();
 
@@ -30,6 +33,8 @@ class Host {
  private:
   void clockWasSetBy(Kel::Seconds step);
   void pollNews();
+  void retryRefused();
+  void askForUnsupported();
   void beat();
 
   Kel::Seconds const _period;
@@ -43,6 +48,10 @@ class Host {
   ClockDriver _clockDriver;
   bool _clockWasSet = false;
   Kel::Seconds _lastBeat = 0.0;
+  std::optional<Kel::Seconds> _lastRetry;
+  bool _refusalTold = false;
+  std::set<Pekt::IntfId> _unsupportedDue;
+  std::optional<Kel::Seconds> _lastAsked;
   Kel::Ptr<Oru::Counters::CountersSm> _counters;
 };
 

@@ -1,6 +1,5 @@
 #include "agent/interfaces.h"
 
-#include "agent/log.h"
 #include "platform/dov/exception.h"
 
 namespace Agent {
@@ -19,13 +18,7 @@ bool Interfaces::interfaceIs(IntfDescription description) {
   description.lastChange = sameState ? before.lastChange : Kel::System::currentTime();
   // Until its chip says so anew: no reader is to take a counter for a zero meanwhile.
   if (before.ifIndex == description.ifIndex) description.unsupported = before.unsupported;
-  try {
-    describe(description);
-  } catch (Dov::ResourceException const& exception) {
-    if (_withoutRoom.insert(id).second)
-      say(std::string(id.view()) + " is not counted: " + exception.message());
-    return false;
-  }
+  if (!makeRows(description)) return false;
   auto const status = statusOf(id);
   status->speedIs(description.speed);
   status->operStateIs(description.operState);
@@ -37,9 +30,58 @@ bool Interfaces::interfaceIs(IntfDescription description) {
   return true;
 }
 
+// The clear row comes before the live one: a live row has both.
+bool Interfaces::makeRows(IntfDescription const& description) {
+  Pekt::IntfId const id = description.intfId;
+  auto const live = _tables.intfCounters();
+  auto const clear = _tables.intfClearCounters();
+  bool const described = _tables.intfDescriptions()->contains(id);
+  bool const counted = live->contains(id);
+  bool const cleared = clear->contains(id);
+  Interface::EthIntfCounterGlim zero;
+  zero.intfId = id;
+  try {
+    describe(description);
+    if (!counted || !cleared) clear->counterIs(zero);
+    if (!counted) live->counterIs(zero);
+    return true;
+  } catch (Dov::ResourceException const& exception) {
+    if (!described) _tables.intfDescriptions()->descriptionDel(id);
+    if (!counted) clear->counterDel(id);
+    hasNoRoom(id, exception.message());
+    return false;
+  }
+}
+
+void Interfaces::hasNoRoom(Pekt::IntfId const& intfId, std::string const& why) {
+  if (_withoutRoom.empty()) _whyNoRoom = std::string(intfId.view()) + ": " + why;
+  _withoutRoom.insert(intfId);
+}
+
+void Interfaces::dropRows(Pekt::IntfId const& intfId) {
+  _tables.intfCounters()->counterDel(intfId);
+  _tables.intfClearCounters()->counterDel(intfId);
+  _tables.intfDescriptions()->descriptionDel(intfId);
+}
+
+void Interfaces::dropAllRows() {
+  auto const clear = [](auto& table) {
+    table.forEach([&](auto const& row) { table.remove(row.intfId); });
+  };
+  clear(*_tables.intfCounters());
+  clear(*_tables.intfClearCounters());
+  clear(*_tables.intfDescriptions());
+}
+
+void Interfaces::restartRates(Pekt::IntfId const& intfId) {
+  auto row = _tables.intfCounters()->counter(intfId);
+  row.rates = {};
+  _tables.intfCounters()->counterIs(row);
+}
+
 void Interfaces::interfaceDel(Pekt::IntfId const& intfId) {
   Pekt::IntfId const id = intfId;  // the caller's may go with what is deleted
-  bool const keep = _entities.ocsd->keepIntfCounters();
+  bool const keep = keeps();
   _entities.ocsd->intfDel(id);
   _entities.configDir->intfConfigDel(id);
   if (keep) {
@@ -65,13 +107,12 @@ void Interfaces::unsupportedIs(Pekt::IntfId const& intfId, Interface::CounterSet
 
 void Interfaces::removeLeftovers() {
   auto const leftover = [this](Pekt::IntfId const& id) { return !_entities.ocsd->intf(id); };
-  bool const keep = _entities.ocsd->keepIntfCounters();
   auto const clean = [&](auto& table) {
     table.forEach([&](auto const& row) {
       if (leftover(row.intfId)) table.remove(row.intfId);
     });
   };
-  if (keep) {
+  if (keeps()) {
     _tables.intfDescriptions()->forEach([&](IntfDescription const& row) {
       if (leftover(row.intfId)) notPresent(row.intfId);
     });
@@ -106,6 +147,7 @@ void Interfaces::notPresent(Pekt::IntfId const& intfId) {
   description.intfId = intfId;
   if (description.operState != OperState::notPresent)
     description.lastChange = Kel::System::currentTime();
+  description.adminState = Interface::AdminState::unknown;
   description.operState = OperState::notPresent;
   description.speed = 0;
   describe(description);

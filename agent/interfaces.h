@@ -3,6 +3,7 @@
 #pragma once
 
 #include <set>
+#include <string>
 #include <vector>
 
 #include "agent/tables.h"
@@ -28,13 +29,32 @@ class Interfaces {
   Interfaces(InterfaceEntities const& entities, Tables const& tables);
 
   // The interface is there, and is so. `lastChange` is kept here: the time at which its state of
-  // operation was last seen to change, by this agent or the one before. Answers false when there is
-  // no room left in the tables; it is then not served, which the operator is told once.
+  // operation was last seen to change, by this agent or the one before.
+  //
+  // An interface is served only when all its rows have room: they are made here, before the library
+  // hears of it. Answers false, and has made none, when there is no room in the tables.
   //
   // A new interface's status and configuration come first and its entry in ocsd.intf last, so that
   // it is made whole by one notification; the status is the very first, since rows that were kept
   // are those of interfaces with a status.
   bool interfaceIs(Interface::IntfDescription description);
+
+  // Interfaces that could not be served for want of room, and why the first of them could not.
+  std::set<Pekt::IntfId> const& withoutRoom() const { return _withoutRoom; }
+  std::string const& whyNoRoom() const { return _whyNoRoom; }
+  void hasNoRoom(Pekt::IntfId const& intfId, std::string const& why);
+  // Whoever told the interfaces tells them once more.
+  void forgetWithoutRoom() { _withoutRoom.clear(); }
+
+  // What is left of an interface that is to begin anew.
+  // REQUIRES: it is not served.
+  void dropRows(Pekt::IntfId const& intfId);
+  // All interfaces' rows are of nothing that goes on. REQUIRES: none is served.
+  void dropAllRows();
+  // The row goes on with the counts of another link: what that counted before is no traffic of now.
+  void restartRates(Pekt::IntfId const& intfId);
+  // Rows of interfaces that went stay.
+  bool keeps() const { return _entities.ocsd->keepIntfCounters(); }
 
   // The interface is gone. Its entry in ocsd.intf goes first, so that its pollers and rows are gone
   // before what they were made from. With ocsd.keepIntfCounters the rows and the status stay, and
@@ -54,6 +74,7 @@ class Interfaces {
 
  private:
   Kel::Ptr<Interface::EthPhyIntfStatus> statusOf(Pekt::IntfId const& intfId);
+  bool makeRows(Interface::IntfDescription const& description);
   void describe(Interface::IntfDescription const& description);
   void notPresent(Pekt::IntfId const& intfId);
 
@@ -61,6 +82,7 @@ class Interfaces {
   Tables const& _tables;
   std::set<Pekt::IntfId> _news;
   std::set<Pekt::IntfId> _withoutRoom;
+  std::string _whyNoRoom;
 };
 
 }  // namespace Agent

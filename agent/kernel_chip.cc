@@ -20,8 +20,8 @@ Kel::Ptr<LinuxCountersHelper> makeHelper(Tables& tables, Kel::Ptr<Kel::Clock> co
     rows->safeLookup(id, found, row);
     return found ? std::optional(row) : std::nullopt;
   };
-  auto offsets =
-      std::make_unique<GlimOffsetStore>(tables.add<GlimOffsetStore::Table>("linkOffsets"));
+  auto offsets = std::make_unique<GlimOffsetStore>(
+      tables.add<GlimOffsetStore::Table>(Hardware::Linux::kLinkOffsets));
   return Kel::make<LinuxCountersHelper>(
       Kel::Name("linux"), LinuxCountersHelper::kernelParts(std::move(offsets), published,
                                                            [clock] { return clock->time(); }));
@@ -43,7 +43,7 @@ void KernelChip::start(EventLoop& loop) {
   loop.readableIs(_monitor.fd(), [this] { takeNews(); });
 }
 
-Interface::CounterSet KernelChip::unsupported(Pekt::IntfId const& intfId) {
+std::optional<Interface::CounterSet> KernelChip::unsupported(Pekt::IntfId const& intfId) {
   return _helper->unsupportedCounters(intfId);
 }
 
@@ -68,7 +68,15 @@ void KernelChip::handle(Hardware::Linux::LinkMonitor::Events const& events) {
   for (auto const& event : events) _sync.handle(event);
 }
 
-void KernelChip::linkIs(Pekt::IntfId const& intfId, Hardware::Linux::Link const& link) {
+KernelChip::RowsOf KernelChip::rowsOf(Pekt::IntfId const& intfId, Link const& link) {
+  return _helper->rowsOf(intfId, link.ifindex);
+}
+
+bool KernelChip::reserve(Pekt::IntfId const& intfId, Link const& link) {
+  return _helper->reserve(intfId, link.ifindex);
+}
+
+void KernelChip::linkIs(Pekt::IntfId const& intfId, Link const& link) {
   _helper->linkIs(intfId, link.ifindex, link.kind);
 }
 

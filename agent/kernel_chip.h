@@ -19,11 +19,15 @@ class KernelChip : public Chip, private PortLinks {
 
   Kel::Ptr<OruHelper::OruHelperCountersSm> helper() const override { return _helper; }
   void start(EventLoop& loop) override;
-  Interface::CounterSet unsupported(Pekt::IntfId const& intfId) override;
+  void retellRefused() override { _sync.serveRefused(); }
+  std::optional<Interface::CounterSet> unsupported(Pekt::IntfId const& intfId) override;
   void turn() override;
 
  private:
-  void linkIs(Pekt::IntfId const& intfId, Hardware::Linux::Link const& link) override;
+  RowsOf rowsOf(Pekt::IntfId const& intfId, Link const& link) override;
+  bool reserve(Pekt::IntfId const& intfId, Link const& link) override;
+  void forget(Pekt::IntfId const& intfId) override { _helper->forget(intfId); }
+  void linkIs(Pekt::IntfId const& intfId, Link const& link) override;
   void linkDel(Pekt::IntfId const& intfId) override;
   void takeNews();
   void handle(Hardware::Linux::LinkMonitor::Events const& events);

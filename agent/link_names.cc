@@ -18,10 +18,11 @@ LinkNames::Answer LinkNames::of(std::string const& kernelName, int ifindex) cons
         return ::fnmatch(glob.c_str(), kernelName.c_str(), 0) == 0;
       });
   if (!counted) return {};
-  if (auto const at = _names.find(kernelName); at != _names.end()) return {at->second};
+  if (auto const at = _names.find(kernelName); at != _names.end())
+    return {.intfId = at->second, .isNamed = true};
   Pekt::IntfId const byIndex("Ethernet" + std::to_string(ifindex));
-  if (_given.contains(byIndex)) return {std::nullopt, true};
-  return {byIndex};
+  if (_given.contains(byIndex)) return {.intfId = std::nullopt, .nameIsGivenAway = true};
+  return {.intfId = byIndex};
 }
 
 }  // namespace Agent

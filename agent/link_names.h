@@ -21,6 +21,8 @@ class LinkNames {
   struct Answer {
     // None: the link is not counted.
     std::optional<Pekt::IntfId> intfId;
+    // The configuration names the interface: it is the same one whatever link has the name.
+    bool isNamed = false;
     // Not counted since the configuration gives the name that it would have to another link.
     bool nameIsGivenAway = false;
   };

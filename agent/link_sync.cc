@@ -44,7 +44,7 @@ void LinkSync::update(Link const& link) {
   if (wanted.intfId) {
     auto const other = _servedBy.find(*wanted.intfId);
     if (other == _servedBy.end() || other->second == link.ifindex)
-      serve(known, *wanted.intfId);
+      serve(known, wanted);
     else if (isNew || renamed)
       say("link " + link.name + " is not counted while link " + _links.at(other->second).link.name +
           " is " + std::string(wanted.intfId->view()));
@@ -54,14 +54,38 @@ void LinkSync::update(Link const& link) {
   }
 }
 
-void LinkSync::serve(Known& known, Pekt::IntfId const& intfId) {
-  _ports.linkIs(intfId, known.link);
-  if (_interfaces.interfaceIs(description(intfId, known.link))) {
-    known.servedAs = intfId;
-    _servedBy[intfId] = known.link.ifindex;
-  } else if (!known.servedAs) {
-    _ports.linkDel(intfId);
+void LinkSync::serve(Known& known, LinkNames::Answer const& wanted) {
+  if (known.servedAs) {
+    _ports.linkIs(*known.servedAs, known.link);
+    _interfaces.interfaceIs(description(*known.servedAs, known.link));
+  } else if (begin(known.link, wanted)) {
+    known.servedAs = wanted.intfId;
+    _servedBy[*wanted.intfId] = known.link.ifindex;
   }
+}
+
+// An agent that is killed between any two of these steps leaves rows that its successor knows to
+// be this link's, or offsets without a row or a row without offsets, of which it takes neither.
+bool LinkSync::begin(Link const& link, LinkNames::Answer const& wanted) {
+  Pekt::IntfId const& intfId = *wanted.intfId;
+  auto const rows = _ports.rowsOf(intfId, link);
+  bool const goesOn = rows == PortLinks::RowsOf::another && wanted.isNamed && _interfaces.keeps();
+  bool const anew = rows != PortLinks::RowsOf::thisLink && !goesOn;
+  if (anew) {
+    _ports.forget(intfId);
+    _interfaces.dropRows(intfId);
+  } else if (goesOn) {
+    _interfaces.restartRates(intfId);
+  }
+  if (!_ports.reserve(intfId, link)) {
+    _interfaces.hasNoRoom(intfId, "there is no room for its offsets");
+    return false;
+  }
+  _ports.linkIs(intfId, link);
+  if (_interfaces.interfaceIs(description(intfId, link))) return true;
+  _ports.linkDel(intfId);
+  if (anew) _ports.forget(intfId);
+  return false;
 }
 
 void LinkSync::drop(Known& known) {
@@ -76,9 +100,18 @@ void LinkSync::drop(Known& known) {
 
 void LinkSync::serveWaiting(Pekt::IntfId const& intfId) {
   for (auto& [ifindex, known] : _links) {
-    if (known.servedAs || _names.of(known.link.name, ifindex).intfId != intfId) continue;
-    serve(known, intfId);
+    auto const wanted = _names.of(known.link.name, ifindex);
+    if (known.servedAs || wanted.intfId != intfId) continue;
+    serve(known, wanted);
     if (known.servedAs) return;
+  }
+}
+
+void LinkSync::serveRefused() {
+  for (auto& [ifindex, known] : _links) {
+    auto const wanted = _names.of(known.link.name, ifindex);
+    if (!known.servedAs && wanted.intfId && !_servedBy.contains(*wanted.intfId))
+      serve(known, wanted);
   }
 }
 

@@ -7,14 +7,24 @@
 #include "agent/interfaces.h"
 #include "agent/link_names.h"
 #include "hardware/linux/link.h"
+#include "hardware/linux/linux_counters_helper.h"
 
 namespace Agent {
 
 // The chip, as far as it must know which link a port is.
 class PortLinks {
  public:
+  using Link = Hardware::Linux::Link;
+  using RowsOf = Hardware::Linux::LinuxCountersHelper::RowsOf;
+
   virtual ~PortLinks() = default;
-  virtual void linkIs(Pekt::IntfId const& intfId, Hardware::Linux::Link const& link) = 0;
+  // Which link the interface's rows are of, as they stand.
+  virtual RowsOf rowsOf(Pekt::IntfId const& intfId, Link const& link) = 0;
+  // Makes room for what the chip keeps of the port beside the rows. False: there is none.
+  virtual bool reserve(Pekt::IntfId const& intfId, Link const& link) = 0;
+  // Drops that; the rows, which mean nothing without it, are dropped next.
+  virtual void forget(Pekt::IntfId const& intfId) = 0;
+  virtual void linkIs(Pekt::IntfId const& intfId, Link const& link) = 0;
   virtual void linkDel(Pekt::IntfId const& intfId) = 0;
 };
 
@@ -22,6 +32,11 @@ class PortLinks {
 // for its whole life if nothing chose it by name: a rename then changes what the interface is
 // called on this machine, and nothing else. The chip learns of a link before the interface is
 // there, and loses it after.
+//
+// Rows that are there when a link becomes an interface are continued when they are of this very
+// link: then an agent before counted it. Rows of anything else are dropped and the interface begins
+// anew, except where counters are kept and the configuration gives the interface its name: its
+// totals then go on with another link.
 //
 // Of two links that are to be the same interface, the first has it, and the other gets it when the
 // first is gone; that a link is not counted for such a reason is told to the operator.
@@ -32,6 +47,9 @@ class LinkSync {
 
   void handle(Hardware::Linux::LinkEvent const& event);
 
+  // Tries the links again for which there was no room.
+  void serveRefused();
+
  private:
   using Link = Hardware::Linux::Link;
   struct Known {
@@ -40,7 +58,8 @@ class LinkSync {
   };
 
   void update(Link const& link);
-  void serve(Known& known, Pekt::IntfId const& intfId);
+  void serve(Known& known, LinkNames::Answer const& wanted);
+  bool begin(Link const& link, LinkNames::Answer const& wanted);
   void drop(Known& known);
   void serveWaiting(Pekt::IntfId const& intfId);
 

@@ -4,13 +4,25 @@ namespace Agent {
 
 using Hardware::Simulated::CountersHelper;
 
-SimulatedChip::SimulatedChip(std::uint32_t ports, std::uint64_t seed, Interfaces& interfaces)
+SimulatedChip::SimulatedChip(std::uint32_t ports, std::uint64_t seed, Tables& tables,
+                             Interfaces& interfaces)
     : _chip(std::make_shared<Hardware::Simulated::Chip const>(
           Hardware::Simulated::Chip::seeded(ports, seed))),
       _helper(Kel::make<CountersHelper>(Kel::Name("simulated"), _chip)),
+      _linkOffsets(
+          tables.add<Hardware::Linux::GlimOffsetStore::Table>(Hardware::Linux::kLinkOffsets)),
       _interfaces(interfaces) {}
 
 void SimulatedChip::start(EventLoop&) {
+  // Before the rows: those without offsets are of no link.
+  Hardware::Linux::GlimOffsetStore offsets(_linkOffsets);
+  offsets.forEach([&](Pekt::IntfId const& intfId) { offsets.erase(intfId); });
+  _interfaces.dropAllRows();
+  retellRefused();
+}
+
+// Those that are there are told again too, with the same.
+void SimulatedChip::retellRefused() {
   std::uint32_t ifIndex = 0;
   for (Pekt::IntfId const& intfId : _chip->portsAt(_helper->chipTime())) {
     Interface::IntfDescription description;

@@ -5,20 +5,25 @@
 #include <memory>
 
 #include "agent/chip.h"
+#include "hardware/linux/glim_offset_store.h"
 #include "hardware/simulated/counters_helper.h"
 
 namespace Agent {
 
 class SimulatedChip : public Chip {
  public:
-  SimulatedChip(std::uint32_t ports, std::uint64_t seed, Interfaces& interfaces);
+  SimulatedChip(std::uint32_t ports, std::uint64_t seed, Tables& tables, Interfaces& interfaces);
 
   Kel::Ptr<OruHelper::OruHelperCountersSm> helper() const override { return _helper; }
+  // The simulated counts begin anew with each agent, and so do the rows: all that is in the tables
+  // is dropped, the counts of links included.
   void start(EventLoop& loop) override;
+  void retellRefused() override;
 
  private:
   std::shared_ptr<Hardware::Simulated::Chip const> const _chip;
   Kel::Ptr<Hardware::Simulated::CountersHelper> const _helper;
+  Kel::Ptr<Hardware::Linux::GlimOffsetStore::Table> const _linkOffsets;
   Interfaces& _interfaces;
 };
 

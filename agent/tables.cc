@@ -2,8 +2,9 @@
 
 namespace Agent {
 
-Tables::Tables(std::string directory)
+Tables::Tables(std::string directory, Glim::TableLimits const& limits)
     : _directory(std::move(directory)),
+      _limits(limits),
       _intfCounters(add<Interface::AllEthIntfCounterGlim>(Interface::kIntfCounters)),
       _intfClearCounters(add<Interface::AllEthIntfCounterGlim>(Interface::kIntfClearCounters)),
       _intfDescriptions(add<Interface::AllIntfDescription>(Interface::kIntfDescriptions)) {}

@@ -24,7 +24,7 @@ class Tables {
   // Takes the tables over from whoever wrote them before, rows included. The directory is made if
   // it is missing (one level). Throws the Dov family, with a text that names the table and what is
   // wrong: another process writes it, it is not on a tmpfs, it may not be written.
-  explicit Tables(std::string directory);
+  explicit Tables(std::string directory, Glim::TableLimits const& limits = {});
 
   Kel::Ptr<Interface::AllEthIntfCounterGlim> intfCounters() const { return _intfCounters; }
   Kel::Ptr<Interface::AllEthIntfCounterGlim> intfClearCounters() const {
@@ -35,7 +35,7 @@ class Tables {
   // One more table in the same directory, of a chip's own.
   template <class Table>
   Kel::Ptr<Table> add(std::string_view name) {
-    auto const table = Kel::make<Table>(_debug, path(name));
+    auto const table = Kel::make<Table>(_debug, path(name), _limits);
     _alive.push_back({std::string(name), [table] {
                         table->heartbeat();
                         return table->attached();
@@ -63,6 +63,7 @@ class Tables {
 
   Dov::Platform::DebugHandler _debug;
   std::string const _directory;
+  Glim::TableLimits const _limits;
   std::vector<Life> _alive;
   Kel::Ptr<Interface::AllEthIntfCounterGlim> const _intfCounters;
   Kel::Ptr<Interface::AllEthIntfCounterGlim> const _intfClearCounters;

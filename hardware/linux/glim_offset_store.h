@@ -3,11 +3,15 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "hardware/linux/offset_store.h"
 #include "platform/glim/collection.h"
 
 namespace Hardware::Linux {
+
+/// The name of that table within the agent's directory.
+inline constexpr std::string_view kLinkOffsets = "linkOffsets";
 
 /// A row of the agent's private table of offsets.
 struct OffsetRow {

@@ -35,11 +35,27 @@ void LinuxCountersHelper::linkDel(Pekt::IntfId const& intfId) {
   if (!at->second.account) ports_.erase(at);
 }
 
-Interface::CounterSet LinuxCountersHelper::unsupportedCounters(Pekt::IntfId const& intfId) {
+LinuxCountersHelper::RowsOf LinuxCountersHelper::rowsOf(Pekt::IntfId const& intfId,
+                                                        int ifindex) const {
+  auto const stored = parts_.offsets->load(intfId);
+  if (!stored || !parts_.publishedRow(intfId)) return RowsOf::nobody;
+  bool const same = stored->identity == LinkIdentity{parts_.generation, ifindex};
+  return same ? RowsOf::thisLink : RowsOf::another;
+}
+
+bool LinuxCountersHelper::reserve(Pekt::IntfId const& intfId, int ifindex) {
+  return parts_.offsets->load(intfId) ||
+         parts_.offsets->save(intfId, {{parts_.generation, ifindex}, {}});
+}
+
+std::optional<Interface::CounterSet> LinuxCountersHelper::unsupportedCounters(
+    Pekt::IntfId const& intfId) {
   auto const at = ports_.find(intfId);
-  if (at == ports_.end() || !at->second.link) return {};
+  if (at == ports_.end() || !at->second.link) return std::nullopt;
   auto const counts = read(*at->second.link);
-  if (!counts) return {};
+  if (!counts) return std::nullopt;
+  // What such a MAC counts is unknown in this reading, not uncounted.
+  if (parts_.macs->read(parts_.now(), at->second.link->ifindex).unavailable) return std::nullopt;
   return Linux::unsupportedCounters(counts->known, at->second.link->kind);
 }
 

@@ -55,9 +55,24 @@ class LinuxCountersHelper final : public OruHelper::OruHelperCountersSm {
   void linkIs(Pekt::IntfId const& intfId, int ifindex, std::string_view kind = {});
   void linkDel(Pekt::IntfId const& intfId);
 
+  /// Which link the published rows of an interface, and the offsets kept for them, are of.
+  enum class RowsOf : std::uint8_t {
+    nobody,    // there is no row, or no offsets: such a row holds no count of a link
+    another,   // a link that went, or one of another network namespace or run of the machine
+    thisLink,  // the rows' counts are of this link and go on
+  };
+  RowsOf rowsOf(Pekt::IntfId const& intfId, int ifindex) const;
+
+  /// Make sure that there is room to keep the interface's offsets. False: there is none.
+  bool reserve(Pekt::IntfId const& intfId, int ifindex);
+  /// Drop the interface's offsets.
+  /// REQUIRES: its rows go too, and later.
+  void forget(Pekt::IntfId const& intfId) { parts_.offsets->erase(intfId); }
+
   /// The counters that are not counted on this port's link, and whose zero therefore means
-  /// nothing. Empty if the port has no link.
-  Interface::CounterSet unsupportedCounters(Pekt::IntfId const& intfId);
+  /// nothing. No value if that cannot be told just now: the port has no link, or the link or its
+  /// MAC could not be read.
+  std::optional<Interface::CounterSet> unsupportedCounters(Pekt::IntfId const& intfId);
 
   /// How often an offset could not be kept. While one cannot, counting goes on; should the agent
   /// die then, what was counted since the link's last reset may count twice.

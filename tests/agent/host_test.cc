@@ -1,8 +1,10 @@
 // The agent with a simulated chip, in virtual time.
 #include "agent/host.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "hardware/linux/glim_offset_store.h"
 #include "hardware/simulated/chip.h"
 #include "platform/glim/reader.h"
 #include "tests/support/temporary_tables.h"
@@ -19,8 +21,9 @@ class HostTest : public ::testing::Test {
     options.ports = 3;
     options.seed = 11;
   }
-  void start() {
-    sut = std::make_unique<Host>(options, [this] { return time.now() - set; });
+  void start(Glim::TableLimits const& limits = {}) {
+    sut = std::make_unique<Host>(
+        options, [this] { return time.now() - set; }, limits);
     sut->start(loop);
     sut->turn();
   }
@@ -38,6 +41,20 @@ class HostTest : public ::testing::Test {
     Interface::EthIntfCounterGlim row;
     return reader.lookup(Pekt::IntfId(id), row) == Glim::Answer::ok ? std::optional(row)
                                                                     : std::nullopt;
+  }
+  // The offsets that an agent of this machine's links kept.
+  void addOffsets(char const* id) {
+    Hardware::Linux::OffsetRow offsets;
+    offsets.intfId = id;
+    place.table<Hardware::Linux::GlimOffsetStore::Table>(Hardware::Linux::kLinkOffsets)
+        ->write(offsets);
+  }
+  bool hasOffsets(char const* id) {
+    Glim::Reader<Hardware::Linux::OffsetRow> reader(options.tables + "/" +
+                                                    std::string(Hardware::Linux::kLinkOffsets));
+    EXPECT_EQ(reader.attach(), Glim::Answer::ok);
+    Hardware::Linux::OffsetRow row;
+    return reader.lookup(Pekt::IntfId(id), row) == Glim::Answer::ok;
   }
   std::uint64_t simulatedOctets(char const* id, Kel::Seconds seconds) {
     return Hardware::Simulated::Chip::seeded(3, 11)
@@ -86,16 +103,30 @@ TEST_F(HostTest, BetweenThePeriodsRowsStand) {
   EXPECT_EQ(row("Ethernet1")->statistics.inOctets, 0u);
 }
 
-TEST_F(HostTest, TheNextAgentCountsOn) {
+// Its counts begin anew with each agent: rows that went on would be of something else.
+TEST_F(HostTest, TheNextAgentOfASimulatedChipBeginsAnew) {
+  options.keepCounters = true;
+  addOffsets("Ethernet2");
   start();
   turnsFor(10.0);
-  std::uint64_t const before = row("Ethernet2")->statistics.inOctets;
-  ASSERT_GT(before, 0u);
+  ASSERT_GT(row("Ethernet2")->statistics.inOctets, 0u);
+  EXPECT_FALSE(hasOffsets("Ethernet2"));
   sut.reset();
   start();
-  EXPECT_EQ(row("Ethernet2")->statistics.inOctets, before);
-  turnsFor(10.0);
-  EXPECT_GT(row("Ethernet2")->statistics.inOctets, before);
+  EXPECT_EQ(row("Ethernet2")->statistics.inOctets, 0u);
+  EXPECT_EQ(row("Ethernet2")->rates.inBitsRate, 0.0);
+}
+
+TEST_F(HostTest, InterfacesWithoutRoomAreToldOnceAndServedWhenThereIsRoom) {
+  options.ports = 20;
+  ::testing::internal::CaptureStderr();
+  start({.maxRows = 16});
+  turnsFor(20.0);
+  EXPECT_TRUE(row("Ethernet16"));
+  EXPECT_FALSE(row("Ethernet17"));
+  EXPECT_GT(row("Ethernet16")->statistics.inOctets, 0u);
+  EXPECT_THAT(::testing::internal::GetCapturedStderr(),
+              ::testing::MatchesRegex("oru-agentd: 4 interfaces are not counted[^\n]*\n"));
 }
 
 TEST_F(HostTest, RowsStayWhenTheAgentEnds) {

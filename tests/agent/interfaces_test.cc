@@ -18,6 +18,7 @@ class InterfacesTest : public ServedInterfaces {
     description.kernelName = std::string_view("eth7");
     description.ifIndex = 7;
     description.speed = 1'000'000'000;
+    description.adminState = Interface::AdminState::up;
     description.operState = state;
     return description;
   }
@@ -146,6 +147,42 @@ TEST_F(InterfacesTest, RowsThatAnAgentBeforeLeftOfOtherInterfacesAreRemoved) {
   EXPECT_TRUE(isDescribed("Ethernet7"));
 }
 
+TEST_F(InterfacesTest, AnInterfaceHasItsRowsBeforeItIsServed) {
+  EXPECT_TRUE(sut.interfaceIs(description("Ethernet7")));
+  EXPECT_TRUE(tables.intfCounters()->contains("Ethernet7"));
+  EXPECT_TRUE(tables.intfClearCounters()->contains("Ethernet7"));
+}
+
+TEST_F(InterfacesTest, AnInterfaceWithoutRoomInOneTableHasARowInNone) {
+  auto const refused = [&](auto const& full) {
+    fill(full);
+    EXPECT_FALSE(sut.interfaceIs(description("Ethernet7")));
+    EXPECT_FALSE(isDescribed("Ethernet7"));
+    EXPECT_FALSE(tables.intfCounters()->contains("Ethernet7"));
+    EXPECT_FALSE(tables.intfClearCounters()->contains("Ethernet7"));
+    EXPECT_THAT(log.calls(), IsEmpty());
+    EXPECT_THAT(sut.withoutRoom(), ElementsAre("Ethernet7"));
+    full->remove("Ethernet1000");
+    sut.forgetWithoutRoom();
+    EXPECT_TRUE(sut.interfaceIs(description("Ethernet7")));
+    EXPECT_THAT(sut.withoutRoom(), IsEmpty());
+    sut.interfaceDel("Ethernet7");
+    sut.dropAllRows();
+    log.clear();
+  };
+  refused(tables.intfDescriptions());
+  refused(tables.intfCounters());
+  refused(tables.intfClearCounters());
+}
+
+TEST_F(InterfacesTest, ServedInterfacesStayWhenThereIsNoRoomForAnother) {
+  sut.interfaceIs(description("Ethernet7"));
+  fill(tables.intfCounters());
+  EXPECT_FALSE(sut.interfaceIs(description("Ethernet8")));
+  EXPECT_TRUE(sut.interfaceIs(description("Ethernet7", OperState::down)));
+  EXPECT_EQ(described("Ethernet7").operState, OperState::down);
+}
+
 class InterfacesKept : public InterfacesTest {
  protected:
   InterfacesKept() { entities.ocsd->keepIntfCountersIs(true); }
@@ -158,8 +195,18 @@ TEST_F(InterfacesKept, TheStatusStaysAndSaysThatTheInterfaceIsNotPresent) {
   EXPECT_EQ(entities.statusDir->intfStatus("Ethernet7"), status);
   EXPECT_EQ(status->operState(), OperState::notPresent);
   EXPECT_EQ(described("Ethernet7").operState, OperState::notPresent);
+  EXPECT_EQ(described("Ethernet7").adminState, Interface::AdminState::unknown);
   EXPECT_FALSE(entities.configDir->intfConfig("Ethernet7"));
   EXPECT_FALSE(entities.ocsd->intf("Ethernet7"));
+}
+
+TEST_F(InterfacesKept, AnInterfaceThatWentDownFirstIsNotPresentToo) {
+  auto down = description("Ethernet7", OperState::down);
+  down.adminState = Interface::AdminState::down;
+  sut.interfaceIs(down);
+  sut.interfaceDel("Ethernet7");
+  EXPECT_EQ(described("Ethernet7").operState, OperState::notPresent);
+  EXPECT_EQ(described("Ethernet7").adminState, Interface::AdminState::unknown);
 }
 
 TEST_F(InterfacesKept, AnInterfaceThatComesBackHasItsStatusFirst) {

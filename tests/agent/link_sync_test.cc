@@ -19,6 +19,20 @@ class RecordedPorts : public PortLinks {
     _log("port", id, "is link", link.ifindex);
   }
   void linkDel(Pekt::IntfId const& id) override { _log("port", id, "has no link"); }
+  RowsOf rowsOf(Pekt::IntfId const&, Link const&) override { return rows; }
+  bool reserve(Pekt::IntfId const& id, Link const&) override {
+    if (room) reserved.insert(id);
+    return room;
+  }
+  void forget(Pekt::IntfId const& id) override {
+    reserved.erase(id);
+    forgotten.push_back(id);
+  }
+
+  RowsOf rows = RowsOf::thisLink;
+  bool room = true;
+  std::set<Pekt::IntfId> reserved;
+  std::vector<Pekt::IntfId> forgotten;
 
  private:
   Support::CallLog& _log;
@@ -194,6 +208,110 @@ TEST_F(LinkSyncWithNames, ALinkWhoseIndexIsAGivenNameIsNotCountedAndThatIsToldOn
             "oru-agentd: link wan is not counted: the configuration gives Ethernet2 to another "
             "link; give this one a name too\n");
   EXPECT_EQ(servedInAll(), 0u);
+}
+
+// Rows as an agent before left them.
+class LinkSyncAfterAnAgent : public LinkSyncTest {
+ protected:
+  using RowsOf = PortLinks::RowsOf;
+  explicit LinkSyncAfterAnAgent(LinkNames const& linkNames = {}) : LinkSyncTest(linkNames) {}
+
+  void addRows(Pekt::IntfId const& id, RowsOf rows) {
+    ports.rows = rows;
+    Interface::EthIntfCounterGlim row;
+    row.intfId = id;
+    row.statistics.inOctets = 500;
+    row.rates = {1.0, 2.0, 3.0, 4.0, 100.0, 50.0};
+    tables.intfCounters()->counterIs(row);
+    tables.intfClearCounters()->counterIs(row);
+  }
+  std::uint64_t octets(Pekt::IntfId const& id) {
+    return tables.intfCounters()->counter(id).statistics.inOctets;
+  }
+  std::uint64_t clearedOctets(Pekt::IntfId const& id) {
+    return tables.intfClearCounters()->counter(id).statistics.inOctets;
+  }
+};
+
+TEST_F(LinkSyncAfterAnAgent, RowsOfThisVeryLinkGoOn) {
+  addRows("Ethernet7", RowsOf::thisLink);
+  appear(link(7, "eth0"));
+  EXPECT_EQ(octets("Ethernet7"), 500u);
+  EXPECT_EQ(clearedOctets("Ethernet7"), 500u);
+  EXPECT_EQ(tables.intfCounters()->counter("Ethernet7").rates.lastUpdate, 100.0);
+  EXPECT_THAT(ports.forgotten, IsEmpty());
+}
+
+TEST_F(LinkSyncAfterAnAgent, RowsOfAnotherLinkBeginAnew) {
+  addRows("Ethernet7", RowsOf::another);
+  appear(link(7, "eth0"));
+  EXPECT_EQ(octets("Ethernet7"), 0u);
+  EXPECT_EQ(clearedOctets("Ethernet7"), 0u);
+  EXPECT_THAT(ports.forgotten, ElementsAre("Ethernet7"));
+  EXPECT_TRUE(ports.reserved.contains("Ethernet7"));
+}
+
+TEST_F(LinkSyncAfterAnAgent, RowsOfNoLinkBeginAnew) {
+  addRows("Ethernet7", RowsOf::nobody);
+  appear(link(7, "eth0"));
+  EXPECT_EQ(octets("Ethernet7"), 0u);
+}
+
+TEST_F(LinkSyncAfterAnAgent, KeptRowsOfAnotherLinkWithoutAChosenNameBeginAnew) {
+  entities.ocsd->keepIntfCountersIs(true);
+  addRows("Ethernet7", RowsOf::another);
+  appear(link(7, "eth0"));
+  EXPECT_EQ(octets("Ethernet7"), 0u);
+}
+
+class LinkSyncNamedAfterAnAgent : public LinkSyncAfterAnAgent {
+ protected:
+  LinkSyncNamedAfterAnAgent() : LinkSyncAfterAnAgent(LinkNames({}, {{"eth0", "Ethernet1"}})) {}
+};
+
+TEST_F(LinkSyncNamedAfterAnAgent, KeptRowsGoOnWithAnotherLinkAndTheirRatesStartAgain) {
+  entities.ocsd->keepIntfCountersIs(true);
+  addRows("Ethernet1", RowsOf::another);
+  appear(link(7, "eth0"));
+  EXPECT_EQ(octets("Ethernet1"), 500u);
+  EXPECT_EQ(clearedOctets("Ethernet1"), 500u);
+  EXPECT_EQ(tables.intfCounters()->counter("Ethernet1").rates, Interface::IntfRates());
+}
+
+TEST_F(LinkSyncNamedAfterAnAgent, RowsThatAreNotKeptBeginAnewWithAnotherLink) {
+  addRows("Ethernet1", RowsOf::another);
+  appear(link(7, "eth0"));
+  EXPECT_EQ(octets("Ethernet1"), 0u);
+}
+
+TEST_F(LinkSyncNamedAfterAnAgent, KeptRowsOfNoLinkBeginAnew) {
+  entities.ocsd->keepIntfCountersIs(true);
+  addRows("Ethernet1", RowsOf::nobody);
+  appear(link(7, "eth0"));
+  EXPECT_EQ(octets("Ethernet1"), 0u);
+}
+
+TEST_F(LinkSyncTest, ALinkWithoutRoomForItsOffsetsIsRefusedUntilThereIs) {
+  ports.room = false;
+  appear(link(7, "eth0"));
+  EXPECT_FALSE(served("Ethernet7"));
+  EXPECT_FALSE(isDescribed("Ethernet7"));
+  EXPECT_THAT(interfaces.withoutRoom(), ElementsAre("Ethernet7"));
+  ports.room = true;
+  sut.serveRefused();
+  EXPECT_TRUE(served("Ethernet7"));
+}
+
+TEST_F(LinkSyncTest, ALinkWithoutRoomForItsRowsKeepsNoOffsets) {
+  ports.rows = PortLinks::RowsOf::nobody;
+  fill(tables.intfClearCounters());
+  appear(link(7, "eth0"));
+  EXPECT_FALSE(served("Ethernet7"));
+  EXPECT_THAT(ports.reserved, IsEmpty());
+  tables.intfClearCounters()->remove("Ethernet1000");
+  sut.serveRefused();
+  EXPECT_TRUE(served("Ethernet7"));
+  EXPECT_TRUE(ports.reserved.contains("Ethernet7"));
 }
 
 }  // namespace

@@ -80,11 +80,23 @@ class ServedInterfaces : public ::testing::Test {
     tables.intfClearCounters()->counterIs(row);
   }
 
+  // Takes what room there is in a table.
+  template <class Table>
+  void fill(Table const& table, std::uint32_t leaving = 0) {
+    typename std::remove_cvref_t<decltype(*table)>::Record row;
+    for (std::uint32_t i = 0; table->members() + leaving < kRoom; ++i) {
+      row.intfId = Pekt::IntfId("Ethernet" + std::to_string(1000 + i));
+      table->write(row);
+    }
+  }
+
+  static constexpr std::uint32_t kRoom = 16;
   Support::VirtualTime time;
   Support::TemporaryTables place;
   Support::CallLog log;
   InterfaceEntities entities;
-  Tables tables{place.directory().string()};
+  // The smallest that there is: it holds 16 interfaces.
+  Tables tables{place.directory().string(), {.maxRows = kRoom}};
   Interfaces interfaces{entities, tables};
   EntityRecorder recorder{entities, log};
 };

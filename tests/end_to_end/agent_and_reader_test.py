@@ -132,6 +132,9 @@ class OnLinks(Programs):
             self.skipTest("a network namespace of one's own needs root")
         if not shutil.which("ip"):
             self.skipTest("there is no ip(8)")
+        self.enter_new_namespace()
+
+    def enter_new_namespace(self):
         libc = ctypes.CDLL(None, use_errno=True)
         if libc.unshare(CLONE_NEWNET) != 0:
             self.skipTest("no network namespace: " + os.strerror(ctypes.get_errno()))
@@ -318,6 +321,58 @@ class AgentsComeAndGo(OnLinks):
         self.start_agent()
         self.assert_counted("eth0", outUcastPkts=sent, outOctets=sent * 64)
         self.assert_counted("eth1", inUcastPkts=sent, inOctets=sent * 64)
+
+    def test_a_link_made_again_while_no_agent_ran_begins_anew(self):
+        config = pathlib.Path(self.tables, "agentd.toml")
+        config.write_text('[names]\neth0 = "Ethernet1"\n')
+        self.start_agent("--config", str(config))
+        self.send("eth0", "eth1", 100, 64)
+        self.assert_counted("eth0", outUcastPkts=100, outOctets=6400)
+        self.stop_agent(signal.SIGKILL)
+        self.ip("link del eth0")
+        self.add_pair("eth0", "eth1")
+        self.listen("eth1")
+        self.send("eth0", "eth1", 7, 64)
+        self.start_agent("--config", str(config))
+        self.assert_counted("Ethernet1", outUcastPkts=7, outOctets=7 * 64)
+
+    def test_with_keep_counters_a_named_link_made_again_while_no_agent_ran_goes_on(self):
+        config = pathlib.Path(self.tables, "agentd.toml")
+        config.write_text('keep-counters = true\n[names]\neth0 = "Ethernet1"\n')
+        sent = 0
+        for count in (100, 7, 20):
+            self.send("eth0", "eth1", count, 64)
+            self.start_agent("--config", str(config))
+            sent += count
+            self.assert_counted("Ethernet1", outUcastPkts=sent, outOctets=sent * 64)
+            self.stop_agent(signal.SIGKILL)
+            self.ip("link del eth0")
+            self.add_pair("eth0", "eth1")
+            self.listen("eth1")
+
+    def test_an_agent_of_another_network_namespace_begins_anew(self):
+        self.start_agent()
+        self.send("eth0", "eth1", 100, 64)
+        first = self.polled("eth0")
+        self.stop_agent(signal.SIGKILL)
+        self.enter_new_namespace()
+        self.add_pair("eth0", "eth1")
+        self.listen("eth1")
+        self.send("eth0", "eth1", 3, 64)
+        self.start_agent()
+        self.assertEqual(self.link("eth0")["name"], first["name"])  # or this test shows nothing
+        self.assert_counted("eth0", outUcastPkts=3, outOctets=3 * 64)
+
+    def test_agents_of_links_and_of_the_simulated_chip_add_nothing_to_each_others_rows(self):
+        index = self.kernel_says("eth0")["ifindex"]
+        self.send("eth0", "eth1", 100, 64)
+        for keep in ([], ["--keep-counters"]):
+            self.start_agent("--chip", "simulated", "--ports", str(index + 8), *keep)
+            await_that("octets", lambda: self.polled(f"Ethernet{index}")["counters"]["inOctets"])
+            self.stop_agent(signal.SIGKILL)
+            self.start_agent(*keep)
+            self.assert_counted("eth0", outUcastPkts=100, outOctets=6400)
+            self.stop_agent(signal.SIGKILL)
 
     def test_the_rows_of_a_killed_agent_stay_readable_and_are_stale(self):
         self.start_agent()

@@ -30,7 +30,8 @@ class FakeLinks final : public LinkStatsSource {
 
 class FakeMacs final : public MacStatsSource {
  public:
-  MacReading read(double, int) override { return {}; }
+  MacReading read(double, int) override { return {.stats = nullptr, .unavailable = unavailable}; }
+  bool unavailable = false;
   void forget(int ifindex) override { forgotten.push_back(ifindex); }
   std::vector<int> forgotten;
 };
@@ -246,14 +247,77 @@ TEST_F(LinuxCountersHelperTest, NewsOfALinkLetsItsMacBeAskedAgain) {
 
 TEST_F(LinuxCountersHelperTest, UnsupportedCountersAreThoseOfTheLink) {
   links->links[2] = {};
-  EXPECT_FALSE(sut->unsupportedCounters(kPort).contains("inMulticastPkts"));
+  EXPECT_FALSE(sut->unsupportedCounters(kPort).value().contains("inMulticastPkts"));
   sut->linkIs(kPort, 2, "veth");
-  EXPECT_TRUE(sut->unsupportedCounters(kPort).contains("inMulticastPkts"));
+  EXPECT_TRUE(sut->unsupportedCounters(kPort).value().contains("inMulticastPkts"));
 }
 
 TEST_F(LinuxCountersHelperTest, PortWithoutALinkHasNothingToSayOfItsCounters) {
   sut->linkDel(kPort);
-  EXPECT_TRUE(sut->unsupportedCounters(kPort).empty());
+  EXPECT_FALSE(sut->unsupportedCounters(kPort));
+}
+
+TEST_F(LinuxCountersHelperTest, FailedReadingHasNothingToSayOfTheCounters) {
+  links->links[2] = {};
+  links->error = std::make_error_code(std::errc::no_buffer_space);
+  EXPECT_FALSE(sut->unsupportedCounters(kPort));
+}
+
+TEST_F(LinuxCountersHelperTest, LinkThatWasNotReadHasNothingToSayOfItsCounters) {
+  EXPECT_FALSE(sut->unsupportedCounters(kPort));
+}
+
+TEST_F(LinuxCountersHelperTest, MacThatCouldNotBeReadHasNothingToSayOfItsCounters) {
+  links->links[2] = {};
+  macs->unavailable = true;
+  EXPECT_FALSE(sut->unsupportedCounters(kPort));
+}
+
+TEST_F(LinuxCountersHelperTest, RowsAreOfTheLinkThatWasCountedLast) {
+  using RowsOf = LinuxCountersHelper::RowsOf;
+  EXPECT_EQ(sut->rowsOf(kPort, 2), RowsOf::nobody);
+  links->links[2].rx_packets = 10;
+  poll();
+  EXPECT_EQ(sut->rowsOf(kPort, 2), RowsOf::thisLink);
+  EXPECT_EQ(sut->rowsOf(kPort, 3), RowsOf::another);
+}
+
+TEST_F(LinuxCountersHelperTest, RowsOfAnotherNetworkNamespaceAreOfAnotherLink) {
+  links->links[2].rx_packets = 10;
+  poll();
+  auto elsewhere = *kept.load(kPort);
+  elsewhere.identity.generation = 2;
+  kept.save(kPort, elsewhere);
+  EXPECT_EQ(sut->rowsOf(kPort, 2), LinuxCountersHelper::RowsOf::another);
+}
+
+TEST_F(LinuxCountersHelperTest, RowsWithoutOffsetsAndOffsetsWithoutRowsAreOfNobody) {
+  links->links[2].rx_packets = 10;
+  poll();
+  auto const offsets = *kept.load(kPort);
+  sut->forget(kPort);
+  EXPECT_EQ(sut->rowsOf(kPort, 2), LinuxCountersHelper::RowsOf::nobody);
+  kept.save(kPort, offsets);
+  rows.remove(kPort);
+  EXPECT_EQ(sut->rowsOf(kPort, 2), LinuxCountersHelper::RowsOf::nobody);
+}
+
+TEST_F(LinuxCountersHelperTest, ReservedRoomIsThatOfThisLinkWithoutAnOffset) {
+  EXPECT_TRUE(sut->reserve(kPort, 2));
+  EXPECT_EQ(kept.load(kPort), (StoredOffsets{{1, 2}, {}}));
+}
+
+TEST_F(LinuxCountersHelperTest, ReservedRoomLeavesOffsetsAsTheyAre) {
+  StoredOffsets offsets{{1, 7}, {}};
+  offsets.offsets[PortField::inPkts] = 5;
+  kept.save(kPort, offsets);
+  EXPECT_TRUE(sut->reserve(kPort, 2));
+  EXPECT_EQ(kept.load(kPort), offsets);
+}
+
+TEST_F(LinuxCountersHelperTest, FullStoreHasNoRoomToReserve) {
+  store->full = true;
+  EXPECT_FALSE(sut->reserve(kPort, 2));
 }
 
 TEST_F(LinuxCountersHelperTest, FirstSampleIsWorthReadingAtOnce) {
