@@ -84,13 +84,12 @@ Json countersJson(Intf const& intf, Basis basis) {
   return json;
 }
 
-Json ratesJson(Intf const& intf) {
+Json ratesJson(std::optional<Interface::IntfRates> const& known) {
   Json json{{"inBitsRate", nullptr},
             {"inPktsRate", nullptr},
             {"outBitsRate", nullptr},
             {"outPktsRate", nullptr},
             {"lastUpdate", nullptr}};
-  auto const known = rates(intf);
   if (!known) return json;
   json["inBitsRate"] = known->inBitsRate;
   json["inPktsRate"] = known->inPktsRate;
@@ -117,7 +116,8 @@ Json intfJson(Snapshot const& snapshot, Intf const& intf) {
   json["stale"] = stale(snapshot, intf);
   json["lastUpdate"] = intf.counters ? time(intf.counters->statistics.lastUpdate) : Json();
   json["age"] = orNull(age(snapshot, intf));
-  json["rates"] = ratesJson(intf);
+  json["rates"] = ratesJson(rates(intf));
+  json["measuredRates"] = ratesJson(intf.measuredRates);
   json["counters"] = countersJson(intf, Basis::total);
   json["sinceClear"] = countersJson(intf, Basis::sinceClear);
   return json;

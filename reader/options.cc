@@ -88,12 +88,16 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
       *show.add_subcommand("interfaces", "Counts, rates or errors of the interfaces");
   interfaces.alias("interface");
   addCommon(interfaces);
-  interfaces.add_flag("--rates", options.rates, "Bits and packets a second, and use of the speed");
+  interfaces.add_flag("--rates", options.rates,
+                      "Bits and packets a second, averaged over the agent's load interval,\n"
+                      "and use of the speed");
   interfaces.add_flag("--errors", options.errors, "Errors by their classes");
 
   CLI::App& top = *app.add_subcommand(
       "top",
       "Rates of the interfaces, live on a terminal, else a plain table each interval.\n"
+      "They are those between the agent's last two polls, and until there were two,\n"
+      "averages over its load interval.\n"
       "Keys: q quit, s next sort key, r rates or totals, arrows and page keys scroll");
   addCommon(top);
   top.add_option("--interval", options.interval,

@@ -7,6 +7,7 @@
 
 #include "reader/clock_text.h"
 #include "reader/json_view.h"
+#include "reader/live_rates.h"
 #include "reader/problems.h"
 #include "reader/select.h"
 #include "reader/views.h"
@@ -20,6 +21,7 @@ std::string tableText(Snapshot const& snapshot, ErrorWatch const& errors,
   std::vector<Line> lines{{{clockText(snapshot.now) + "  "}}};
   Line const agent = agentLine(snapshot);
   lines[0].insert(lines[0].end(), agent.begin(), agent.end());
+  lines[0].push_back({"; " + std::string(liveRatesNote(snapshot))});
   auto table = topTable(snapshot, errors, options).text();
   lines.push_back(std::move(table.title));
   std::move(table.rows.begin(), table.rows.end(), std::back_inserter(lines));
@@ -32,6 +34,7 @@ ExitCode plainTop(Options const& options, std::function<Snapshot(double now)> co
                   Pace& pace, std::ostream& out, std::ostream& err) {
   TopOptions const top{.sort = options.sort, .basis = options.basis()};
   ErrorWatch errors;
+  LiveRates rates;
   std::vector<Problem> told;
   double const start = pace.steadyClock();
   for (std::uint64_t tick = 0;; ++tick) {
@@ -47,6 +50,7 @@ ExitCode plainTop(Options const& options, std::function<Snapshot(double now)> co
       told = std::move(now);
     }
     errors.see(snapshot);
+    rates.see(snapshot);
     sort(snapshot, top);
     if (options.json)
       out << jsonText(json(snapshot, told), true);

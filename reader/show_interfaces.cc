@@ -21,6 +21,7 @@ ExitCode showInterfaces(Options const& options, Snapshot snapshot, Place const& 
     out << jsonText(json(snapshot, wrong), false);
   } else if (!snapshot.interfaces.empty()) {
     std::vector<Line> lines{agentLine(snapshot)};
+    if (options.rates) lines.push_back({{std::string(kRatesNote)}});
     auto const add = [&lines](std::vector<Line> view) {
       lines.emplace_back();
       std::move(view.begin(), view.end(), std::back_inserter(lines));

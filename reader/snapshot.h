@@ -22,6 +22,7 @@ struct Intf {
   std::optional<Interface::EthIntfCounterGlim> counters;     // totals
   std::optional<Interface::EthIntfCounterGlim> atLastClear;  // the totals at the last clear
   std::optional<Interface::IntfDescription> description;
+  std::optional<Interface::IntfRates> measuredRates;  // between two samples: live_rates.h
 
   std::string_view kernelName() const {
     return description ? description->kernelName.view() : std::string_view();

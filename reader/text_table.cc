@@ -45,9 +45,10 @@ TextTable::Text TextTable::text(std::size_t width) const {
         std::max_element(places.begin(), places.end(), [this](Place const& a, Place const& b) {
           return _columns[a.column].hideOrder < _columns[b.column].hideOrder;
         });
-    if (_columns[least->column].hideOrder == 0) break;
-    places.erase(least);
-    ++text.hidden;
+    int const order = _columns[least->column].hideOrder;
+    if (order == 0) break;
+    text.hidden += std::erase_if(
+        places, [&](Place const& place) { return _columns[place.column].hideOrder == order; });
   }
   if (std::size_t const whole = widthOf(places); whole > width && !places.empty()) {
     std::size_t const excess = whole - width;

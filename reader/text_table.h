@@ -19,7 +19,9 @@ struct Column {
 
   std::string title;
   Align align = Align::right;
-  int hideOrder = 0;         // 0: always shown; the largest is hidden first
+  // 0: always shown. The largest are hidden first; those of one order go together, so that a
+  // direction is not shown without the other.
+  int hideOrder = 0;
   std::size_t minWidth = 0;  // so that a live table does not shiver
 };
 

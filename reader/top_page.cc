@@ -28,6 +28,7 @@ void TopPage::show(Snapshot snapshot, std::vector<std::string> problems) {
   _snapshot = std::move(snapshot);
   _problems = std::move(problems);
   _errors.see(_snapshot);
+  _rates.see(_snapshot);
 }
 
 bool TopPage::press(Key key) {
@@ -78,6 +79,7 @@ std::vector<Line> TopPage::lines(std::size_t width, std::size_t height) {
   lines.push_back({{"oru-counters  " + clockText(_snapshot.now) + "  ", Style::bold},
                    {summary(_snapshot, _errors)}});
   lines.push_back(agentLine(_snapshot));
+  if (!_options.totals) lines.back().push_back({"; " + std::string(liveRatesNote(_snapshot))});
   for (std::string const& problem : _problems) lines.push_back({{problem, Style::warning}});
   lines.push_back(std::move(table.title));
   for (std::size_t i = 0; i < shown; ++i) lines.push_back(std::move(table.rows[_first + i]));

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "reader/live_rates.h"
 #include "reader/snapshot.h"
 #include "reader/styled_text.h"
 #include "reader/top_table.h"
@@ -34,6 +35,7 @@ class TopPage {
   Snapshot _snapshot;
   std::vector<std::string> _problems;
   ErrorWatch _errors;
+  LiveRates _rates;
   std::size_t _first = 0;  // row at the top
   std::size_t _page = 1;   // rows that fitted last
 };

@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "reader/live_rates.h"
 #include "reader/units.h"
 #include "reader/views.h"
 
@@ -35,7 +36,7 @@ std::optional<double> sortValue(Intf const& intf, TopOptions const& options) {
   if (options.sort == SortKey::errors) return number(errorCount(intf, options.basis));
   bool const in = options.sort == SortKey::in;
   if (options.totals) return number(Counters(intf, options.basis)[in ? "inOctets" : "outOctets"]);
-  auto const known = rates(intf);
+  auto const known = liveRates(intf);
   double const rate = !known ? -1.0 : in ? known->inBitsRate : known->outBitsRate;
   return std::isfinite(rate) && rate >= 0.0 ? std::optional(rate) : std::nullopt;
 }
@@ -45,7 +46,7 @@ std::string octets(std::optional<std::uint64_t> value) {
 }
 
 void addRates(TextTable::Row& row, Intf const& intf) {
-  auto const known = rates(intf);
+  auto const known = liveRates(intf);
   std::uint64_t const speed = intf.description ? intf.description->speed : 0;
   auto const add = [&](double Interface::IntfRates::*bits, double Interface::IntfRates::*pkts) {
     std::string const none(kNotAvailable);
@@ -65,24 +66,24 @@ void addTotals(TextTable::Row& row, Counters const& counters) {
 }
 
 std::vector<Column> columns(bool totals) {
-  std::vector<Column> all{{"Interface", kLeft}, {"Device", kLeft, 7}, {"State", kLeft, 2, 4}};
+  std::vector<Column> all{{"Interface", kLeft}, {"Device", kLeft, 2}, {"State", kLeft, 1, 4}};
   auto const add = [&all](Column column) { all.push_back(std::move(column)); };
   if (totals) {
     for (std::string const way : {"In", "Out"}) {
-      add({way + " octets", kRight, 0, kRateWidth});
-      add({way + " packets", kRight, 4, kRateWidth});
+      add({way + " octets", kRight, 3, kRateWidth});
+      add({way + " packets", kRight, 9, kRateWidth});
     }
   } else {
-    add({"Speed", kRight, 8});
+    add({"Speed", kRight, 10});
     for (std::string const way : {"In", "Out"}) {
-      add({way, kRight, 0, kRateWidth});
-      add({way + " use", kRight, 3, 7});
-      add({way + " packets", kRight, 5, kRateWidth});
+      add({way, kRight, 3, kRateWidth});
+      add({way + " use", kRight, 7, 7});
+      add({way + " packets", kRight, 9, kRateWidth});
     }
   }
-  add({"Discards", kRight, 6});
-  add({"Errors", kRight, 1});
-  add({"Age", kRight, 0, 5});
+  add({"Discards", kRight, 8});
+  add({"Errors", kRight, 4});
+  add({"Age", kRight, 5, 5});
   return all;
 }
 

@@ -21,6 +21,25 @@ void append(std::vector<Line>& lines, TextTable::Text text) {
         {{counted(text.hidden, "column") + " hidden: the terminal is too narrow", Style::dim}});
 }
 
+// Words with one space between them, whatever the operator wrote: two would end the cell.
+std::string oneSpaced(std::string_view text) {
+  std::string words;
+  for (char const c : text)
+    if (c != ' ' || (!words.empty() && words.back() != ' ')) words += c;
+  if (!words.empty() && words.back() == ' ') words.pop_back();
+  return words;
+}
+
+// Up to 256 characters may be there, and one long alias must not hide those of all on a terminal.
+constexpr std::size_t kAliasWidth = 32;
+
+Span aliasCell(Intf const& intf, std::size_t width) {
+  if (!intf.description) return {std::string(kNotAvailable)};
+  std::string const alias = oneSpaced(printable(intf.description->alias.view()));
+  if (alias.empty()) return {std::string(kNotAvailable)};
+  return {width == kUnlimited ? alias : shortened(alias, kAliasWidth)};
+}
+
 // One table of counters by name.
 struct Named {
   std::string_view title;
@@ -101,17 +120,18 @@ Span ageCell(Snapshot const& snapshot, Intf const& intf) {
 
 std::vector<Line> countersView(Snapshot const& snapshot, Basis basis, std::size_t width) {
   TextTable table({{"Interface", kLeft},
-                   {"Device", kLeft, 5},
+                   {"Device", kLeft, 2},
                    {"State", kLeft, 1},
-                   {"In octets", kRight},
-                   {"In packets", kRight, 4},
-                   {"In discards", kRight, 7},
+                   {"In octets", kRight, 3},
+                   {"In packets", kRight, 7},
+                   {"In discards", kRight, 8},
                    {"In errors", kRight, 6},
-                   {"Out octets", kRight},
-                   {"Out packets", kRight, 3},
-                   {"Out discards", kRight, 7},
+                   {"Out octets", kRight, 4},
+                   {"Out packets", kRight, 7},
+                   {"Out discards", kRight, 8},
                    {"Out errors", kRight, 6},
-                   {"Age"}});
+                   {"Age", kRight, 5},
+                   {"Alias", kLeft, 9}});
   for (Intf const& intf : snapshot.interfaces) {
     Counters const counters(intf, basis);
     table.add({{nameCell(intf),
@@ -125,7 +145,8 @@ std::vector<Line> countersView(Snapshot const& snapshot, Basis basis, std::size_
                 countCell(counters.outPkts()),
                 countCell(counters["outDiscards"]),
                 countCell(counters["outErrors"]),
-                ageCell(snapshot, intf)},
+                ageCell(snapshot, intf),
+                aliasCell(intf, width)},
                rowStyle(intf)});
   }
   std::vector<Line> lines;
@@ -135,16 +156,16 @@ std::vector<Line> countersView(Snapshot const& snapshot, Basis basis, std::size_
 
 std::vector<Line> ratesView(Snapshot const& snapshot, std::size_t width) {
   TextTable table({{"Interface", kLeft},
-                   {"Device", kLeft, 5},
+                   {"Device", kLeft, 2},
                    {"State", kLeft, 1},
-                   {"Speed", kRight, 6},
-                   {"In", kRight},
-                   {"In use", kRight, 3},
-                   {"In packets", kRight, 4},
-                   {"Out", kRight},
-                   {"Out use", kRight, 3},
-                   {"Out packets", kRight, 4},
-                   {"Age"}});
+                   {"Speed", kRight, 9},
+                   {"In", kRight, 3},
+                   {"In use", kRight, 7},
+                   {"In packets", kRight, 8},
+                   {"Out", kRight, 4},
+                   {"Out use", kRight, 7},
+                   {"Out packets", kRight, 8},
+                   {"Age", kRight, 5}});
   for (Intf const& intf : snapshot.interfaces) {
     std::uint64_t const speed = intf.description ? intf.description->speed : 0;
     auto const known = rates(intf);

@@ -28,6 +28,9 @@ inline Style rowStyle(Intf const& intf) { return isDown(intf) ? Style::dim : Sty
 
 // Each takes the interfaces of the snapshot as they are: select first.
 std::vector<Line> countersView(Snapshot const& snapshot, Basis basis, std::size_t width);
+// What to tell before the rates.
+inline constexpr std::string_view kRatesNote =
+    "Rates are the agent's averages over each interface's load interval.";
 std::vector<Line> ratesView(Snapshot const& snapshot, std::size_t width);
 std::vector<Line> errorsView(Snapshot const& snapshot, Basis basis, std::size_t width);
 

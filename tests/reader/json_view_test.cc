@@ -37,10 +37,10 @@ TEST_F(JsonView, TheKeysAreStable) {
               ElementsAre("intfCounters", "intfClearCounters", "intfDescriptions"));
   EXPECT_THAT(keys(all["tables"]["intfCounters"]),
               ElementsAre("status", "rows", "corruptRows", "busyRows"));
-  EXPECT_THAT(
-      keys(all["interfaces"][0]),
-      ElementsAre("name", "kernelName", "ifIndex", "alias", "adminState", "operState", "speed",
-                  "lastChange", "stale", "lastUpdate", "age", "rates", "counters", "sinceClear"));
+  EXPECT_THAT(keys(all["interfaces"][0]),
+              ElementsAre("name", "kernelName", "ifIndex", "alias", "adminState", "operState",
+                          "speed", "lastChange", "stale", "lastUpdate", "age", "rates",
+                          "measuredRates", "counters", "sinceClear"));
   EXPECT_THAT(keys(all["interfaces"][0]["rates"]),
               ElementsAre("inBitsRate", "inPktsRate", "outBitsRate", "outPktsRate", "lastUpdate"));
 }
@@ -123,6 +123,14 @@ TEST_F(JsonView, RatesAreNullUntilThereAreTwoSamples) {
   giveRates(first(), 1.5, 2.5, 3.5);
   EXPECT_EQ(parsedIntf()["rates"]["inBitsRate"], 1.5);
   EXPECT_EQ(parsedIntf()["rates"]["outPktsRate"], 3.5);
+}
+
+TEST_F(JsonView, MeasuredRatesStandBesideThoseOfTheRow) {
+  giveRates(first(), 1.5, 2.5, 3.5);
+  EXPECT_TRUE(parsedIntf()["measuredRates"]["inBitsRate"].is_null());
+  first().measuredRates = {.inBitsRate = 800.0};
+  EXPECT_EQ(parsedIntf()["measuredRates"]["inBitsRate"], 800.0);
+  EXPECT_EQ(parsedIntf()["rates"]["inBitsRate"], 1.5);
 }
 
 TEST_F(JsonView, AgesAreSeconds) {

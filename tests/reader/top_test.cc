@@ -71,7 +71,7 @@ TEST_F(LiveTable, APageShowsRates) {
   sut.show(snapshot, {});
   EXPECT_EQ("\n" + text(sut.lines(132, 9)), R"(
 oru-counters  1970-01-12 13:46:40  4 interfaces, 3 up
-Agent running, process 4711, heartbeat 0.4 s ago
+Agent running, process 4711, heartbeat 0.4 s ago; rates averaged over the load interval
 Interface   Device  State      Speed         In   In use  In packets        Out  Out use  Out packets  Discards  Errors    Age
 Ethernet1   eth0    up     1.00 Gb/s  2.00 Mb/s    0.2 %   1.00 kp/s  1.00 Gb/s  100.0 %    1.00 kp/s         0       0  0.4 s
 Ethernet2   wan0    down         n/a      0 b/s      n/a       0 p/s      0 b/s      n/a        0 p/s         0       4  0.4 s
@@ -104,14 +104,46 @@ TEST_F(LiveTable, ANarrowPageHidesColumns) {
   sut.show(snapshot, {});
   EXPECT_EQ("\n" + text(sut.lines(60, 8)), R"(
 oru-counters  1970-01-12 13:46:40  4 interfaces, 3 up
-Agent running, process 4711, heartbeat 0.4 s ago
-Interface   State         In        Out  Errors    Age
-Ethernet1   up     2.00 Mb/s  1.00 Gb/s       0  0.4 s
-Ethernet2   down       0 b/s      0 b/s       4  0.4 s
-Ethernet10  up     1.25 Gb/s  5.00 Mb/s       0  0.4 s
-Ethernet11  up           n/a        n/a       0  0.4 s
+Agent running, process 4711, heartbeat 0.4 s ago; rates ave~
+Interface   Device  State         In        Out  Errors
+Ethernet1   eth0    up     2.00 Mb/s  1.00 Gb/s       0
+Ethernet2   wan0    down       0 b/s      0 b/s       4
+Ethernet10  dummy0  up     1.25 Gb/s  5.00 Mb/s       0
+Ethernet11  fresh0  up           n/a        n/a       0
 q quit  s sort: name  r totals  7 columns hidden
 )");
+}
+
+// The widest that there are: a name, a kernel's name, a state and an age.
+TEST_F(LiveTable, APageOf80ColumnsNamesTheDeviceAndItsState) {
+  snapshot.interfaces.push_back(
+      intf("Ethernet4096/12", "enp129s0f1np1d1", OperState::lowerLayerDown));
+  killAgent(snapshot);
+  snapshot.now += 90'000.0;
+  for (bool const totals : {false, true}) {
+    TopPage sut({.totals = totals});
+    sut.show(snapshot, {});
+    std::string const page = text(sut.lines(80, 12));
+    EXPECT_THAT(page, HasSubstr("Interface        Device           State  "));
+    EXPECT_THAT(page, HasSubstr("Ethernet4096/12  enp129s0f1np1d1  lowerLayerDown  "));
+  }
+}
+
+TEST_F(LiveTable, APageShowsTheRatesBetweenItsTwoLastSamples) {
+  TopPage sut({});
+  sut.show(snapshot, {});
+  snapshot.interfaces[0].counters->statistics.inOctets += 125'000;
+  snapshot.interfaces[0].counters->statistics.lastUpdate += 2.0;
+  sut.show(snapshot, {});
+  auto const lines = sut.lines(132, 9);
+  EXPECT_THAT(plainText(lines[1]), testing::EndsWith("; rates from poll to poll"));
+  EXPECT_THAT(plainText(lines[3]), HasSubstr("Ethernet1   eth0    up     1.00 Gb/s   500 kb/s"));
+}
+
+TEST_F(LiveTable, SortsByTheRatesThatItShows) {
+  snapshot.interfaces[3].measuredRates = {.inBitsRate = 9e9};
+  sort(snapshot, {.sort = SortKey::in});
+  EXPECT_EQ(names(snapshot).front(), "Ethernet11");
 }
 
 TEST_F(LiveTable, EveryPageFitsItsScreen) {
@@ -233,13 +265,25 @@ TEST_F(PlainTop, ForNoTimePrintsOnce) {
   options.duration = 0.0;
   run();
   EXPECT_EQ("\n" + out.str(), R"(
-1970-01-12 13:46:40  Agent running, process 4711, heartbeat 0.4 s ago
+1970-01-12 13:46:40  Agent running, process 4711, heartbeat 0.4 s ago; rates averaged over the load interval
 Interface   Device  State      Speed         In   In use  In packets        Out  Out use  Out packets  Discards  Errors    Age
 Ethernet1   eth0    up     1.00 Gb/s  2.00 Mb/s    0.2 %   1.00 kp/s  1.00 Gb/s  100.0 %    1.00 kp/s         0       0  0.4 s
 Ethernet2   wan0    down         n/a      0 b/s      n/a       0 p/s      0 b/s      n/a        0 p/s         0       4  0.4 s
 Ethernet10  dummy0  up     10.0 Gb/s  1.25 Gb/s   12.5 %   84.2 kp/s  5.00 Mb/s    0.1 %    84.2 kp/s         0       0  0.4 s
 Ethernet11  fresh0  up           n/a        n/a      n/a         n/a        n/a      n/a          n/a         0       0  0.4 s
 )");
+}
+
+TEST_F(PlainTop, ShowsTheRatesBetweenItsTables) {
+  options.duration = 1.0;
+  each = [this](Snapshot& taken) {
+    taken.interfaces[1].counters->statistics.outOctets = 1'000'000 * times.size();
+    taken.interfaces[1].counters->statistics.lastUpdate = taken.now;
+  };
+  run();
+  EXPECT_THAT(out.str(), HasSubstr("; rates averaged over the load interval\n"));
+  EXPECT_THAT(out.str(), HasSubstr("; rates from poll to poll\n"));
+  EXPECT_THAT(out.str(), HasSubstr("8.00 Mb/s"));
 }
 
 TEST_F(PlainTop, EndsWhenItIsAskedTo) {

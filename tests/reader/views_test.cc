@@ -40,10 +40,10 @@ class Views : public testing::Test {
 
 TEST_F(Views, CountersAreExact) {
   EXPECT_EQ("\n" + plain(countersView(snapshot, Basis::total, kUnlimited)), R"(
-Interface   Device  State               In octets  In packets  In discards  In errors  Out octets  Out packets  Out discards  Out errors    Age
-Ethernet1   eth0    up       18446744073709551615   123456789            0          7        4200           42             3           0  0.4 s
-Ethernet2   wan0    down                        0           0          n/a          0           0            0             0           0  0.4 s
-Ethernet10  dummy0  unknown                   n/a         n/a          n/a        n/a         n/a          n/a           n/a         n/a  never
+Interface   Device  State               In octets  In packets  In discards  In errors  Out octets  Out packets  Out discards  Out errors    Age  Alias
+Ethernet1   eth0    up       18446744073709551615   123456789            0          7        4200           42             3           0  0.4 s  n/a
+Ethernet2   wan0    down                        0           0          n/a          0           0            0             0           0  0.4 s  n/a
+Ethernet10  dummy0  unknown                   n/a         n/a          n/a        n/a         n/a          n/a           n/a         n/a  never  n/a
 )");
 }
 
@@ -72,11 +72,11 @@ Ethernet10     n/a       n/a              n/a                   n/a  n/a        
 
 TEST_F(Views, ATerminalOf80ColumnsHidesWhatMattersLeast) {
   EXPECT_EQ("\n" + plain(countersView(snapshot, Basis::total, 80)), R"(
-Interface   State               In octets  Out octets  Out packets    Age
-Ethernet1   up       18446744073709551615        4200           42  0.4 s
-Ethernet2   down                        0           0            0  0.4 s
-Ethernet10  unknown                   n/a         n/a          n/a  never
-6 columns hidden: the terminal is too narrow
+Interface   Device  State               In octets  Out octets    Age
+Ethernet1   eth0    up       18446744073709551615        4200  0.4 s
+Ethernet2   wan0    down                        0           0  0.4 s
+Ethernet10  dummy0  unknown                   n/a         n/a  never
+7 columns hidden: the terminal is too narrow
 )");
 }
 
@@ -85,9 +85,9 @@ TEST_F(Views, RowsOfADeadAgentAreStaleAndKeepTheirCounts) {
   snapshot.now += 11.6;
   snapshot.interfaces.resize(2);
   EXPECT_EQ("\n" + plain(countersView(snapshot, Basis::total, 60)), R"(
-Interface             In octets  Out octets         Age
-Ethernet1  18446744073709551615        4200  stale 12 s
-Ethernet2                     0           0  stale 12 s
+Interface  Device  State             In octets  Out octets
+Ethernet1  eth0    up     18446744073709551615        4200
+Ethernet2  wan0    down                      0           0
 8 columns hidden: the terminal is too narrow
 )");
 }
@@ -97,9 +97,9 @@ TEST_F(Views, AnIntfWithoutDescriptionOrRowHasNoValues) {
   snapshot.interfaces[0].description.reset();
   snapshot.interfaces[1].counters.reset();
   EXPECT_EQ("\n" + plain(countersView(snapshot, Basis::total, kUnlimited)), R"(
-Interface  Device  State             In octets  In packets  In discards  In errors  Out octets  Out packets  Out discards  Out errors    Age
-Ethernet1  n/a     n/a    18446744073709551615   123456789            0          7        4200           42             3           0  0.4 s
-Ethernet2  wan0    down                    n/a         n/a          n/a        n/a         n/a          n/a           n/a         n/a  never
+Interface  Device  State             In octets  In packets  In discards  In errors  Out octets  Out packets  Out discards  Out errors    Age  Alias
+Ethernet1  n/a     n/a    18446744073709551615   123456789            0          7        4200           42             3           0  0.4 s  n/a
+Ethernet2  wan0    down                    n/a         n/a          n/a        n/a         n/a          n/a           n/a         n/a  never  n/a
 )");
 }
 
@@ -108,9 +108,9 @@ TEST_F(Views, CountersSinceTheLastClearLeaveOutWhatWasBefore) {
   snapshot.interfaces[0].atLastClear = snapshot.interfaces[0].counters;
   snapshot.interfaces[0].counters->statistics.outOctets += 5;
   EXPECT_EQ("\n" + plain(countersView(snapshot, Basis::sinceClear, 60)), R"(
-Interface  State  In octets  Out octets  Out packets    Age
-Ethernet1  up             0           5            0  0.4 s
-6 columns hidden: the terminal is too narrow
+Interface  Device  State  In octets  Out octets    Age
+Ethernet1  eth0    up             0           5  0.4 s
+7 columns hidden: the terminal is too narrow
 )");
 }
 
@@ -141,6 +141,52 @@ TEST_F(Views, LinksThatAreDownAreDim) {
   EXPECT_EQ(lines[1][0].style, Style::plain);
   EXPECT_EQ(lines[2][0].style, Style::dim);
   EXPECT_EQ(lines[3][0].style, Style::plain);
+}
+
+// The widest that there are: a name, a kernel's name, a state, counts and an age.
+TEST_F(Views, ATerminalOf80ColumnsNamesTheDeviceAndItsState) {
+  snapshot.interfaces = {intf("Ethernet4096/12", "enp129s0f1np1d1", OperState::lowerLayerDown)};
+  auto& counts = snapshot.interfaces[0].counters->statistics;
+  counts.inOctets = counts.outOctets = 18446744073709551615u;
+  giveRates(snapshot.interfaces[0], 84.2e9, 84.2e9, 84200.0);
+  killAgent(snapshot);
+  snapshot.now += 90'000.0;
+  for (auto const& lines : {countersView(snapshot, Basis::total, 80), ratesView(snapshot, 80)}) {
+    EXPECT_EQ(plainText(lines[0]).find("Interface        Device           State"), 0u);
+    EXPECT_EQ(plainText(lines[1]).find("Ethernet4096/12  enp129s0f1np1d1  lowerLayerDown"), 0u);
+    EXPECT_LE(plainText(lines[1]).size(), 80u);
+  }
+}
+
+TEST_F(Views, TheAliasIsTheLastColumnAndTheFirstToGo) {
+  snapshot.interfaces.resize(1);
+  snapshot.interfaces[0].description->alias = std::string_view("to the core");
+  auto const rowOf = [this](std::size_t width) {
+    return plainText(countersView(snapshot, Basis::total, width)[1]);
+  };
+  std::size_t const whole = rowOf(kUnlimited).size();
+  EXPECT_NE(rowOf(whole).find("0.4 s  to the core"), std::string::npos);
+  auto const narrower = countersView(snapshot, Basis::total, whole - 1);
+  EXPECT_EQ(plainText(narrower[0]).find("Alias"), std::string::npos);
+  EXPECT_NE(plainText(narrower[0]).find("Out discards"), std::string::npos);
+}
+
+TEST_F(Views, AnAliasCannotDriveTheTerminalNorEndItsCell) {
+  snapshot.interfaces.resize(1);
+  snapshot.interfaces[0].description->alias = std::string_view("  a\033[2J  b\n ");
+  auto const row = plainText(countersView(snapshot, Basis::total, kUnlimited)[1]);
+  EXPECT_NE(row.find("0.4 s  a?[2J b?"), std::string::npos) << row;
+}
+
+TEST_F(Views, ALongAliasIsCutOnATerminalOnly) {
+  snapshot.interfaces.resize(1);
+  std::string const alias(200, 'x');
+  snapshot.interfaces[0].description->alias = std::string_view(alias);
+  auto const rowOf = [this](std::size_t width) {
+    return plainText(countersView(snapshot, Basis::total, width)[1]);
+  };
+  EXPECT_NE(rowOf(kUnlimited).find("  " + alias), std::string::npos);
+  EXPECT_NE(rowOf(400).find("  " + alias.substr(0, 31) + "~"), std::string::npos);
 }
 
 TEST_F(Views, AnIntfsTextCannotDriveTheTerminal) {
