@@ -15,6 +15,7 @@ constexpr std::string_view kAclDropCounters = "aclDropCounters";
 // With the half second that a turn may take to come, readers hear of the agent once a second.
 constexpr Kel::Seconds kBeat = 0.4;
 constexpr Kel::Seconds kRetry = 5.0;
+constexpr Kel::Seconds kValidation = 2.0;
 
 std::unique_ptr<Chip> makeChip(Options const& options, LinkNames const& names, Tables& tables,
                                Interfaces& interfaces, Kel::Ptr<Kel::Clock> const& clock) {
@@ -123,6 +124,9 @@ void Host::beat() {
   if (now - _lastBeat < kBeat) return;
   _lastBeat = now;
   _tables.heartbeat();
+  if (now - _lastValidation < kValidation) return;
+  _lastValidation = now;
+  _tables.validateFiles();
 }
 
 }  // namespace Agent

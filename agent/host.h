@@ -48,6 +48,7 @@ class Host {
   ClockDriver _clockDriver;
   bool _clockWasSet = false;
   Kel::Seconds _lastBeat = 0.0;
+  Kel::Seconds _lastValidation = 0.0;
   std::optional<Kel::Seconds> _lastRetry;
   bool _refusalTold = false;
   std::set<Pekt::IntfId> _unsupportedDue;

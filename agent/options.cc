@@ -50,6 +50,15 @@ CLI::Validator within(Number min, Number max, char const* what) {
       "");
 }
 
+constexpr char const* kLinux = "linux";
+constexpr char const* kSimulated = "simulated";
+
+std::optional<ChipKind> readChip(std::string const& name) {
+  if (name == kLinux) return ChipKind::kernel;
+  if (name == kSimulated) return ChipKind::simulated;
+  return std::nullopt;
+}
+
 Finished refused(std::string const& why) {
   return {2, "", std::string(kProgram) + ": " + why + "\nTry '" + kProgram + " --help'.\n"};
 }
@@ -58,6 +67,7 @@ Finished refused(std::string const& why) {
 struct CommandLine {
   Options values;
   double loadInterval = 0.0;
+  std::string chip = kLinux;
   std::string traceLevels;
   std::string configPath;
   CLI::App app{kAbout, kProgram};
@@ -110,11 +120,13 @@ struct CommandLine {
           return readTraceLevels(text) ? std::string()
                                        : "'" + text + "' is no list of levels from 0 to 31";
         });
-    app.add_option("--chip", values.chip, "Where counters come from: linux or simulated [linux]")
+    app.add_option("--chip", chip, "Where counters come from: linux or simulated")
         ->type_name("CHIP")
-        ->transform(CLI::CheckedTransformer(std::map<std::string, ChipKind>{
-            {"linux", ChipKind::kernel}, {"simulated", ChipKind::simulated}}))
-        ->option_text("CHIP");
+        ->check([](std::string const& text) {
+          return readChip(text) ? std::string()
+                                : "'" + text + "' is no chip: there are linux and simulated";
+        })
+        ->capture_default_str();
     ports = app.add_option("--ports", values.ports, "Ports of the simulated chip, 1 to 4096")
                 ->type_name("N")
                 ->check(within(std::uint32_t{1}, kMaxPorts, "a number of ports"))
@@ -164,6 +176,7 @@ std::variant<Options, Finished> readOptions(int argc, char const* const* argv) {
     return refused(error.what());
   }
   Options options = line.values;
+  options.chip = readChip(line.chip).value_or(options.chip);
   if (options.chip != ChipKind::simulated) {
     for (CLI::Option const* const option : {line.ports, line.seed})
       if (option->count() != 0) return refused(option->get_name() + " needs --chip simulated");

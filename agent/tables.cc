@@ -21,6 +21,14 @@ void Tables::heartbeat() {
                       life.name + ".corruption beside it");
 }
 
+void Tables::validateFiles() const {
+  for (Life const& life : _alive)
+    if (!life.files())
+      throw TableLost("the file of table " + _directory + '/' + life.name +
+                      " was removed, replaced or changed by somebody else, and readers do not find "
+                      "it any more; it is given up");
+}
+
 void Tables::wallClockSteppedBy(Kel::Seconds step) {
   _intfCounters->forEach([&](Interface::EthIntfCounterGlim const& row) {
     if (row.rates.lastUpdate == 0.0) return;  // nothing was measured yet

@@ -12,8 +12,8 @@
 
 namespace Agent {
 
-// A table was found damaged and is lost to this process; the next one to take it keeps what is good
-// of it.
+// A table was found damaged, or its file gone, and is lost to this process; the next one to take it
+// keeps what is good of it.
 class TableLost : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -36,15 +36,19 @@ class Tables {
   template <class Table>
   Kel::Ptr<Table> add(std::string_view name) {
     auto const table = Kel::make<Table>(_debug, path(name), _limits);
-    _alive.push_back({std::string(name), [table] {
+    _alive.push_back({std::string(name),
+                      [table] {
                         table->heartbeat();
                         return table->attached();
-                      }});
+                      },
+                      [table] { return table->map().implementation().validateFiles(); }});
     return table;
   }
 
   // Tells readers that the writer of all of them lives. Throws TableLost.
   void heartbeat();
+  // Sees whether readers still find these very files under the tables' names. Throws TableLost.
+  void validateFiles() const;
 
   // The wall clock was set by `step` seconds: moves the times that rates are measured from, so that
   // no rate is of a time that never passed.
@@ -57,7 +61,8 @@ class Tables {
  private:
   struct Life {
     std::string name;
-    std::function<bool()> beat;  // whether the table is still attached
+    std::function<bool()> beat;   // whether the table is still attached
+    std::function<bool()> files;  // whether its file is still the one under its name
   };
   Glim::RootPath path(std::string_view name);
 

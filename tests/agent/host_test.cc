@@ -146,6 +146,13 @@ TEST_F(HostTest, PortsThatTheNextAgentDoesNotHaveAreRemoved) {
   EXPECT_FALSE(row("Ethernet3"));
 }
 
+TEST_F(HostTest, TablesThatAreRemovedEndTheAgentWithinSeconds) {
+  start();
+  turnsFor(5.0);
+  std::filesystem::remove_all(options.tables);
+  EXPECT_THROW(turnsFor(3.0), TableLost);
+}
+
 TEST_F(HostTest, RatesConverge) {
   options.period = 1.0;
   options.loadInterval = Interface::LoadInterval(5.0);

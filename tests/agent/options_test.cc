@@ -92,7 +92,8 @@ TEST_F(OptionsTest, LinksCannotBeChosenOnTheSimulatedChip) {
 }
 
 TEST_F(OptionsTest, AChipThatIsNoneIsRefused) {
-  EXPECT_THAT(refusal({"--chip", "broken"}), HasSubstr("--chip"));
+  EXPECT_THAT(refusal({"--chip", "broken"}),
+              HasSubstr("--chip: 'broken' is no chip: there are linux and simulated\n"));
 }
 
 TEST_F(OptionsTest, APeriodThatIsNoneIsRefusedWithItsBounds) {

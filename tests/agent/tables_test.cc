@@ -111,5 +111,32 @@ TEST(Tables, AHeartbeatOfALostTableNamesIt) {
   }
 }
 
+TEST(Tables, WhoseFilesStandAreValid) {
+  Support::TemporaryTables const place;
+  Tables const sut(place.directory().string());
+  EXPECT_NO_THROW(sut.validateFiles());
+}
+
+TEST(Tables, WhoseDirectoryIsRemovedAreLost) {
+  Support::TemporaryTables const place;
+  Tables const sut(place.directory().string());
+  std::filesystem::remove_all(place.directory());
+  EXPECT_THROW(sut.validateFiles(), TableLost);
+}
+
+TEST(Tables, OneOfWhichIsReplacedAreLost) {
+  Support::TemporaryTables const place;
+  Tables const sut(place.directory().string());
+  auto const file = place.directory() / "intfClearCounters.glim";
+  std::filesystem::copy_file(file, place.directory() / "copy");
+  std::filesystem::rename(place.directory() / "copy", file);
+  try {
+    sut.validateFiles();
+    FAIL();
+  } catch (TableLost const& lost) {
+    EXPECT_THAT(lost.what(), HasSubstr("/intfClearCounters was removed, replaced"));
+  }
+}
+
 }  // namespace
 }  // namespace Agent

@@ -465,6 +465,14 @@ class WithoutHardware(Programs):
         self.await_interfaces("Ethernet1", "Ethernet2", "Ethernet3", "Ethernet4")
         self.polled("Ethernet1")
 
+    def test_an_agent_whose_tables_are_removed_says_so_and_ends(self):
+        self.start_agent()
+        shutil.rmtree(self.tables)
+        agent, self.agent = self.agent, None
+        self.assertEqual(agent.wait(timeout=PATIENCE), 1)
+        self.assertRegex(self.what_it_said(),
+                         r"\Aoru-agentd: the file of table \S+ was removed[^\n]*\n\Z")
+
     def test_traces_of_the_chosen_levels_go_to_standard_error(self):
         self.start_agent("--trace", "8")
         self.polled("Ethernet1")
