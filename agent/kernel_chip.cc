@@ -76,6 +76,10 @@ bool KernelChip::reserve(Pekt::IntfId const& intfId, Link const& link) {
   return _helper->reserve(intfId, link.ifindex);
 }
 
+bool KernelChip::moveTo(Pekt::IntfId const& intfId, Link const& link) {
+  return _helper->moveTo(intfId, link.ifindex);
+}
+
 void KernelChip::linkIs(Pekt::IntfId const& intfId, Link const& link) {
   _helper->linkIs(intfId, link.ifindex, link.kind);
 }

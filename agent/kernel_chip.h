@@ -26,6 +26,7 @@ class KernelChip : public Chip, private PortLinks {
  private:
   RowsOf rowsOf(Pekt::IntfId const& intfId, Link const& link) override;
   bool reserve(Pekt::IntfId const& intfId, Link const& link) override;
+  bool moveTo(Pekt::IntfId const& intfId, Link const& link) override;
   void forget(Pekt::IntfId const& intfId) override { _helper->forget(intfId); }
   void linkIs(Pekt::IntfId const& intfId, Link const& link) override;
   void linkDel(Pekt::IntfId const& intfId) override;

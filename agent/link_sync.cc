@@ -35,7 +35,7 @@ void LinkSync::handle(LinkEvent const& event) {
 }
 
 void LinkSync::update(Link const& link) {
-  auto const [at, isNew] = _links.try_emplace(link.ifindex, Known{link, {}});
+  auto const [at, isNew] = _links.try_emplace(link.ifindex, Known{link, {}, {}});
   Known& known = at->second;
   bool const renamed = known.link.name != link.name;
   known.link = link;
@@ -58,23 +58,29 @@ void LinkSync::serve(Known& known, LinkNames::Answer const& wanted) {
   if (known.servedAs) {
     _ports.linkIs(*known.servedAs, known.link);
     _interfaces.interfaceIs(description(*known.servedAs, known.link));
-  } else if (begin(known.link, wanted)) {
-    known.servedAs = wanted.intfId;
+  } else if (begin(known, wanted)) {
+    known.servedAs = known.lastServedAs = wanted.intfId;
     _servedBy[*wanted.intfId] = known.link.ifindex;
   }
 }
 
 // An agent that is killed between any two of these steps leaves rows that its successor knows to
 // be this link's, or offsets without a row or a row without offsets, of which it takes neither.
-bool LinkSync::begin(Link const& link, LinkNames::Answer const& wanted) {
+bool LinkSync::begin(Known const& known, LinkNames::Answer const& wanted) {
+  Link const& link = known.link;
   Pekt::IntfId const& intfId = *wanted.intfId;
   auto const rows = _ports.rowsOf(intfId, link);
-  bool const goesOn = rows == PortLinks::RowsOf::another && wanted.isNamed && _interfaces.keeps();
-  bool const anew = rows != PortLinks::RowsOf::thisLink && !goesOn;
+  bool const isSame = rows == PortLinks::RowsOf::thisLink;
+  bool const isKept =
+      isSame || (rows == PortLinks::RowsOf::another && wanted.isNamed && _interfaces.keeps());
+  bool const moves = known.lastServedAs && !(isSame && known.lastServedAs == intfId);
+  // Should it not be told what the link counted before it moved: better a new total than a wrong
+  // one.
+  bool const anew = !isKept || (moves && !_ports.moveTo(intfId, link));
   if (anew) {
     _ports.forget(intfId);
     _interfaces.dropRows(intfId);
-  } else if (goesOn) {
+  } else if (!isSame || moves) {
     _interfaces.restartRates(intfId);
   }
   if (!_ports.reserve(intfId, link)) {

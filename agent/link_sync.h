@@ -22,6 +22,9 @@ class PortLinks {
   virtual RowsOf rowsOf(Pekt::IntfId const& intfId, Link const& link) = 0;
   // Makes room for what the chip keeps of the port beside the rows. False: there is none.
   virtual bool reserve(Pekt::IntfId const& intfId, Link const& link) = 0;
+  // The interface's rows go on with this link, but what it counted so far is not theirs. False:
+  // that could not be arranged.
+  virtual bool moveTo(Pekt::IntfId const& intfId, Link const& link) = 0;
   // Drops that; the rows, which mean nothing without it, are dropped next.
   virtual void forget(Pekt::IntfId const& intfId) = 0;
   virtual void linkIs(Pekt::IntfId const& intfId, Link const& link) = 0;
@@ -36,7 +39,8 @@ class PortLinks {
 // Rows that are there when a link becomes an interface are continued when they are of this very
 // link: then an agent before counted it. Rows of anything else are dropped and the interface begins
 // anew, except where counters are kept and the configuration gives the interface its name: its
-// totals then go on with another link.
+// totals then go on with another link. If that link was another interface before, what it counted
+// as such is not counted again.
 //
 // Of two links that are to be the same interface, the first has it, and the other gets it when the
 // first is gone; that a link is not counted for such a reason is told to the operator.
@@ -55,11 +59,12 @@ class LinkSync {
   struct Known {
     Link link;
     std::optional<Pekt::IntfId> servedAs;
+    std::optional<Pekt::IntfId> lastServedAs;
   };
 
   void update(Link const& link);
   void serve(Known& known, LinkNames::Answer const& wanted);
-  bool begin(Link const& link, LinkNames::Answer const& wanted);
+  bool begin(Known const& known, LinkNames::Answer const& wanted);
   void drop(Known& known);
   void serveWaiting(Pekt::IntfId const& intfId);
 

@@ -48,6 +48,14 @@ bool LinuxCountersHelper::reserve(Pekt::IntfId const& intfId, int ifindex) {
          parts_.offsets->save(intfId, {{parts_.generation, ifindex}, {}});
 }
 
+bool LinuxCountersHelper::moveTo(Pekt::IntfId const& intfId, int ifindex) {
+  auto const counts = read({ifindex, {}});
+  if (!counts) return false;
+  PortAccount account(parts_.publishedRow(intfId), parts_.offsets->load(intfId));
+  account.moveTo({parts_.generation, ifindex}, *counts);
+  return parts_.offsets->save(intfId, *account.stored());
+}
+
 std::optional<Interface::CounterSet> LinuxCountersHelper::unsupportedCounters(
     Pekt::IntfId const& intfId) {
   auto const at = ports_.find(intfId);

@@ -65,6 +65,10 @@ class LinuxCountersHelper final : public OruHelper::OruHelperCountersSm {
 
   /// Make sure that there is room to keep the interface's offsets. False: there is none.
   bool reserve(Pekt::IntfId const& intfId, int ifindex);
+  /// The interface's rows go on with this link, of which only what it counts from now on is theirs:
+  /// what it counted before was another interface's. False if that could not be kept, or the link
+  /// not be read.
+  bool moveTo(Pekt::IntfId const& intfId, int ifindex);
   /// Drop the interface's offsets.
   /// REQUIRES: its rows go too, and later.
   void forget(Pekt::IntfId const& intfId) { parts_.offsets->erase(intfId); }

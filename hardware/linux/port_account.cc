@@ -30,6 +30,16 @@ PortAccount::PortAccount(std::optional<Interface::EthIntfCounterGlim> const& row
   if (stored && rowContinues(base_, *stored)) stored_ = stored;
 }
 
+void PortAccount::moveTo(LinkIdentity const& identity, KernelCounts const& counts) {
+  stored_ = StoredOffsets{identity, shown_};
+  counted_ = shown_;
+  for (std::size_t i = 0; i < kPortFields; ++i) {
+    PortField const field = fieldAt(i);
+    if (counts.known.contains(field)) stored_->offsets[field] -= counts.totals[field];
+  }
+  mustSave_ = true;
+}
+
 void PortAccount::advance(LinkIdentity const& identity, KernelCounts const& counts) {
   if (!stored_) {
     stored_ = StoredOffsets{identity, {}};

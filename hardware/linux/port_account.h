@@ -55,6 +55,9 @@ class PortAccount {
   PortAccount(std::optional<Interface::EthIntfCounterGlim> const& row,
               std::optional<StoredOffsets> const& stored);
 
+  /// From now on the port is this link, of whose counts only those after `counts` are the port's.
+  void moveTo(LinkIdentity const& identity, KernelCounts const& counts);
+
   /// Take in a reading. Fields that it does not know keep their count.
   void advance(LinkIdentity const& identity, KernelCounts const& counts);
 

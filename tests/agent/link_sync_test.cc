@@ -24,6 +24,10 @@ class RecordedPorts : public PortLinks {
     if (room) reserved.insert(id);
     return room;
   }
+  bool moveTo(Pekt::IntfId const& id, Link const& link) override {
+    moved.push_back(std::string(id.view()) + " to " + std::to_string(link.ifindex));
+    return movable;
+  }
   void forget(Pekt::IntfId const& id) override {
     reserved.erase(id);
     forgotten.push_back(id);
@@ -31,6 +35,8 @@ class RecordedPorts : public PortLinks {
 
   RowsOf rows = RowsOf::thisLink;
   bool room = true;
+  bool movable = true;
+  std::vector<std::string> moved;
   std::set<Pekt::IntfId> reserved;
   std::vector<Pekt::IntfId> forgotten;
 
@@ -289,6 +295,43 @@ TEST_F(LinkSyncNamedAfterAnAgent, KeptRowsOfNoLinkBeginAnew) {
   addRows("Ethernet1", RowsOf::nobody);
   appear(link(7, "eth0"));
   EXPECT_EQ(octets("Ethernet1"), 0u);
+}
+
+TEST_F(LinkSyncNamedAfterAnAgent, ALinkThatWasAnotherInterfaceBringsNoCountsToKeptRows) {
+  entities.ocsd->keepIntfCountersIs(true);
+  ports.rows = RowsOf::nobody;
+  appear(link(7, "lan0"));
+  addRows("Ethernet1", RowsOf::another);
+  rename(link(7, "eth0"), "lan0");
+  EXPECT_THAT(ports.moved, ElementsAre("Ethernet1 to 7"));
+  EXPECT_EQ(octets("Ethernet1"), 500u);
+  EXPECT_EQ(tables.intfCounters()->counter("Ethernet1").rates, Interface::IntfRates());
+}
+
+TEST_F(LinkSyncNamedAfterAnAgent, ALinkThatReturnsToItsInterfaceBringsNoCountsOfAnother) {
+  entities.ocsd->keepIntfCountersIs(true);
+  appear(link(7, "eth0"));
+  rename(link(7, "lan0"), "eth0");
+  ports.moved.clear();
+  rename(link(7, "eth0"), "lan0");
+  EXPECT_THAT(ports.moved, ElementsAre("Ethernet1 to 7"));
+}
+
+TEST_F(LinkSyncNamedAfterAnAgent, KeptRowsBeginAnewWhenItCannotBeToldWhatALinkBrings) {
+  entities.ocsd->keepIntfCountersIs(true);
+  ports.movable = false;
+  ports.rows = RowsOf::nobody;
+  appear(link(7, "lan0"));
+  addRows("Ethernet1", RowsOf::another);
+  rename(link(7, "eth0"), "lan0");
+  EXPECT_EQ(octets("Ethernet1"), 0u);
+}
+
+TEST_F(LinkSyncNamedAfterAnAgent, ALinkThatIsNewMovesFromNowhere) {
+  entities.ocsd->keepIntfCountersIs(true);
+  addRows("Ethernet1", RowsOf::another);
+  appear(link(7, "eth0"));
+  EXPECT_THAT(ports.moved, IsEmpty());
 }
 
 TEST_F(LinkSyncTest, ALinkWithoutRoomForItsOffsetsIsRefusedUntilThereIs) {

@@ -291,6 +291,33 @@ class LinksComeAndGo(OnLinks):
                        lambda: self.link("Ethernet1")["operState"] == "notPresent")
 
 
+    def test_with_keep_counters_links_that_swap_names_bring_no_counts_along(self):
+        self.add_pair("eth0", "eth1")
+        self.add_pair("eth2", "eth3")
+        self.listen("eth1")
+        self.listen("eth3")
+        config = pathlib.Path(self.tables, "agentd.toml")
+        config.write_text('keep-counters = true\n'
+                          '[names]\neth0 = "Ethernet1"\neth2 = "Ethernet2"\n')
+        self.start_agent("--config", str(config))
+        self.send("eth0", "eth1", 10, 100)
+        self.send("eth2", "eth3", 200, 100)
+        self.polled("eth0")
+        self.polled("eth2")
+        for link in ("eth0", "eth2"):
+            self.ip(f"link set {link} down")
+        for old, new in (("eth0", "swap"), ("eth2", "eth0"), ("swap", "eth2")):
+            self.ip(f"link set {old} name {new}")
+        for link in ("eth0", "eth2"):
+            self.ip(f"link set {link} up")
+        for link in ("eth0", "eth1", "eth2", "eth3"):
+            await_that(f"{link} up", lambda link=link: self.kernel_says(link)["operstate"] == "UP")
+        self.send("eth0", "eth3", 3, 100)
+        self.send("eth2", "eth1", 4, 100)
+        self.assert_counted("Ethernet1", outUcastPkts=13, outOctets=1300)
+        self.assert_counted("Ethernet2", outUcastPkts=204, outOctets=20400)
+
+
 class AgentsComeAndGo(OnLinks):
     def setUp(self):
         super().setUp()

@@ -315,6 +315,27 @@ TEST_F(LinuxCountersHelperTest, ReservedRoomLeavesOffsetsAsTheyAre) {
   EXPECT_EQ(kept.load(kPort), offsets);
 }
 
+TEST_F(LinuxCountersHelperTest, LinkThatMovesHereAddsOnlyWhatItCountsFromThen) {
+  links->links[2].rx_packets = 10;
+  poll();
+  links->links[7].rx_packets = 1000;
+  sut->deinitialize(kPort);
+  EXPECT_TRUE(sut->moveTo(kPort, 7));
+  EXPECT_EQ(sut->rowsOf(kPort, 7), LinuxCountersHelper::RowsOf::thisLink);
+  sut->linkIs(kPort, 7);
+  rows.initialize(*sut, kPort);
+  links->links[7].rx_packets = 1003;
+  poll();
+  EXPECT_EQ(published(), 13u);
+}
+
+TEST_F(LinuxCountersHelperTest, LinkThatCannotBeReadDoesNotMove) {
+  links->links[2].rx_packets = 10;
+  poll();
+  EXPECT_FALSE(sut->moveTo(kPort, 7));
+  EXPECT_EQ(sut->rowsOf(kPort, 2), LinuxCountersHelper::RowsOf::thisLink);
+}
+
 TEST_F(LinuxCountersHelperTest, FullStoreHasNoRoomToReserve) {
   store->full = true;
   EXPECT_FALSE(sut->reserve(kPort, 2));

@@ -126,6 +126,29 @@ TEST_F(PortAccountTest, EachCounterStartsAnewByItself) {
   EXPECT_EQ(row->statistics.inOctets, 4'294'967'704u);
 }
 
+TEST_F(PortAccountTest, LinkThatMovesHereAddsOnlyWhatItCountsFromThen) {
+  start();
+  poll(packets(1000));
+  sut->moveTo(kOtherLink, packets(5000));
+  poll(packets(5007), kOtherLink);
+  EXPECT_EQ(unicast(), 1007u);
+  start();
+  poll(packets(5010), kOtherLink);
+  EXPECT_EQ(unicast(), 1010u);
+  poll(packets(2), kOtherLink);
+  EXPECT_EQ(unicast(), 1012u);
+}
+
+TEST_F(PortAccountTest, AgentKilledAfterALinkMovedHereHasASuccessorThatGoesOn) {
+  start();
+  poll(packets(1000));
+  sut->moveTo(kOtherLink, packets(5000));
+  save();
+  start();
+  poll(packets(5007), kOtherLink);
+  EXPECT_EQ(unicast(), 1007u);
+}
+
 TEST_F(PortAccountTest, RestartAfterAResetStillAddsOnlyWhatPassed) {
   start();
   poll(packets(1000));
