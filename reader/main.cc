@@ -63,7 +63,8 @@ ExitCode run(int argc, char const* const* argv) {
   if (auto const end = parse(argc, argv, options, std::cout, std::cerr)) return *end;
 
   heedSignals();
-  Source source(options.directory);
+  Source source(options.directory,
+                options.directoryNamed ? Trust::directoryOwner : Trust::ownTables);
   RealPace pace;
   auto const take = [&source](double now) { return source.take(now); };
   bool const terminal = ::isatty(STDOUT_FILENO) == 1;

@@ -58,6 +58,8 @@ ExitCode refused(std::ostream& err, std::string_view why) {
 std::optional<ExitCode> parse(int argc, char const* const* argv, Options& options,
                               std::ostream& out, std::ostream& err) {
   options.directory = Interface::tableDirectoryDefault();
+  char const* const chosen = std::getenv(Interface::kTableDirectoryVariable);
+  options.directoryNamed = chosen != nullptr && *chosen != '\0';
 
   CLI::App app(kDescription, "oru-counters");
   app.set_version_flag("--version", std::string("oru-counters ") + ORU_VERSION);
@@ -68,12 +70,13 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
              "\nEnvironment:\n"
              "  ORU_TABLES  the directory of the tables, unless --tables tells\n"
              "  NO_COLOR    no colours, when it is set and not empty\n");
-  app.add_option("--tables", options.directory,
-                 "Directory of the agent's tables; now " + options.directory)
-      ->type_name("DIR")
-      ->check([](std::string const& directory) {
-        return directory.empty() ? "a directory's name is not empty" : "";
-      });
+  CLI::Option const& tables =
+      *app.add_option("--tables", options.directory,
+                      "Directory of the agent's tables; now " + options.directory)
+           ->type_name("DIR")
+           ->check([](std::string const& directory) {
+             return directory.empty() ? "a directory's name is not empty" : "";
+           });
 
   auto const addCommon = [&options](CLI::App& command) {
     command.add_option("NAME", options.names, kNames)->type_name("");
@@ -126,6 +129,7 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
     return refused(err, "'show' must be told what: oru-counters show interfaces");
   if (!show.parsed() && !top.parsed())
     return refused(err, "a command is needed: show interfaces, or top");
+  if (tables.count() != 0) options.directoryNamed = true;
   options.sort = *sortKeyOf(sortKey);
   options.command = top.parsed() ? Options::Command::top : Options::Command::showInterfaces;
   return std::nullopt;

@@ -16,6 +16,7 @@ struct Options {
 
   Command command = Command::showInterfaces;
   std::string directory;
+  bool directoryNamed = false;     // by the user; else it is the usual one
   std::vector<std::string> names;  // of interfaces; none: all
   bool json = false;
   bool total = false;

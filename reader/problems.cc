@@ -30,6 +30,15 @@ std::string tableText(Snapshot const& snapshot, TableRead const& table) {
     case Glim::Answer::otherSchema:
       return file + " holds other records: oru-counters and oru-agentd must be of the same version";
     case Glim::Answer::unsafe:
+      if (!snapshot.directoryNamed && !table.stranger.empty())
+        return file + " belongs to " + printable(table.stranger) +
+               ", who is neither you nor the superuser; if you trust it, name the directory: "
+               "oru-counters --tables " +
+               snapshot.directory;
+      if (!table.stranger.empty())
+        return file + " is not safe to read: it belongs to " + printable(table.stranger) +
+               ", and must be yours, of the superuser or of its directory's owner, with nobody "
+               "else who may write it";
       return file +
              " is not safe to read: it must be a regular file of yours, of the superuser or "
              "of its directory's owner, and nobody else may write it";

@@ -36,6 +36,9 @@ struct TableRead {
   std::uint64_t rows = 0;                       // read
   std::uint64_t corruptRows = 0;                // failed their checksum, and were left out
   std::uint64_t busyRows = 0;                   // kept changing while they were read, likewise
+  // "alice (user 1000)", of a file that is unsafe since that is neither this user nor the
+  // superuser.
+  std::string stranger = {};
 };
 
 enum class AgentState {
@@ -57,6 +60,7 @@ struct AgentStatus {
 struct Snapshot {
   double now = 0.0;  // seconds since the epoch
   std::string directory;
+  bool directoryNamed = true;  // by the user, who thereby trusts it
   AgentStatus agent;
   enum Table : std::size_t { counterTable, clearTable, descriptionTable, tables };
   std::array<TableRead, tables> table{{{.name = Interface::kIntfCounters},

@@ -1,10 +1,14 @@
 #include "reader/source.h"
 
+#include <pwd.h>
 #include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <limits>
 #include <map>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -29,6 +33,22 @@ std::string pathOf(std::string const& directory, std::string_view table) {
   return directory + "/" + std::string(table);
 }
 
+// Of the regular file that has the table's name now; none when there is none.
+std::optional<uid_t> ownerOf(std::string const& path) {
+  struct stat status {};
+  if (::lstat((path + ".glim").c_str(), &status) != 0 || !S_ISREG(status.st_mode))
+    return std::nullopt;
+  return status.st_uid;
+}
+
+bool ownOrSuperuser(uid_t owner) { return owner == 0 || owner == ::geteuid(); }
+
+std::string nameOf(uid_t user) {
+  passwd const* const entry = ::getpwuid(user);
+  std::string const number = "user " + std::to_string(user);
+  return entry == nullptr ? number : std::string(entry->pw_name) + " (" + number + ")";
+}
+
 }  // namespace
 
 AgentStatus agentStatus(Glim::TableStatus const& table, bool exists) {
@@ -42,27 +62,46 @@ AgentStatus agentStatus(Glim::TableStatus const& table, bool exists) {
   return status;
 }
 
-Source::Source(std::string directory)
+Source::Source(std::string directory, Trust trust)
     : _directory(std::move(directory)),
+      _trust(trust),
       _counters(pathOf(_directory, Interface::kIntfCounters)),
       _clearCounters(pathOf(_directory, Interface::kIntfClearCounters)),
       _descriptions(pathOf(_directory, Interface::kIntfDescriptions)) {}
 
+// The owner that is expected is one of the two that are trusted, and the reader checks it on the
+// file that it opened: a file that takes the name in between is refused, and no more.
+template <class Record>
+Glim::Answer Source::refresh(Table<Record>& table) const {
+  if (_trust == Trust::ownTables) {
+    std::string const path = table.reader.table().path();
+    uid_t const owner = ownerOf(path) == ::geteuid() ? ::geteuid() : 0;
+    if (table.owner != owner)
+      table.reader = Glim::Reader<Record>(path, Glim::ReaderOptions{.owner = owner});
+    table.owner = owner;
+  }
+  return table.reader.refresh();
+}
+
 template <class Record, class Visit>
-void Source::read(Glim::Reader<Record>& table, TableRead& read, Visit visit) {
+void Source::read(Table<Record>& table, TableRead& read, Visit visit) {
   std::vector<Record> rows;
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    read.answer = table.refresh();
+    read.answer = refresh(table);
     if (read.answer == Glim::Answer::retired) continue;
-    if (read.answer != Glim::Answer::ok) return;
+    if (read.answer != Glim::Answer::ok) break;
     rows.clear();
-    auto const walk = table.forEach([&rows](Record const& row) { rows.push_back(row); });
+    auto const walk = table.reader.forEach([&rows](Record const& row) { rows.push_back(row); });
     read.answer = walk.end;
     if (walk.end != Glim::Answer::ok) continue;
     read.rows = walk.rows;
     read.corruptRows = walk.corrupt;
     read.busyRows = walk.busy;
     break;
+  }
+  if (read.answer == Glim::Answer::unsafe) {
+    auto const owner = ownerOf(table.reader.table().path());
+    if (owner && !ownOrSuperuser(*owner)) read.stranger = nameOf(*owner);
   }
   if (read.answer != Glim::Answer::ok) return;
   for (Record const& row : rows) visit(row);
@@ -72,6 +111,7 @@ Snapshot Source::take(double now) {
   Snapshot snapshot;
   snapshot.now = now;
   snapshot.directory = _directory;
+  snapshot.directoryNamed = _trust == Trust::directoryOwner;
   std::map<Pekt::IntfId, Intf> interfaces;
   read(_counters, snapshot.table[Snapshot::counterTable],
        [&](auto const& row) { interfaces[row.intfId].counters = row; });
@@ -81,8 +121,8 @@ Snapshot Source::take(double now) {
     auto const intf = interfaces.find(row.intfId);
     if (intf != interfaces.end()) intf->second.atLastClear = row;
   });
-  if (_counters.attached()) {
-    auto const status = _counters.status();
+  if (_counters.reader.attached()) {
+    auto const status = _counters.reader.status();
     snapshot.agent = agentStatus(status, processExists(status.writerPid));
   }
   snapshot.interfaces.reserve(interfaces.size());

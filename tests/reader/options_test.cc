@@ -73,6 +73,19 @@ TEST_F(CommandLine, TheDirectoryIsThatOfTheEnvironmentElseTheUsualOne) {
   EXPECT_EQ(sut.directory, "/dev/shm/oru-counters");
 }
 
+TEST_F(CommandLine, TheUsualDirectoryIsNotNamedUnlessTheUserSaysSo) {
+  parse({"top"});
+  EXPECT_FALSE(sut.directoryNamed);
+  parse({"top", "--tables", "/dev/shm/oru-counters"});
+  EXPECT_TRUE(sut.directoryNamed);
+  ::setenv("ORU_TABLES", "", 1);
+  parse({"top"});
+  EXPECT_FALSE(sut.directoryNamed);
+  ::setenv("ORU_TABLES", "/c", 1);
+  parse({"top"});
+  EXPECT_TRUE(sut.directoryNamed);
+}
+
 TEST_F(CommandLine, WrongUsageIsRefusedWithAMessage) {
   using Arguments = std::vector<char const*>;
   for (Arguments const& wrong :

@@ -49,6 +49,18 @@ TEST_F(ProblemsOfASnapshot, EachStateOfATableHasItsOwnMessage) {
   }
 }
 
+TEST_F(ProblemsOfASnapshot, ATableOfAStrangerIsToldByItsOwner) {
+  auto& table = snapshot.table[Snapshot::counterTable];
+  table.stranger = "alice (user 1000)";
+  EXPECT_THAT(of(Glim::Answer::unsafe)[0].text, HasSubstr("it belongs to alice (user 1000)"));
+  snapshot.directoryNamed = false;
+  auto const found = of(Glim::Answer::unsafe);
+  EXPECT_EQ(found[0].text,
+            "/tables/intfCounters.glim belongs to alice (user 1000), who is neither you nor the "
+            "superuser; if you trust it, name the directory: oru-counters --tables /tables");
+  EXPECT_EQ(exitCode(found), ExitCode::unsafeTable);
+}
+
 TEST_F(ProblemsOfASnapshot, EachKindOfProblemHasItsOwnExitCode) {
   EXPECT_EQ(exitCode(of(Glim::Answer::missing)), ExitCode::tableMissing);
   EXPECT_EQ(exitCode(of(Glim::Answer::unreadable)), ExitCode::unreadable);

@@ -1,7 +1,10 @@
 #include "reader/source.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include <filesystem>
 
 #include "platform/kel/system.h"
 #include "tests/reader/published_tables.h"
@@ -41,7 +44,15 @@ class SourceOfTables : public testing::Test {
  protected:
   Snapshot take() { return sut.take(Kel::System::currentTime()); }
   PublishedTables tables;
-  Source sut{tables.directory()};
+  // The directory and all in it come to belong to a user who is neither this one nor the superuser.
+  void giveAway() const {
+    for (auto const& file : std::filesystem::directory_iterator(tables.directory()))
+      ASSERT_EQ(::chown(file.path().c_str(), kStranger, kStranger), 0);
+    ASSERT_EQ(::chown(tables.directory().c_str(), kStranger, kStranger), 0);
+  }
+  static constexpr uid_t kStranger = 54321;
+  Source sut{tables.directory(), Trust::directoryOwner};
+  Source unnamed{tables.directory(), Trust::ownTables};
 };
 
 TEST_F(SourceOfTables, ReadsAllThreeTables) {
@@ -143,6 +154,54 @@ TEST_F(SourceOfTables, FollowsATableThatWasReplaced) {
   Snapshot const snapshot = take();
   EXPECT_EQ(snapshot.table[Snapshot::counterTable].answer, Glim::Answer::ok);
   EXPECT_EQ(snapshot.interfaces.size(), 3u);
+}
+
+TEST_F(SourceOfTables, OfADirectoryThatNobodyNamedShowsThisUsersTables) {
+  tables.start();
+  tables.writeTwo();
+  EXPECT_EQ(unnamed.take(0.0).interfaces.size(), 2u);
+  EXPECT_FALSE(unnamed.take(0.0).directoryNamed);
+}
+
+TEST_F(SourceOfTables, OfADirectoryThatNobodyNamedShowsNoOtherUsersTables) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only the superuser can give files away";
+  tables.start();
+  tables.writeTwo();
+  tables.stop();
+  giveAway();
+  Snapshot const refused = unnamed.take(0.0);
+  EXPECT_TRUE(refused.interfaces.empty());
+  EXPECT_EQ(refused.agent.state, AgentState::unknown);
+  for (TableRead const& table : refused.table) {
+    EXPECT_EQ(table.answer, Glim::Answer::unsafe);
+    EXPECT_EQ(table.stranger, "user 54321");
+  }
+  EXPECT_EQ(take().interfaces.size(), 2u) << "of one that was named, the owner's";
+}
+
+TEST_F(SourceOfTables, OfADirectoryThatNobodyNamedLetsGoOfTablesThatAreGivenAway) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only the superuser can give files away";
+  tables.start();
+  tables.writeTwo();
+  EXPECT_EQ(unnamed.take(0.0).interfaces.size(), 2u);
+  giveAway();
+  EXPECT_TRUE(unnamed.take(0.0).interfaces.empty());
+}
+
+// As this user the superuser's, and as this user its own, whichever comes first.
+TEST_F(SourceOfTables, OfADirectoryThatNobodyNamedAUserReadsItsOwnAndTheSuperusers) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only the superuser can become another user";
+  tables.start();
+  tables.writeTwo();
+  ASSERT_EQ(::seteuid(kStranger), 0);
+  auto const ofTheSuperuser = unnamed.take(0.0).interfaces.size();
+  ASSERT_EQ(::seteuid(0), 0);
+  giveAway();
+  ASSERT_EQ(::seteuid(kStranger), 0);
+  auto const itsOwn = unnamed.take(0.0).interfaces.size();
+  ASSERT_EQ(::seteuid(0), 0);
+  EXPECT_EQ(ofTheSuperuser, 2u);
+  EXPECT_EQ(itsOwn, 2u);
 }
 
 TEST_F(SourceOfTables, LeavesACorruptRowOut) {
