@@ -19,7 +19,8 @@ add_library(oru_settings INTERFACE)
 target_include_directories(oru_settings INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(oru_settings INTERFACE
   -Wall -Wextra -Wpedantic -Werror -Wshadow -Woverloaded-virtual -Wnon-virtual-dtor
-  -Wconversion -Wsign-conversion -Wcast-qual -Wold-style-cast -Wundef)
+  -Wconversion -Wsign-conversion -Wcast-qual -Wold-style-cast -Wundef
+  -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)  # positions in traces say where in the tree, not on the disk
 
 # -DORU_SANITIZE=address,undefined or =thread
 set(ORU_SANITIZE "" CACHE STRING "Sanitizers to build with, as in -fsanitize=")
