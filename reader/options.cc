@@ -42,6 +42,7 @@ CLI::Validator secondsWithin(double min, double max) {
         bool const whole = error == std::errc() && end == text.data() + text.size();
         if (whole && value >= min && value <= max) return std::string();
         std::ostringstream why;
+        why.precision(10);  // large bounds in full
         why << "'" << text << "' is not a number of seconds from " << min << " to " << max;
         return why.str();
       },

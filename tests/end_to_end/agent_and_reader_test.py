@@ -72,9 +72,14 @@ class Programs(unittest.TestCase):
 
     def stop_agent(self, how):
         """Its exit status, and what it wrote to standard error."""
-        agent, self.agent = self.agent, None
-        agent.send_signal(how)
-        return agent.wait(timeout=PATIENCE), self.what_it_said()
+        self.agent.send_signal(how)
+        return self.await_the_agents_end()
+
+    def await_the_agents_end(self):
+        """Its exit status, and what it wrote to standard error."""
+        status = self.agent.wait(timeout=PATIENCE)
+        self.agent = None
+        return status, self.what_it_said()
 
     def what_it_said(self):
         self.said.seek(0)
@@ -484,9 +489,9 @@ class WithoutHardware(Programs):
             file.write(b"\x5a" * (size - size // 2))
             file.seek(size // 4)
             file.write(b"\x5a" * (size // 4))
-        agent, self.agent = self.agent, None
-        self.assertEqual(agent.wait(timeout=PATIENCE), 1)
-        self.assertRegex(self.what_it_said(), r"oru-agentd: table \S+/intfCounters was damaged")
+        status, said = self.await_the_agents_end()
+        self.assertEqual(status, 1)
+        self.assertRegex(said, r"oru-agentd: table \S+/intfCounters was damaged")
         self.assertTrue(pathlib.Path(self.tables, "intfCounters.corruption").exists())
         self.start_agent()
         self.await_interfaces("Ethernet1", "Ethernet2", "Ethernet3", "Ethernet4")
@@ -495,9 +500,9 @@ class WithoutHardware(Programs):
     def test_an_agent_whose_tables_are_removed_says_so_and_ends(self):
         self.start_agent()
         shutil.rmtree(self.tables)
-        agent, self.agent = self.agent, None
-        self.assertEqual(agent.wait(timeout=PATIENCE), 1)
-        self.assertRegex(self.what_it_said(),
+        status, said = self.await_the_agents_end()
+        self.assertEqual(status, 1)
+        self.assertRegex(said,
                          r"\Aoru-agentd: the file of table \S+ was removed[^\n]*\n\Z")
 
     def test_traces_of_the_chosen_levels_go_to_standard_error(self):
