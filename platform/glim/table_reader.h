@@ -11,38 +11,12 @@
 // Answers, no exceptions. An object may be used by one thread at a time.
 #pragma once
 
-#include <sys/types.h>
-
 #include <functional>
-#include <optional>
-#include <span>
 #include <string>
 
-#include "platform/glim/answer.h"
-#include "platform/glim/file_descriptor.h"
-#include "platform/glim/header_copy.h"
-#include "platform/glim/table_mapping.h"
+#include "platform/glim/table_file.h"
 
 namespace Glim {
-
-struct ReaderOptions {
-  // The owner to expect. Without one, trusted are: this process's user, the superuser, and the
-  // owner of the directory when nobody else may write in it.
-  std::optional<uid_t> owner;
-};
-
-struct TableStatus {
-  enum class State { ready, retired, detached, unknown };
-  State state = State::unknown;
-  Word epoch = 0;           // counts the writers that the table has had
-  Word writerPid = 0;       // of the last one; no proof that it lives
-  double heartbeatAge = 0;  // seconds since the writer last said that it lives
-  Word rows = 0;
-  Word maxRows = 0;
-  Word allocatedRows = 0;
-};
-
-std::string_view text(TableStatus::State state);
 
 class TableReader {
  public:
@@ -60,18 +34,18 @@ class TableReader {
   // `retired`.
   Answer refresh();
   void detach();
-  bool attached() const { return static_cast<bool>(_table); }
+  bool attached() const { return static_cast<bool>(_file); }
 
   // REQUIRES for all of the following: attached()
 
-  HeaderCopy const& header() const { return _header; }
-  std::string const& schema() const { return _header.schema; }
-  std::size_t rowWords() const { return _header.geometry.rowWords; }
-  std::size_t keyBytes() const { return _header.geometry.keyBytes; }
-  TableStatus status() const;
+  HeaderCopy const& header() const { return _file.header(); }
+  std::string const& schema() const { return header().schema; }
+  std::size_t rowWords() const { return header().geometry.rowWords; }
+  std::size_t keyBytes() const { return header().geometry.keyBytes; }
+  TableStatus status() const { return _file.status(); }
 
   // Slots to walk over: a table's rows are those of its slots that answer ok.
-  Word slots() const;
+  Word slots() const { return _file.slots(); }
   // ok, absent, busy, corrupt or retired. `row` has rowWords() words.
   Answer rowAt(Word slot, void* row) const;
   // Looks a key up through the index. `isIt(row)` tells whether a row has the key.
@@ -79,20 +53,14 @@ class TableReader {
               void* row) const;
 
  private:
-  Answer open(FileDescriptor& file, dev_t& device, ino_t& inode) const;
-  bool trusted(int directory, uid_t owner) const;
-  bool retired() const;
   Answer probe(std::uint32_t hash, std::function<bool(void const*)> const& isIt, void* row) const;
   Answer scan(std::function<bool(void const*)> const& isIt, void* row) const;
 
+  std::string dataFile() const { return _path + ".glim"; }
+
   std::string _path;
   ReaderOptions _options;
-  FileDescriptor _file;
-  dev_t _device = 0;
-  ino_t _inode = 0;
-  HeaderCopy _header;
-  TableMapping _table;
-  mutable Word _slotsWithin = 0;  // whole slots within the file, when its size was last looked at
+  TableFile _file;
 };
 
 }  // namespace Glim
