@@ -131,7 +131,7 @@ class ConquerWriter {
   RowShape const& _shape;
   TableLimits _limits;
   TableDirectory _directory;
-  FileDescriptor _lock;
+  WriterLock _lock;
   FileDescriptor _file;
   TableMapping _table;
   SlotDirectory _slots;

@@ -310,7 +310,7 @@ void ConquerWriter::detach() {
   _index.detach();
   _table.letGo();
   _file = FileDescriptor();
-  _lock = FileDescriptor();
+  _lock = WriterLock();
 }
 
 }  // namespace Glim

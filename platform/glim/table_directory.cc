@@ -1,12 +1,10 @@
 #include "platform/glim/table_directory.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/statfs.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <string_view>
 
@@ -21,13 +19,6 @@ constexpr mode_t directoryMode = 0755;
 constexpr mode_t publishedMode = 0644;
 constexpr mode_t privateMode = 0600;
 constexpr mode_t othersMayWrite = S_IWGRP | S_IWOTH;
-constexpr mode_t othersMayAnything = S_IRWXG | S_IRWXO;
-
-std::string readStart(int fd) {
-  std::array<char, 32> text;
-  ssize_t const n = ::pread(fd, text.data(), text.size(), 0);
-  return n > 0 ? std::string(text.data(), static_cast<std::size_t>(n)) : std::string();
-}
 
 bool writeWhole(int fd, std::string_view content) {
   std::size_t done = 0;
@@ -77,27 +68,22 @@ void TableDirectory::checkOurs(int fd, std::string const& name, unsigned forbidd
   if ((status.st_mode & forbiddenMode) != 0) refuse(name, "open to other users");
 }
 
-FileDescriptor TableDirectory::lock() const {
+WriterLock TableDirectory::lock() const {
   std::string const name = _root.lockFile();
-  FileDescriptor file(::openat(_fd.get(), name.c_str(),
-                               O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK,
-                               privateMode));
-  if (!file) {
-    if (errno == ELOOP) refuse(name, "a symbolic link");
-    fail("open", name, errno);
+  WriterLock lock;
+  pid_t holder = 0;
+  switch (lock.take(_fd.get(), name, holder)) {
+    case WriterLock::Outcome::taken:
+      return lock;
+    case WriterLock::Outcome::held:
+      refuse(name, "the table already has a writer, process " +
+                       (holder != 0 ? std::to_string(holder) : std::string("unknown")));
+    case WriterLock::Outcome::notPrivate:
+      refuse(name, "not a regular file that is open to this user alone");
+    case WriterLock::Outcome::failed:
+      break;
   }
-  checkOurs(file.get(), name, othersMayAnything);
-  // flock, not fcntl: it also keeps a second table of the same process out, and closing another
-  // descriptor of the file does not let go of it.
-  if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
-    if (errno != EWOULDBLOCK) fail("lock", name, errno);
-    std::string const holder = readStart(file.get());
-    refuse(name, "the table already has a writer, process " + (holder.empty() ? "?" : holder));
-  }
-  // For the message above alone: the lock says who lives, the number does not.
-  std::string const pid = std::to_string(::getpid());
-  if (::ftruncate(file.get(), 0) != 0 || !writeWhole(file.get(), pid)) fail("write", name, errno);
-  return file;
+  fail("lock", name, errno);
 }
 
 FileDescriptor TableDirectory::openData() const {

@@ -9,6 +9,7 @@
 
 #include "platform/glim/file_descriptor.h"
 #include "platform/glim/root_path.h"
+#include "platform/glim/writer_lock.h"
 
 namespace Glim {
 
@@ -16,11 +17,9 @@ class TableDirectory {
  public:
   explicit TableDirectory(RootPath const& root);
 
-  // Takes the writer's lock, or throws naming the process that has it. The lock is a private file
-  // of mode 0600 (a reader could hold a lock on the data file for ever), and is held until the
-  // descriptor is closed.
-  // A child that is forked and does not exec holds it as well.
-  FileDescriptor lock() const;
+  // Takes the writer's lock, or throws naming the process that has it. The lock is on a private
+  // file of mode 0600: on the data file, a reader could hold it for ever.
+  WriterLock lock() const;
 
   // The table's file, or nothing when there is none. A file that is not plainly ours is refused.
   FileDescriptor openData() const;

@@ -499,6 +499,7 @@ class WithoutHardware(Programs):
 
     def test_an_agent_whose_tables_are_removed_says_so_and_ends(self):
         self.start_agent()
+        self.polled("Ethernet1")  # all of its tables are there
         shutil.rmtree(self.tables)
         status, said = self.await_the_agents_end()
         self.assertEqual(status, 1)

@@ -4,6 +4,7 @@
 #include <sys/statfs.h>
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
 #include <fstream>
 
@@ -104,6 +105,48 @@ TEST_F(GlimConquest, ASecondWriterInAnotherProcessIsRefused) {
   int const status = inChild([&] {
     std::string const message = messageOf<Dov::NoPermissionException>([&] { makeTable<Small>(); });
     return message.ends_with("process " + std::to_string(::getppid())) ? 0 : 1;
+  });
+  EXPECT_TRUE(exitedWith(status, 0));
+}
+
+TEST_F(GlimConquest, AForkedChildThatOutlivesTheWriterBlocksNobody) {
+  // The writer forks a child, which keeps every descriptor and mapping, and is killed.
+  std::array<int, 2> pipe{};
+  ASSERT_EQ(::pipe(pipe.data()), 0);
+  int const status = inChild([&] {
+    auto const table = makeTable<Small>();
+    table->write({{1}, 1});
+    pid_t const child = ::fork();
+    if (child == 0) {
+      ::pause();
+      ::_exit(0);
+    }
+    if (::write(pipe[1], &child, sizeof child) != sizeof child) return 1;
+    return ::kill(::getpid(), SIGKILL);
+  });
+  ASSERT_TRUE(killed(status));
+  pid_t child = 0;
+  ASSERT_EQ(::read(pipe[0], &child, sizeof child), static_cast<ssize_t>(sizeof child));
+  EXPECT_EQ(::kill(child, 0), 0);  // it lives on
+  EXPECT_EQ(makeTable<Small>()->conquest()->rows, 1u);
+  ::kill(child, SIGKILL);
+  for (int const end : pipe) ::close(end);
+}
+
+TEST_F(GlimConquest, AForkedChildThatEndsLeavesTheLockToItsParent) {
+  auto const first = makeTable<Small>();
+  EXPECT_TRUE(exitedWith(inChild([] { return 0; }), 0));
+  int const status = inChild([&] {
+    return messageOf<Dov::NoPermissionException>([&] { makeTable<Small>(); }).empty() ? 1 : 0;
+  });
+  EXPECT_TRUE(exitedWith(status, 0));
+}
+
+TEST_F(GlimConquest, ARefusedWriterOfTheSameProcessLeavesTheLockToTheFirst) {
+  auto const first = makeTable<Small>();
+  EXPECT_THROW(makeTable<Small>(), Dov::NoPermissionException);
+  int const status = inChild([&] {
+    return messageOf<Dov::NoPermissionException>([&] { makeTable<Small>(); }).empty() ? 1 : 0;
   });
   EXPECT_TRUE(exitedWith(status, 0));
 }
