@@ -2,7 +2,7 @@
 // that the caller of a direct write fills in place), as 64-bit atomics on aligned words, so that
 //   - no reader ever sees half a word;
 //   - a test that compiles the folder with ORU_GLIM_STORE_HOOK sees, counts or stops at every
-//   single store;
+//   single store, or puts a memory of its own in the place of the machine's;
 //   - the thread sanitizer, which does not understand fences, gets the same protocol without them:
 //   each row word is
 //     then stored with release and loaded with acquire.
@@ -40,45 +40,66 @@ namespace Words {
 #ifdef ORU_GLIM_STORE_HOOK
 // Called before each store; it may end the process or throw.
 inline void (*storeHook)(Word* at, Word value) = nullptr;
-inline void aboutToStore(Word* at, Word value) {
-  if (storeHook != nullptr) storeHook(at, value);
-}
-#else
-inline void aboutToStore(Word*, Word) {}
+
+// What a test may put in the place of this machine's memory: every access and every fence then goes
+// there, with the order that it is made with.
+class Memory {
+ public:
+  virtual void store(Word* at, Word value, std::memory_order order) = 0;
+  virtual Word load(Word const* at, std::memory_order order) = 0;
+  virtual void fence(std::memory_order order) = 0;
+
+ protected:
+  ~Memory() = default;
+};
+inline Memory* memory = nullptr;
 #endif
 
 inline constexpr bool fenceFree = ORU_GLIM_FENCE_FREE != 0;
 inline constexpr auto rowStore = fenceFree ? std::memory_order_release : std::memory_order_relaxed;
 inline constexpr auto rowLoad = fenceFree ? std::memory_order_acquire : std::memory_order_relaxed;
 
-// Marks and everything that publishes something else.
-inline void storeRelease(Word* at, Word value) {
-  aboutToStore(at, value);
-  std::atomic_ref<Word>(*at).store(value, std::memory_order_release);
+// All accesses and fences are these three.
+template <std::memory_order order>
+void store(Word* at, Word value) {
+#ifdef ORU_GLIM_STORE_HOOK
+  if (storeHook != nullptr) storeHook(at, value);
+  if (memory != nullptr) return memory->store(at, value, order);
+#endif
+  std::atomic_ref<Word>(*at).store(value, order);
 }
-
-// The words of a row, between two marks.
-inline void storeRow(Word* at, Word value) {
-  aboutToStore(at, value);
-  std::atomic_ref<Word>(*at).store(value, rowStore);
-}
-
 // A load never writes: the cast only serves atomic_ref, which has no const form before C++26, and
 // the memory may be mapped read-only.
-inline Word loadAcquire(Word const* at) {
-  return std::atomic_ref<Word>(*const_cast<Word*>(at)).load(std::memory_order_acquire);
+template <std::memory_order order>
+Word load(Word const* at) {
+#ifdef ORU_GLIM_STORE_HOOK
+  if (memory != nullptr) return memory->load(at, order);
+#endif
+  return std::atomic_ref<Word>(*const_cast<Word*>(at)).load(order);
 }
-inline Word loadRow(Word const* at) {
-  return std::atomic_ref<Word>(*const_cast<Word*>(at)).load(rowLoad);
+template <std::memory_order order>
+void fence() {
+#ifdef ORU_GLIM_STORE_HOOK
+  if (memory != nullptr) return memory->fence(order);
+#endif
+  std::atomic_thread_fence(order);
 }
+
+// Marks and everything that publishes something else.
+inline void storeRelease(Word* at, Word value) { store<std::memory_order_release>(at, value); }
+// The words of a row, between two marks.
+inline void storeRow(Word* at, Word value) { store<rowStore>(at, value); }
+
+inline Word loadAcquire(Word const* at) { return load<std::memory_order_acquire>(at); }
+inline Word loadRow(Word const* at) { return load<rowLoad>(at); }
 
 // After the mark that opens a half, before its words.
 inline void fenceAfterBeginMark() {
-  if constexpr (!fenceFree) std::atomic_thread_fence(std::memory_order_release);
+  if constexpr (!fenceFree) fence<std::memory_order_release>();
 }
 // After the words of a half, before the mark is looked at again.
 inline void fenceBeforeRecheck() {
-  if constexpr (!fenceFree) std::atomic_thread_fence(std::memory_order_acquire);
+  if constexpr (!fenceFree) fence<std::memory_order_acquire>();
 }
 
 }  // namespace Words
