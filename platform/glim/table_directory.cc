@@ -120,11 +120,19 @@ void TableDirectory::publishNew() const {
 std::string TableDirectory::setAside() const {
   std::string const from = _root.dataFile();
   constexpr unsigned most = 1000;
+  struct stat file {};
+  if (::fstatat(_fd.get(), from.c_str(), &file, AT_SYMLINK_NOFOLLOW) != 0) {
+    fail("look at", from, errno);
+  }
   for (unsigned i = 1; i <= most; ++i) {
     std::string const to = from + ".aside-" + std::to_string(i);
     // A second name rather than a rename: the table's own name is never without a file.
     if (::linkat(_fd.get(), from.c_str(), _fd.get(), to.c_str(), 0) == 0) return to;
     if (errno != EEXIST) fail("set aside", from, errno);
+    // A writer that was killed before it gave the table another file has set this one aside.
+    struct stat kept {};
+    bool const known = ::fstatat(_fd.get(), to.c_str(), &kept, AT_SYMLINK_NOFOLLOW) == 0;
+    if (known && kept.st_dev == file.st_dev && kept.st_ino == file.st_ino) return to;
   }
   refuse(from, "too many files set aside beside it");
 }

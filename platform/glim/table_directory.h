@@ -27,7 +27,7 @@ class TableDirectory {
   FileDescriptor createNew() const;
   // Gives the new file the table's name, in place of what has it.
   void publishNew() const;
-  // Keeps the file that has the table's name under one more name, and returns that name.
+  // Keeps the file that has the table's name under one more name, once, and returns that name.
   std::string setAside() const;
   // Writes a small file whole, then gives it its name.
   void writeFile(std::string const& name, std::string const& content) const;

@@ -351,6 +351,14 @@ TEST_F(GlimConquest, EachFileSetAsideKeepsItsOwnName) {
   EXPECT_TRUE(exists("table.glim.aside-2"));
 }
 
+TEST_F(GlimConquest, AFileThatWasSetAsideButNotYetReplacedKeepsTheNameItGot) {
+  writeTenRows();
+  std::filesystem::create_hard_link(file(), file() + ".aside-1");
+  auto const sut = makeTable<WiderSmall>();
+  EXPECT_EQ(sut->conquest()->keptAs, "table.glim.aside-1");
+  EXPECT_FALSE(exists("table.glim.aside-2"));
+}
+
 TEST_F(GlimConquest, WhatIsNoTableIsSetAside) {
   std::ofstream(file()) << "hello";
   auto const sut = makeTable<Small>();
