@@ -16,9 +16,6 @@ using Layout::TableState;
 
 namespace {
 
-// A copy of a row takes well under a microsecond, and writers come by a few times a second.
-constexpr unsigned rowAttempts = 64;
-
 constexpr mode_t othersMayWrite = S_IWGRP | S_IWOTH;
 
 Answer answerFor(int error) {
@@ -32,6 +29,16 @@ Answer answerFor(int error) {
     default:
       return Answer::unreadable;
   }
+}
+
+// Bytes of the file that there is memory for. Whoever touches a hole has memory taken for it, or
+// dies where there is none; no writer leaves one.
+Word bytesWithMemory(int fd) {
+  struct stat status {};
+  if (::fstat(fd, &status) != 0) return 0;
+  constexpr Word blockBytes = 512;  // of st_blocks, whatever the file system's own are
+  return std::min(static_cast<Word>(status.st_size),
+                  static_cast<Word>(status.st_blocks) * blockBytes);
 }
 
 bool trusted(int directory, uid_t owner, ReaderOptions const& options) {
@@ -87,9 +94,12 @@ Answer TableFile::open(std::string const& path, ReaderOptions const& options) {
   _device = status.st_dev;
   _inode = status.st_ino;
   if (Answer const read = readHeader(_file.get(), _header); read != Answer::ok) return read;
+  Word const bytes = bytesWithMemory(_file.get());
+  if (bytes < _header.geometry.slotsOffset) return Answer::truncated;
   _table = TableMapping::map(_file.get(), _header.geometry, false);
   if (!_table) return Answer::unreadable;
-  _slotsWithin = _header.geometry.rowsWithin(_header.fileBytes);
+  _slotsWithin = _header.geometry.rowsWithin(bytes);
+  _slotsAskedFor = 0;
   return Answer::ok;
 }
 
@@ -136,19 +146,19 @@ TableStatus TableFile::status() const {
 }
 
 Word TableFile::slots() const {
-  Word const said = word(Layout::allocatedRowsOffset);
-  if (said > _slotsWithin) {  // the file has grown, if that is true
-    struct stat status {};
-    if (::fstat(_file.get(), &status) == 0) {
-      _slotsWithin = _header.geometry.rowsWithin(static_cast<Word>(status.st_size));
-    }
+  Word const said = std::min(word(Layout::allocatedRowsOffset), _header.geometry.maxRows);
+  // The file has grown, if that is true. A writer grows it first and then says so: to have looked
+  // once for a number is enough.
+  if (said > _slotsWithin && said != _slotsAskedFor) {
+    _slotsAskedFor = said;
+    _slotsWithin = _header.geometry.rowsWithin(bytesWithMemory(_file.get()));
   }
   return std::min(said, _slotsWithin);
 }
 
-Answer TableFile::rowAt(Word slot, void* row) const {
+Answer TableFile::rowAt(Word slot, void* row, unsigned attempts) const {
   if (slot >= slots()) return Answer::absent;
-  return readSlot(_table.slotAt(slot), _header.geometry.rowWords, slot, row, rowAttempts);
+  return readSlot(_table.slotAt(slot), _header.geometry.rowWords, slot, row, attempts);
 }
 
 }  // namespace Glim

@@ -62,8 +62,11 @@ class TableFile {
   bool retired() const;
   // Slots that the file has memory for: what the header says, within the file's size.
   Word slots() const;
-  // ok, absent, busy or corrupt; absent beyond slots(). `row` has header().geometry.rowWords words.
-  Answer rowAt(Word slot, void* row) const;
+  // A copy of a row takes well under a microsecond, and writers come by a few times a second.
+  static constexpr unsigned rowAttempts = 64;
+  // ok, absent, busy or corrupt; absent beyond slots(). `row` has header().geometry.rowWords words,
+  // and is copied at most so often.
+  Answer rowAt(Word slot, void* row, unsigned attempts = rowAttempts) const;
 
  private:
   FileDescriptor _file;
@@ -71,7 +74,8 @@ class TableFile {
   ino_t _inode = 0;
   HeaderCopy _header;
   TableMapping _table;
-  mutable Word _slotsWithin = 0;  // whole slots within the file, when its size was last looked at
+  mutable Word _slotsWithin = 0;    // whole slots within the file, when its size was last looked at
+  mutable Word _slotsAskedFor = 0;  // what the header said then
 };
 
 }  // namespace Glim

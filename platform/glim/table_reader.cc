@@ -6,7 +6,12 @@ namespace Glim {
 
 namespace {
 
+// Of one search, however often it begins anew. Another key of the same hash is rare, and so is an
+// entry that moves just then: whoever needs more than this is better off without the index.
 constexpr unsigned probeAttempts = 8;
+constexpr Word probeDetours = 64;  // buckets, beyond those of the longest chain
+constexpr Word probeCandidates = 64;
+constexpr Word searchRetries = 64;
 
 }  // namespace
 
@@ -31,49 +36,70 @@ Answer TableReader::rowAt(Word slot, void* row) const {
   return _file.retired() ? Answer::retired : _file.rowAt(slot, row);
 }
 
+// What a search looks for, and the work that is left to it.
+struct TableReader::Search {
+  std::function<bool(void const* row)> const& isIt;
+  void* row;
+  Word buckets;
+  Word candidates = probeCandidates;
+  Word retries = searchRetries;  // of rows that the writer overtakes
+};
+
 Answer TableReader::find(std::uint32_t hash, std::function<bool(void const* row)> const& isIt,
                          void* row) const {
   if (_file.retired()) return Answer::retired;
+  // More rows than maxRows cannot stand in one chain.
+  Search search{.isIt = isIt, .row = row, .buckets = header().geometry.maxRows + 1 + probeDetours};
   Word const* const version = _file.mapping().wordAt(Layout::indexVersionOffset);
   for (unsigned i = 0; i < probeAttempts; ++i) {
     Word const before = Words::loadAcquire(version);
     if ((before & 1) != 0) break;  // the index is being built, or its builder died
-    Answer const found = probe(hash, isIt, row);
-    if (found == Answer::ok) return found;
+    std::optional<Answer> const found = probe(hash, search);
+    if (!found) break;
+    if (*found == Answer::ok) return *found;
     Words::fenceBeforeRecheck();
     // Not found: to be believed only when no entry was moved meanwhile.
-    if (Words::loadRow(version) == before) return found;
+    if (Words::loadRow(version) == before) return *found;
   }
-  return scan(isIt, row);
+  return scan(search);
 }
 
-// Along the chain of the hash. What a row that cannot be read may be decides the answer when no
-// other row is it.
-Answer TableReader::probe(std::uint32_t hash, std::function<bool(void const*)> const& isIt,
-                          void* row) const {
-  auto const& geometry = header().geometry;
-  Word const buckets = geometry.buckets;
+// As rowAt, but absent also when it is another row.
+Answer TableReader::candidate(Word slot, Search& search) const {
+  Answer read = _file.rowAt(slot, search.row, 1);
+  for (; read == Answer::busy && search.retries > 0; --search.retries) {
+    read = _file.rowAt(slot, search.row, 1);
+  }
+  return read == Answer::ok && !search.isIt(search.row) ? Answer::absent : read;
+}
+
+// Along the chain of the hash; nothing when there is more of it than a whole index has. What a row
+// that cannot be read may be decides the answer when no other row is it.
+std::optional<Answer> TableReader::probe(std::uint32_t hash, Search& search) const {
+  Word const buckets = header().geometry.buckets;
   Answer miss = Answer::absent;
-  Word at = Layout::homeBucket(hash, buckets);
-  // More rows than maxRows cannot stand in one chain.
-  for (Word n = 0; n <= geometry.maxRows; ++n, at = (at + 1) & (buckets - 1)) {
+  for (Word at = Layout::homeBucket(hash, buckets); search.buckets > 0;
+       at = (at + 1) & (buckets - 1)) {
+    --search.buckets;
     Word const entry = Words::loadAcquire(_file.mapping().index() + at);
     if (entry == 0) return miss;
     if (Layout::entryHash(entry) != hash) continue;
-    Answer const read = _file.rowAt(Layout::entrySlot(entry), row);
-    if (read == Answer::ok && isIt(row)) return Answer::ok;
+    if (search.candidates == 0) break;
+    --search.candidates;
+    Answer const read = candidate(Layout::entrySlot(entry), search);
+    if (read == Answer::ok) return read;
     if (read == Answer::busy || read == Answer::corrupt) miss = read;
   }
-  return miss;
+  return {};
 }
 
 // Through all slots: slower, and needs no index.
-Answer TableReader::scan(std::function<bool(void const*)> const& isIt, void* row) const {
+Answer TableReader::scan(Search& search) const {
   Word const allocated = slots();
   Answer miss = Answer::absent;
   for (Word slot = 0; slot < allocated; ++slot) {
-    Answer const read = _file.rowAt(slot, row);
-    if (read == Answer::ok && isIt(row)) return Answer::ok;
+    Answer const read = candidate(slot, search);
+    if (read == Answer::ok) return read;
     if (read == Answer::busy) miss = Answer::busy;
   }
   return miss;

@@ -2,16 +2,17 @@
 // This is the untyped core, which also reads tables of records that it does not know; reader.h is
 // the typed one.
 //
-// Nothing that a file holds can make these orders crash, or run longer than a walk over the table:
-// the geometry is recomputed from a checked private copy of the header, every slot number is
-// checked, every retry is counted. A file's owner can still take the memory away by truncating it,
-// which no writer of this library ever does; that is why files of owners that are not trusted are
-// not mapped.
+// Nothing that a file holds, or that anybody stores in it meanwhile, can make these orders crash or
+// run longer than is said beside them: the geometry is recomputed from a checked private copy of
+// the header, every slot number is checked, every retry is counted. A file's owner can still take
+// the memory away by truncating it, which no writer of this library ever does; that is why files of
+// owners that are not trusted are not mapped.
 //
 // Answers, no exceptions. An object may be used by one thread at a time.
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "platform/glim/table_file.h"
@@ -27,7 +28,8 @@ class TableReader {
 
   // Opens the file that has the table's name now, and lets go of another one. Everything but `ok`
   // leaves the reader detached. `retired`: the file was replaced, and its successor is not there
-  // yet.
+  // yet. Reads the header (at most 512 + 65,536 bytes) and no row, and maps what the table may grow
+  // to (its address space alone: memory is taken for nothing).
   Answer attach();
   // Stays with the table across its writers: attaches when detached, and attaches anew when the
   // file was retired or another file has its name. For once a cycle, and before giving up on
@@ -44,17 +46,25 @@ class TableReader {
   std::size_t keyBytes() const { return header().geometry.keyBytes; }
   TableStatus status() const { return _file.status(); }
 
-  // Slots to walk over: a table's rows are those of its slots that answer ok.
+  // Slots to walk over: a table's rows are those of its slots that answer ok. At most maxRows of
+  // the header (2^20), and no more than the file has memory for.
   Word slots() const { return _file.slots(); }
-  // ok, absent, busy, corrupt or retired. `row` has rowWords() words.
+  // ok, absent, busy, corrupt or retired. `row` has rowWords() words; it is copied once, or at most
+  // 64 times when the writer overtakes every copy.
   Answer rowAt(Word slot, void* row) const;
-  // Looks a key up through the index. `isIt(row)` tells whether a row has the key.
+  // Looks a key up through the index, or through the slots when the index is damaged or being
+  // built. `isIt(row)` tells whether a row has the key. Usually looks at a few buckets and copies
+  // one row. Never more than maxRows + 65 buckets and slots() + 128 rows, whatever the index holds:
+  // 64 rows while it is probed, each slot once without it, and 64 copies that the writer overtook;
+  // those in all, not each time.
   Answer find(std::uint32_t hash, std::function<bool(void const* row)> const& isIt,
               void* row) const;
 
  private:
-  Answer probe(std::uint32_t hash, std::function<bool(void const*)> const& isIt, void* row) const;
-  Answer scan(std::function<bool(void const*)> const& isIt, void* row) const;
+  struct Search;
+  std::optional<Answer> probe(std::uint32_t hash, Search& search) const;
+  Answer scan(Search& search) const;
+  Answer candidate(Word slot, Search& search) const;
 
   std::string dataFile() const { return _path + ".glim"; }
 

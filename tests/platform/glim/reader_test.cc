@@ -221,14 +221,30 @@ TEST_F(GlimReader, AnIndexThatIsBeingBuiltIsGoneAround) {
   EXPECT_EQ(sut.lookup({11}, out), Answer::absent);
 }
 
-TEST_F(GlimReader, AnIndexFullOfRubbishEndsASearch) {
+TEST_F(GlimReader, AnIndexFullOfRubbishIsGoneAround) {
   ASSERT_EQ(sut.attach(), Answer::ok);
   Vandal vandal(file());
   for (Word const rubbish :
        {~Word{0}, Layout::bucketEntry(3, 1u << 30), Layout::bucketEntry(3, 0)}) {
     for (Word i = 0; i < vandal.geometry().buckets; ++i) vandal.bucket(i) = rubbish;
-    EXPECT_EQ(sut.lookup({3}, out), Answer::absent);
+    EXPECT_EQ(sut.lookup({3}, out), Answer::ok);
+    EXPECT_EQ(out.count, 30u);
+    EXPECT_EQ(sut.lookup({11}, out), Answer::absent);
   }
+}
+
+TEST_F(GlimReader, SlotsWithoutMemoryAreNotTouched) {
+  Vandal vandal(file());
+  table->detach();
+  Word const held = vandal.geometry().rowsWithin(std::filesystem::file_size(file()));
+  std::filesystem::resize_file(file(), vandal.geometry().fileBytes);  // a hole behind the rows
+  vandal.word(Layout::allocatedRowsOffset) = vandal.geometry().maxRows;
+  ASSERT_EQ(sut.attach(), Answer::ok);
+  EXPECT_LE(sut.slots(), held + 4096 / vandal.geometry().stride);
+  EXPECT_EQ(walk().size(), 10u);
+  struct stat status {};
+  ASSERT_EQ(::stat(file().c_str(), &status), 0);
+  EXPECT_LE(status.st_blocks * 512, static_cast<off_t>(vandal.geometry().bytesFor(held)) + 4096);
 }
 
 TEST_F(GlimReader, RubbishAnywhereBehindTheHeaderIsSurvived) {
