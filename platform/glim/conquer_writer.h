@@ -110,7 +110,7 @@ class ConquerWriter {
   void adopt(FileDescriptor file, HeaderCopy const& header);
   void moveFrom(FileDescriptor const& file, HeaderCopy const& header);
   void replaceForeign(FileDescriptor const& file, HeaderCopy const& header, Answer what);
-  void adoptSlot(std::uint32_t slot, std::vector<BucketIndex::Link>& links);
+  void adoptSlot(std::uint32_t slot, Word* row, std::vector<BucketIndex::Link>& links);
   void beginReign(Word formerEpoch);
   Layout::Geometry wantedGeometry() const;
   void say(unsigned level, std::string const& what) const;

@@ -160,7 +160,8 @@ void ConquerWriter::adopt(FileDescriptor file, HeaderCopy const& header) {
   }
   _slots.grow(rows);
   std::vector<BucketIndex::Link> links;
-  for (std::uint32_t i = 0; i < rows; ++i) adoptSlot(i, links);
+  std::vector<Word> row(_shape.rowWords);
+  for (std::uint32_t i = 0; i < rows; ++i) adoptSlot(i, row.data(), links);
   _slots.adopted();
   _index = BucketIndex(_table.index(), header.geometry.buckets,
                        _table.wordAt(Layout::indexVersionOffset));
@@ -176,8 +177,9 @@ void ConquerWriter::adopt(FileDescriptor file, HeaderCopy const& header) {
   }
 }
 
-// One slot as a former writer left it.
-void ConquerWriter::adoptSlot(std::uint32_t number, std::vector<BucketIndex::Link>& links) {
+// One slot as a former writer left it. `row` has room for a row.
+void ConquerWriter::adoptSlot(std::uint32_t number, Word* row,
+                              std::vector<BucketIndex::Link>& links) {
   RowSlot at = slot(number);
   Own& own = _slots.at(number);
   Word const version = at.versionWord();
@@ -188,13 +190,14 @@ void ConquerWriter::adoptSlot(std::uint32_t number, std::vector<BucketIndex::Lin
   if (k == 0) return;
 
   Layout::RowState state{};
-  bool good = at.validate(k, state);
+  bool good = k < endOfVersions && at.validate(k, state);
   own.meta = at.meta(k);
   if (good && state == Layout::rowDead) return;
+  // What is judged and what is taken is one copy: the file may be changing under a vandal's hands.
+  good = good && at.copyOwn(k, own.meta, row);
   if (good) {
-    void const* const key = at.row(k);
-    std::uint32_t const hash = _shape.key.hash(key);
-    good = _slots.adopt(number, key, hash);  // not when another slot has the key
+    std::uint32_t const hash = _shape.key.hash(row);
+    good = _slots.adopt(number, row, hash);  // not when another slot has the key
     if (good) links.push_back({hash, number});
   }
   if (!good) {
@@ -281,6 +284,8 @@ void ConquerWriter::grow() {
     Dov::ResourceException::throwException("table " + _root.path() + " cannot grow beyond " +
                                            std::to_string(before) + " rows: " + errorText(error));
   }
+  // A file that was cut within a slot still has the start of it.
+  slot(before).versionWordIs(0);
   _slots.grow(more);
   Words::storeRelease(_table.wordAt(Layout::allocatedRowsOffset), _slots.slots());
 }

@@ -228,6 +228,40 @@ TEST_F(GlimConquest, ASlotWhoseVersionIsDamagedCanBeUsedAgain) {
   }
 }
 
+TEST_F(GlimConquest, ASoundRowWhoseVersionIsNearItsEndIsGivenUp) {
+  writeTenRows();
+  for (Layout::RowState const state : {Layout::rowLive, Layout::rowDead}) {
+    {
+      Vandal vandal(file());
+      TableMapping table = TableMapping::map(vandal.fd(), vandal.geometry(), true);
+      Small const row{{10}, 100};
+      constexpr Word last = (Word{1} << 63) - 1;
+      RowSlot slot = table.slot(9);
+      slot.publish(last - 1, &row);
+      if (state == Layout::rowDead) slot.publishDead(last - 1);
+    }
+    auto const sut = makeTable<Small>();
+    EXPECT_EQ(sut->conquest()->corruptRows, 1u);
+    sut->write({{10}, 100});
+    sut->write({{10}, 100});
+    Reader<Small> reader(path());
+    ASSERT_EQ(reader.attach(), Answer::ok);
+    Small out;
+    EXPECT_EQ(reader.lookup({10}, out), Answer::ok);
+    expectRows(sut, 1, 10);
+  }
+}
+
+TEST_F(GlimConquest, AFileThatWasCutWithinASlotGrowsAgain) {
+  writeTenRows();
+  Word const end = Vandal(file()).geometry().bytesFor(4);
+  std::filesystem::resize_file(file(), end + 16);  // slot 4 still has a version and no row
+  auto const sut = makeTable<Small>();
+  expectRows(sut, 1, 4);
+  for (std::uint64_t key = 5; key <= 10; ++key) sut->write({{key}, key * 10});
+  expectRows(sut, 1, 10);
+}
+
 TEST_F(GlimConquest, TwoRowsOfOneKeyLeaveOne) {
   writeTenRows();
   {
