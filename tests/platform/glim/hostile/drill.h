@@ -1,0 +1,224 @@
+// Everything that readers and a writer can do with a table file, done to one that may be damaged.
+// What the orders promise is checked on the way; the first promise that is broken is the answer.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/dov/exception.h"
+#include "platform/glim/conquer_writer.h"
+#include "platform/glim/reader.h"
+#include "platform/glim/schema.h"
+#include "tests/platform/glim/test_records.h"
+
+namespace GlimTest {
+
+inline constexpr std::uint64_t drillKeys = 20;
+
+// The row of a key, with a value that tells versions apart.
+template <class Record>
+Record sampleRow(std::uint64_t key, std::uint64_t value) {
+  if constexpr (requires(Record record) { record.counts; }) {
+    Record record;
+    record.key = NameKey("Ethernet" + std::to_string(key));
+    record.counts.fill(value);
+    return record;
+  } else {
+    return Record{{key}, value};
+  }
+}
+template <class Record>
+auto sampleKey(std::uint64_t key) {
+  return sampleRow<Record>(key, 0).key;
+}
+
+// All rows that were ever published.
+template <class Record>
+class History {
+ public:
+  using Bytes = std::array<char, sizeof(Record)>;
+
+  void add(Record const& row) { _rows.insert(bytesOf(row)); }
+  bool has(Record const& row) const { return _rows.contains(bytesOf(row)); }
+
+ private:
+  static Bytes bytesOf(Record const& row) {
+    Bytes bytes;
+    std::memcpy(bytes.data(), &row, sizeof row);
+    return bytes;
+  }
+  std::set<Bytes> _rows;
+};
+
+struct DrillCounts {
+  std::uint64_t files = 0;
+  std::uint64_t attached = 0;  // files that a reader took for a table
+  std::uint64_t rows = 0;      // that readers accepted
+  std::uint64_t corrupt = 0;   // that readers refused
+  std::uint64_t adopted = 0;   // files that a writer took over in place
+  std::uint64_t givenUp = 0;   // rows that a writer refused
+};
+
+template <class Record>
+class Drill {
+ public:
+  // `published`: the rows that may be accepted. Without it the file may have been forged, and any
+  // row will do.
+  Drill(Glim::RootPath const& root, History<Record> const* published, DrillCounts& counts)
+      : _root(root), _published(published), _counts(counts) {}
+
+  // Empty when every promise held.
+  std::string run(Glim::TableLimits const& limits) {
+    ++_counts.files;
+    try {
+      readTyped();
+      readUntyped();
+      write(limits);
+    } catch (Broken const& broken) {
+      return broken.promise;
+    } catch (std::exception const& exception) {
+      return std::string("an exception: ") + exception.what();
+    }
+    return {};
+  }
+
+ private:
+  struct Broken {
+    std::string promise;
+  };
+  static void expect(bool holds, char const* promise) {
+    if (!holds) throw Broken{promise};
+  }
+
+  void checkRow(Record const& row) const {
+    expect(_published == nullptr || _published->has(row), "no row is accepted that nobody wrote");
+  }
+
+  void readTyped() {
+    Glim::Reader<Record> reader(_root.path());
+    if (reader.attach() != Glim::Answer::ok) {
+      expect(!reader.attached(), "a reader that could not attach is detached");
+      return;
+    }
+    ++_counts.attached;
+    auto const status = reader.status();
+    expect(status.allocatedRows <= status.maxRows && status.rows <= status.allocatedRows,
+           "counts are within the table");
+    auto const walk = reader.forEach([this](Record const& row) { checkRow(row); });
+    expect(walk.rows + walk.corrupt + walk.busy <= reader.slots(), "a walk meets each slot once");
+    _counts.rows += walk.rows;
+    _counts.corrupt += walk.corrupt;
+    Record row;
+    for (std::uint64_t key = 0; key < drillKeys; ++key) {
+      if (reader.lookup(sampleKey<Record>(key), row) != Glim::Answer::ok) continue;
+      expect(row.key == sampleKey<Record>(key), "a row that is found has the key");
+      checkRow(row);
+    }
+    for (Glim::Word const slot : {reader.slots(), reader.slots() + 1, ~Glim::Word{0}}) {
+      expect(reader.rowAt(slot, row) != Glim::Answer::ok, "there is nothing beyond the last slot");
+    }
+    reader.refresh();
+  }
+
+  // As a program that knows no record: by the schema in the file.
+  void readUntyped() {
+    Glim::TableReader reader(_root.path());
+    if (reader.attach() != Glim::Answer::ok) return;
+    std::size_t const rowBytes = reader.rowWords() * sizeof(Glim::Word);
+    auto const schema = Glim::parseSchema(reader.schema(), rowBytes);
+    std::vector<Glim::Word> row(reader.rowWords());
+    for (Glim::Word slot = 0; slot < reader.slots(); ++slot) {
+      if (reader.rowAt(slot, row.data()) != Glim::Answer::ok || !schema) continue;
+      for (auto const& field : schema->fields) {
+        expect(field.offset + field.size() <= rowBytes, "fields lie within the row");
+      }
+    }
+    reader.find(
+        1, [](void const*) { return true; }, row.data());
+    reader.refresh();
+  }
+
+  void write(Glim::TableLimits const& limits) {
+    {
+      Glim::ConquerWriter writer(_root, Glim::rowShape<Record>(), limits);
+      if (writer.conquest().kind == Glim::Conquest::Kind::adopted) ++_counts.adopted;
+      _counts.givenUp += writer.conquest().corruptRows;
+      Record row;
+      for (bool more = writer.first(&row); more; more = writer.next(&row.key, &row)) checkRow(row);
+      expect(writer.validate() && writer.validateFiles(), "what was taken over is valid");
+      Expected expected = change(writer);
+      expect(writer.validate() && writer.validateFiles(), "what was written is valid");
+      readBack(expected, Glim::TableStatus::State::ready);
+    }
+    readBack({}, Glim::TableStatus::State::detached);
+  }
+
+  // Rows that the table must hold, by their keys; false: must not hold.
+  using Expected = std::map<std::uint64_t, std::pair<bool, Record>>;
+
+  // A table that may already be full of rows: of keys, some find no room.
+  Expected change(Glim::ConquerWriter& writer) {
+    Expected expected;
+    auto const change = [&expected](std::uint64_t key, bool there, Record const& row, auto order) {
+      try {
+        order();
+        expected[key] = {there, row};
+      } catch (Dov::ResourceException const&) {
+      }
+    };
+    for (std::uint64_t key = 0; key < drillKeys; ++key) {
+      Record const row = sampleRow<Record>(key, 1000 + key);
+      switch (key % 4) {
+        case 0:
+          change(key, true, row, [&] { writer.write(&row); });
+          break;
+        case 1:
+          change(key, false, row, [&] { writer.remove(&row.key); });
+          break;
+        case 2:
+          change(key, true, row, [&] {
+            auto const open = writer.open(&row.key);
+            std::memcpy(open.row, &row, sizeof row);
+            writer.commit(open);
+          });
+          break;
+        default: {  // opened and abandoned
+          Record before{};
+          bool const was = writer.lookup(&row.key, &before);
+          change(key, was, before, [&] { writer.open(&row.key); });
+        }
+      }
+    }
+    writer.heartbeat();
+    return expected;
+  }
+
+  void readBack(Expected const& expected, Glim::TableStatus::State state) {
+    Glim::Reader<Record> reader(_root.path());
+    expect(reader.attach() == Glim::Answer::ok, "a table that has a writer can be read");
+    expect(reader.status().state == state, "the state is the writer's");
+    Record row;
+    for (auto const& [key, what] : expected) {
+      auto const answer = reader.lookup(sampleKey<Record>(key), row);
+      expect(answer == (what.first ? Glim::Answer::ok : Glim::Answer::absent),
+             "what was written is found, what was removed is not");
+      expect(!what.first || std::memcmp(&row, &what.second, sizeof row) == 0,
+             "what is found is what was written");
+    }
+    auto const walk = reader.forEach([](Record const&) {});
+    expect(walk.corrupt == 0 && walk.busy == 0, "no damage is left behind");
+    expect(walk.rows == reader.status().rows, "readers see as many rows as the writer has");
+  }
+
+  Glim::RootPath _root;
+  History<Record> const* _published;
+  DrillCounts& _counts;
+};
+
+}  // namespace GlimTest
