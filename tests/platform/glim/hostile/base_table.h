@@ -26,37 +26,40 @@ std::optional<BaseTable<Record>> makeBaseTable(Glim::RootPath const& root, std::
   std::string const file = root.directory() + "/" + root.dataFile();
   History<Record> published;
   std::optional<TableImage> earlier, killed;
+  auto const image = [&] { return TableImage::of(readFile(file).value_or("")); };
   {
     Glim::ConquerWriter writer(root, Glim::rowShape<Record>(), {.maxRows = maxRows});
+    auto const note = [&] {
+      if (auto const now = image()) published.note(*now);
+    };
     auto const write = [&](std::uint64_t key, std::uint64_t value) {
       Record const row = sampleRow<Record>(key, value);
       writer.write(&row);
-      published.add(row);
+      note();
+    };
+    auto const open = [&](std::uint64_t key, std::uint64_t value) {
+      Record const row = sampleRow<Record>(key, value);
+      auto const opened = writer.open(&row.key);
+      std::memcpy(opened.row, &row, sizeof row);
+      return opened;
     };
     for (std::uint64_t round = 0; round < 3; ++round) {
       for (std::uint64_t key = 1; key <= baseRows; ++key) write(key, 100 * round + key);
     }
-    earlier = TableImage::of(readFile(file).value_or(""));
+    earlier = image();
     for (std::uint64_t const key : {3u, 7u, 8u}) {
-      Record const row = sampleRow<Record>(key, 0);
-      writer.remove(&row.key);
+      auto const removed = sampleKey<Record>(key);
+      writer.remove(&removed);
     }
     for (std::uint64_t const key : {13u, 14u, 3u}) write(key, 500 + key);
     for (std::uint64_t const key : {1u, 14u}) {
-      Record const row = sampleRow<Record>(key, 700 + key);
-      auto const open = writer.open(&row.key);
-      std::memcpy(open.row, &row, sizeof row);
-      writer.commit(open);
-      published.add(row);
+      writer.commit(open(key, 700 + key));
+      note();
     }
-    for (std::uint64_t const key : {5u, 15u}) {  // an old row and a new one
-      Record const row = sampleRow<Record>(key, 900);
-      auto const open = writer.open(&row.key);
-      std::memcpy(open.row, &row, sizeof row);
-    }
-    killed = TableImage::of(readFile(file).value_or(""));
+    for (std::uint64_t const key : {5u, 15u}) open(key, 900);  // an old row and a new one
+    killed = image();
   }
-  std::optional<TableImage> const detached = TableImage::of(readFile(file).value_or(""));
+  std::optional<TableImage> const detached = image();
   if (!earlier || !killed || !detached) return {};
   return BaseTable<Record>{*earlier, *killed, *detached, published};
 }

@@ -15,6 +15,7 @@
 #include "platform/glim/conquer_writer.h"
 #include "platform/glim/reader.h"
 #include "platform/glim/schema.h"
+#include "tests/platform/glim/hostile/table_image.h"
 #include "tests/platform/glim/test_records.h"
 
 namespace GlimTest {
@@ -38,22 +39,38 @@ auto sampleKey(std::uint64_t key) {
   return sampleRow<Record>(key, 0).key;
 }
 
-// All rows that were ever published.
+// All rows that were ever published: which, and as which version of which slot.
 template <class Record>
 class History {
  public:
-  using Bytes = std::array<char, sizeof(Record)>;
-
-  void add(Record const& row) { _rows.insert(bytesOf(row)); }
+  // Takes the rows that stand in a table which nobody has damaged.
+  void note(TableImage const& table) {
+    for (Glim::Word slot = 0; slot < table.slots(); ++slot) {
+      Glim::Word const k = table.word(table.slot(slot)) / 2;
+      Glim::Word const state = table.word(table.half(slot, k)) & Glim::Layout::rowStateMask;
+      if (k == 0 || state != Glim::Layout::rowLive) continue;
+      Bytes row;
+      std::memcpy(row.data(), table.bytes.data() + table.row(slot, k), row.size());
+      _rows.insert(row);
+      _versions[{slot, k}] = row;
+    }
+  }
   bool has(Record const& row) const { return _rows.contains(bytesOf(row)); }
+  bool has(Glim::Word slot, Glim::Word k, Record const& row) const {
+    auto const found = _versions.find({slot, k});
+    return found != _versions.end() && found->second == bytesOf(row);
+  }
 
  private:
+  using Bytes = std::array<char, sizeof(Record)>;
+
   static Bytes bytesOf(Record const& row) {
     Bytes bytes;
     std::memcpy(bytes.data(), &row, sizeof row);
     return bytes;
   }
   std::set<Bytes> _rows;
+  std::map<std::pair<Glim::Word, Glim::Word>, Bytes> _versions;
 };
 
 struct DrillCounts {
@@ -73,11 +90,11 @@ class Drill {
   Drill(Glim::RootPath const& root, History<Record> const* published, DrillCounts& counts)
       : _root(root), _published(published), _counts(counts) {}
 
-  // Empty when every promise held.
-  std::string run(Glim::TableLimits const& limits) {
+  // `file` is what the table's file holds. Empty when every promise held.
+  std::string run(TableImage const& file, Glim::TableLimits const& limits) {
     ++_counts.files;
     try {
-      readTyped();
+      readTyped(file);
       readUntyped();
       write(limits);
     } catch (Broken const& broken) {
@@ -100,7 +117,7 @@ class Drill {
     expect(_published == nullptr || _published->has(row), "no row is accepted that nobody wrote");
   }
 
-  void readTyped() {
+  void readTyped(TableImage const& file) {
     Glim::Reader<Record> reader(_root.path());
     if (reader.attach() != Glim::Answer::ok) {
       expect(!reader.attached(), "a reader that could not attach is detached");
@@ -115,6 +132,11 @@ class Drill {
     _counts.rows += walk.rows;
     _counts.corrupt += walk.corrupt;
     Record row;
+    for (Glim::Word slot = 0; _published != nullptr && slot < reader.slots(); ++slot) {
+      if (reader.rowAt(slot, row) != Glim::Answer::ok) continue;
+      expect(_published->has(slot, file.word(file.slot(slot)) / 2, row),
+             "a row is accepted in its own slot, as its own version");
+    }
     for (std::uint64_t key = 0; key < drillKeys; ++key) {
       if (reader.lookup(sampleKey<Record>(key), row) != Glim::Answer::ok) continue;
       expect(row.key == sampleKey<Record>(key), "a row that is found has the key");
