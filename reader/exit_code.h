@@ -8,18 +8,19 @@
 namespace Show {
 
 // Where several apply, the program ends with the least one of tableMissing to unsafeTable, else
-// with rowsLeftOut, else with unknownInterface.
+// with damageFound, else with rowsLeftOut, else with unknownName.
 enum class ExitCode : int {
   ok = 0,
-  failed = 1,            // the machine gave out: output could not be written, no memory
-  usage = 2,             // an option or a value that there is not
-  unknownInterface = 3,  // a NAME that no interface has; the others are shown
-  tableMissing = 4,      // no such directory or table: the agent never ran there
-  unreadable = 5,        // no permission, or the file could not be opened
-  notATable = 6,         // the file is no table, is damaged or cut short
-  otherVersion = 7,      // a table of another layout or of other records
-  unsafeTable = 8,       // not a regular file, of an untrusted owner, or writable by others
-  rowsLeftOut = 9,       // a row was corrupt or kept changing; the others are shown
+  failed = 1,        // the machine gave out: output could not be written, no memory
+  usage = 2,         // an option or a value that there is not
+  unknownName = 3,   // a NAME that no interface or table has; the others are shown
+  tableMissing = 4,  // no such directory or table: the agent never ran there
+  unreadable = 5,    // no permission, or the file could not be opened
+  notATable = 6,     // the file is no table, is damaged or cut short
+  otherVersion = 7,  // a table of another layout or of other records
+  unsafeTable = 8,   // not a regular file, of an untrusted owner, or writable by others
+  rowsLeftOut = 9,   // a row was corrupt or kept changing; the others are shown
+  damageFound = 10,  // `tables verify` found damage in a table that can be read
 };
 
 constexpr int number(ExitCode code) { return static_cast<int>(code); }
@@ -55,12 +56,13 @@ inline constexpr std::string_view kExitCodesText =
     "  0  all is shown\n"
     "  1  the output could not be written, or the machine gave out\n"
     "  2  wrong usage\n"
-    "  3  a NAME that no interface has; the others are shown\n"
+    "  3  a NAME that no interface or table has; the others are shown\n"
     "  4  no tables there: the agent has not run\n"
     "  5  a table cannot be opened: no permission\n"
     "  6  a file is no table, or is damaged\n"
     "  7  a table of another version of this program\n"
     "  8  a table that is not safe to read: its owner, mode or type\n"
-    "  9  a corrupt row was left out; the others are shown\n";
+    "  9  a row was left out: it is corrupt, or kept changing; the others are shown\n"
+    " 10  'tables verify' found damage in a table that can be read\n";
 
 }  // namespace Show

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string_view>
 
+#include "reader/agent_status.h"
 #include "reader/counters.h"
 #include "reader/views.h"
 
@@ -24,20 +25,6 @@ Json text(std::string_view text) { return text.empty() ? Json() : Json(std::stri
 // Times are seconds since the epoch; 0 stands for "never".
 Json time(double seconds) { return seconds > 0.0 ? Json(seconds) : Json(); }
 
-std::string_view name(AgentState state) {
-  switch (state) {
-    case AgentState::running:
-      return "running";
-    case AgentState::silent:
-      return "silent";
-    case AgentState::notRunning:
-      return "notRunning";
-    case AgentState::unknown:
-      break;
-  }
-  return "unknown";
-}
-
 std::string_view name(Interface::AdminState state) {
   switch (state) {
     case Interface::AdminState::up:
@@ -48,14 +35,6 @@ std::string_view name(Interface::AdminState state) {
       break;
   }
   return {};
-}
-
-Json agentJson(AgentStatus const& agent) {
-  Json json{{"state", name(agent.state)}, {"pid", nullptr}, {"heartbeatAge", nullptr}};
-  if (agent.state == AgentState::unknown) return json;
-  json["pid"] = agent.pid;
-  json["heartbeatAge"] = agent.heartbeatAge;
-  return json;
 }
 
 Json tablesJson(Snapshot const& snapshot) {
@@ -125,6 +104,21 @@ Json intfJson(Snapshot const& snapshot, Intf const& intf) {
 
 }  // namespace
 
+Json problemsJson(std::vector<Problem> const& problems) {
+  Json json = Json::array();
+  for (Problem const& problem : problems)
+    json.push_back({{"exitCode", number(problem.code)}, {"text", problem.text}});
+  return json;
+}
+
+Json agentJson(AgentStatus const& agent) {
+  Json json{{"state", name(agent.state)}, {"pid", nullptr}, {"heartbeatAge", nullptr}};
+  if (agent.state == AgentState::unknown) return json;
+  json["pid"] = agent.pid;
+  json["heartbeatAge"] = agent.heartbeatAge;
+  return json;
+}
+
 Json json(Snapshot const& snapshot, std::vector<Problem> const& problems) {
   Json json{{"format", kFormat},
             {"time", snapshot.now},
@@ -133,8 +127,7 @@ Json json(Snapshot const& snapshot, std::vector<Problem> const& problems) {
             {"tables", tablesJson(snapshot)},
             {"problems", Json::array()},
             {"interfaces", Json::array()}};
-  for (Problem const& problem : problems)
-    json["problems"].push_back({{"exitCode", number(problem.code)}, {"text", problem.text}});
+  json["problems"] = problemsJson(problems);
   for (Intf const& intf : snapshot.interfaces)
     json["interfaces"].push_back(intfJson(snapshot, intf));
   return json;

@@ -12,6 +12,10 @@ namespace Show {
 
 nlohmann::ordered_json json(Snapshot const& snapshot, std::vector<Problem> const& problems);
 
+// The same pieces in every object that this program prints.
+nlohmann::ordered_json problemsJson(std::vector<Problem> const& problems);
+nlohmann::ordered_json agentJson(AgentStatus const& agent);
+
 // On several lines for people, or on one. Malformed UTF-8 is replaced.
 std::string jsonText(nlohmann::ordered_json const& value, bool oneLine);
 

@@ -6,11 +6,9 @@
 
 namespace Show {
 
-namespace {
-
-std::string tableText(Snapshot const& snapshot, TableRead const& table) {
-  std::string const file = snapshot.directory + "/" + std::string(table.name) + ".glim";
-  switch (table.answer) {
+std::string tableText(TablePlace const& place, Glim::Answer answer, std::string const& stranger) {
+  std::string const file = place.directory + "/" + place.file;
+  switch (answer) {
     case Glim::Answer::missing:
       return "there is no table " + file + ": the agent has not published it";
     case Glim::Answer::retired:
@@ -30,13 +28,13 @@ std::string tableText(Snapshot const& snapshot, TableRead const& table) {
     case Glim::Answer::otherSchema:
       return file + " holds other records: oru-counters and oru-agentd must be of the same version";
     case Glim::Answer::unsafe:
-      if (!snapshot.directoryNamed && !table.stranger.empty())
-        return file + " belongs to " + printable(table.stranger) +
+      if (!place.directoryNamed && !stranger.empty())
+        return file + " belongs to " + printable(stranger) +
                ", who is neither you nor the superuser; if you trust it, name the directory: "
                "oru-counters --tables " +
-               snapshot.directory;
-      if (!table.stranger.empty())
-        return file + " is not safe to read: it belongs to " + printable(table.stranger) +
+               place.directory;
+      if (!stranger.empty())
+        return file + " is not safe to read: it belongs to " + printable(stranger) +
                ", and must be yours, of the superuser or of its directory's owner, with nobody "
                "else who may write it";
       return file +
@@ -51,7 +49,21 @@ std::string tableText(Snapshot const& snapshot, TableRead const& table) {
   return {};
 }
 
-}  // namespace
+Problem noTables(std::string const& directory) {
+  return {ExitCode::tableMissing, "there are no tables in " + directory +
+                                      "; start the agent with: oru-agentd --tables " + directory};
+}
+
+void addRowsLeftOut(std::vector<Problem>& all, std::string const& path, std::uint64_t corrupt,
+                    std::uint64_t busy) {
+  std::string const of = " of " + path + " ";
+  if (corrupt != 0)
+    all.push_back({ExitCode::rowsLeftOut, counted(corrupt, "corrupt row") + of +
+                                              (corrupt == 1 ? "was" : "were") + " left out"});
+  if (busy != 0)
+    all.push_back({ExitCode::rowsLeftOut, counted(busy, "row") + of + "kept changing and " +
+                                              (busy == 1 ? "was" : "were") + " left out"});
+}
 
 std::vector<Problem> problems(Snapshot const& snapshot, std::vector<std::string> const& unknown) {
   std::vector<Problem> all;
@@ -59,36 +71,34 @@ std::vector<Problem> problems(Snapshot const& snapshot, std::vector<std::string>
   bool const none = std::all_of(tables.begin(), tables.end(), [](TableRead const& table) {
     return table.answer == Glim::Answer::missing;
   });
-  if (none) {
-    all.push_back({ExitCode::tableMissing, "there are no tables in " + snapshot.directory +
-                                               "; start the agent with: oru-agentd --tables " +
-                                               snapshot.directory});
-    return all;
-  }
+  if (none) return {noTables(snapshot.directory)};
+  auto const fileOf = [](TableRead const& table) { return std::string(table.name) + ".glim"; };
   for (TableRead const& table : tables)
     if (exitCodeOf(table.answer) != ExitCode::ok)
-      all.push_back({exitCodeOf(table.answer), tableText(snapshot, table)});
-  for (TableRead const& table : tables) {
-    std::string const of = " of " + snapshot.directory + "/" + std::string(table.name) + ".glim ";
-    if (table.corruptRows != 0)
-      all.push_back({ExitCode::rowsLeftOut, counted(table.corruptRows, "corrupt row") + of +
-                                                (table.corruptRows == 1 ? "was" : "were") +
-                                                " left out"});
-    if (table.busyRows != 0)
-      all.push_back(
-          {ExitCode::rowsLeftOut, counted(table.busyRows, "row") + of + "kept changing and " +
-                                      (table.busyRows == 1 ? "was" : "were") + " left out"});
-  }
+      all.push_back({exitCodeOf(table.answer),
+                     tableText({snapshot.directory, snapshot.directoryNamed, fileOf(table)},
+                               table.answer, table.stranger)});
+  for (TableRead const& table : tables)
+    addRowsLeftOut(all, snapshot.directory + "/" + fileOf(table), table.corruptRows,
+                   table.busyRows);
   bool const known = tables[Snapshot::counterTable].answer == Glim::Answer::ok;
   for (std::string const& name : unknown)
-    if (known)
-      all.push_back({ExitCode::unknownInterface, "there is no interface " + printable(name)});
+    if (known) all.push_back({ExitCode::unknownName, "there is no interface " + printable(name)});
   return all;
 }
 
 ExitCode exitCode(std::vector<Problem> const& problems) {
   auto const rank = [](ExitCode code) {
-    return code == ExitCode::unknownInterface ? number(ExitCode::rowsLeftOut) + 1 : number(code);
+    switch (code) {
+      case ExitCode::damageFound:
+        return 101;
+      case ExitCode::rowsLeftOut:
+        return 102;
+      case ExitCode::unknownName:
+        return 103;
+      default:
+        return number(code);
+    }
   };
   auto const worst = std::min_element(
       problems.begin(), problems.end(),

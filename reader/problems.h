@@ -15,6 +15,20 @@ struct Problem {
   bool operator==(Problem const&) const = default;
 };
 
+// What to say of a table that could not be read; empty for the answers that concern one row.
+// `stranger` is the owner of an unsafe file, where that is the reason.
+struct TablePlace {
+  std::string directory;
+  bool directoryNamed = true;  // by the user
+  std::string file;            // within the directory
+};
+std::string tableText(TablePlace const& place, Glim::Answer answer, std::string const& stranger);
+// There is no table at all.
+Problem noTables(std::string const& directory);
+// Rows that could not be read and were left out: none, one or two problems.
+void addRowsLeftOut(std::vector<Problem>& all, std::string const& path, std::uint64_t corrupt,
+                    std::uint64_t busy);
+
 // Of the tables, the most important first; then of the names that mean no interface, where the
 // tables could be read at all.
 std::vector<Problem> problems(Snapshot const& snapshot, std::vector<std::string> const& unknown);

@@ -1,22 +1,14 @@
 // Where snapshots come from: the tables of a directory, across the agents that write them.
 #pragma once
 
-#include <sys/types.h>
-
-#include <optional>
 #include <string>
 
 #include "platform/glim/reader.h"
+#include "reader/agent_status.h"
 #include "reader/snapshot.h"
+#include "reader/trust.h"
 
 namespace Show {
-
-// What the file says of its writer, and whether there is a process of the writer's number.
-AgentStatus agentStatus(Glim::TableStatus const& table, bool processExists);
-
-// Whose tables are shown. Anybody may make the usual directory first, while no agent runs; so of
-// one that the user did not name, only tables of the superuser or of this user.
-enum class Trust { ownTables, directoryOwner };
 
 class Source {
  public:
@@ -32,7 +24,7 @@ class Source {
     explicit Table(std::string const& path) : reader(path) {}
 
     Glim::Reader<Record> reader;
-    std::optional<uid_t> owner;  // that the reader expects
+    Glim::ReaderOptions options;
   };
 
   template <class Record, class Visit>

@@ -165,7 +165,7 @@ TEST_F(JsonView, AnUnknownAgentHasNoProcess) {
 }
 
 TEST_F(JsonView, ProblemsComeWithTheirExitCode) {
-  Json const problem = parsed({{ExitCode::unknownInterface, "no such"}})["problems"][0];
+  Json const problem = parsed({{ExitCode::unknownName, "no such"}})["problems"][0];
   EXPECT_EQ(problem["exitCode"], 3);
   EXPECT_EQ(problem["text"], "no such");
 }

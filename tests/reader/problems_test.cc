@@ -90,7 +90,7 @@ TEST_F(ProblemsOfASnapshot, AnUnknownIntfIsNamed) {
   auto const found = problems(snapshot, {"Ethernet7"});
   ASSERT_THAT(found, SizeIs(1));
   EXPECT_EQ(found[0].text, "there is no interface Ethernet7");
-  EXPECT_EQ(exitCode(found), ExitCode::unknownInterface);
+  EXPECT_EQ(exitCode(found), ExitCode::unknownName);
 }
 
 TEST_F(ProblemsOfASnapshot, NoIntfIsCalledUnknownWhenTheTableCouldNotBeRead) {

@@ -321,7 +321,7 @@ TEST_F(PlainTop, TellsAProblemOnceWhileItLasts) {
 TEST_F(PlainTop, EndsWithTheExitCodeOfItsLastTable) {
   options.duration = 1.0;
   options.names = {"Ethernet1", "Ethernet99"};
-  EXPECT_EQ(run(), ExitCode::unknownInterface);
+  EXPECT_EQ(run(), ExitCode::unknownName);
   EXPECT_THAT(err.str(), HasSubstr("there is no interface Ethernet99"));
   EXPECT_THAT(out.str(), Not(HasSubstr("Ethernet2")));
 }
