@@ -48,6 +48,8 @@ class Memory {
   virtual void store(Word* at, Word value, std::memory_order order) = 0;
   virtual Word load(Word const* at, std::memory_order order) = 0;
   virtual void fence(std::memory_order order) = 0;
+  // Told before a writer reads its own words at a stretch; they come from this machine's memory.
+  virtual void aboutToRead(Word const* /*from*/, std::size_t /*words*/) {}
 
  protected:
   ~Memory() = default;
@@ -83,6 +85,13 @@ void fence() {
   if (memory != nullptr) return memory->fence(order);
 #endif
   std::atomic_thread_fence(order);
+}
+
+// A writer reads what nobody else changes without any order, and not through here.
+inline void aboutToRead([[maybe_unused]] Word const* from, [[maybe_unused]] std::size_t words) {
+#ifdef ORU_GLIM_STORE_HOOK
+  if (memory != nullptr) memory->aboutToRead(from, words);
+#endif
 }
 
 // Marks and everything that publishes something else.

@@ -30,6 +30,7 @@ Word RowSlot::publishDead(Word k) {
 }
 
 bool RowSlot::copyOwn(Word k, Word expected, void* copy) const {
+  Words::aboutToRead(row(k), _rowWords);
   Word const sum = RowWords::copyOwn(copy, row(k), _rowWords, seed(k, rowLive));
   return meta(k) == expected && Layout::metaOf(sum, rowLive) == expected;
 }
@@ -39,6 +40,7 @@ bool RowSlot::validate(Word k, Layout::RowState& state) const {
   switch (found & Layout::rowStateMask) {
     case rowLive:
       state = rowLive;
+      Words::aboutToRead(row(k), _rowWords);
       return Layout::metaOf(RowWords::checksum(row(k), _rowWords, seed(k, rowLive)), rowLive) ==
              found;
     case rowDead:

@@ -40,6 +40,7 @@ class TableReader {
 
   // REQUIRES for all of the following: attached()
 
+  TableFile const& file() const { return _file; }
   HeaderCopy const& header() const { return _file.header(); }
   std::string const& schema() const { return header().schema; }
   std::size_t rowWords() const { return header().geometry.rowWords; }
