@@ -1,9 +1,15 @@
 #include "agent/tables.h"
 
+#include "agent/log.h"
+
 namespace Agent {
 
+using Debug = Dov::Platform::DebugHandler;
+
 Tables::Tables(std::string directory, Glim::TableLimits const& limits)
-    : _directory(std::move(directory)),
+    : _debug(Debug::defaultFlags,
+             [](Debug::Message const& message) { say(std::string(message.text)); }),
+      _directory(std::move(directory)),
       _limits(limits),
       _intfCounters(add<Interface::AllEthIntfCounterGlim>(Interface::kIntfCounters)),
       _intfClearCounters(add<Interface::AllEthIntfCounterGlim>(Interface::kIntfClearCounters)),

@@ -65,8 +65,7 @@ class Tables {
     std::function<bool()> files;  // whether its file is still the one under its name
   };
   Glim::RootPath path(std::string_view name);
-
-  Dov::Platform::DebugHandler _debug;
+  Dov::Platform::DebugHandler _debug;  // to the operator: what the tables have to say of themselves
   std::string const _directory;
   Glim::TableLimits const _limits;
   std::vector<Life> _alive;

@@ -1,9 +1,13 @@
 // What a writer does with its rows once the table is its own; conquest.cc tells how it became so.
 #include "platform/glim/conquer_writer.h"
 
+#include <sys/stat.h>
+
+#include <algorithm>
 #include <cstring>
 
 #include "platform/dov/exception.h"
+#include "platform/glim/boot_time.h"
 #include "platform/glim/row_words.h"
 
 namespace Glim {
@@ -42,6 +46,23 @@ std::uint32_t ConquerWriter::findOrTake(void const* key) {
   }
   if (_slots.full()) grow();
   return _slots.take(key, _shape.key.hash(key));
+}
+
+void ConquerWriter::grow() {
+  Layout::Geometry const& geometry = _table.geometry();
+  std::uint32_t const before = _slots.slots();
+  auto const more =
+      static_cast<std::uint32_t>(std::min<Word>(_chunkRows, geometry.maxRows - before));
+  int const error =
+      allocateFile(_file, geometry.bytesFor(before), geometry.bytesFor(before + more));
+  if (error != 0) {
+    Dov::ResourceException::throwException("table " + _root.path() + " cannot grow beyond " +
+                                           std::to_string(before) + " rows: " + errorText(error));
+  }
+  // A file that was cut within a slot still has the start of it.
+  slot(before).versionWordIs(0);
+  _slots.grow(more);
+  Words::storeRelease(_table.wordAt(Layout::allocatedRowsOffset), _slots.slots());
 }
 
 void ConquerWriter::checkVersion(std::uint32_t number) const {
@@ -174,6 +195,22 @@ bool ConquerWriter::next(void const* after, void* row) const {
 
 void ConquerWriter::noteMembers() {
   Words::storeRelease(_table.wordAt(Layout::membersOffset), members());
+}
+
+void ConquerWriter::heartbeat() {
+  Words::storeRelease(_table.wordAt(Layout::heartbeatOffset), bootTime());
+}
+
+bool ConquerWriter::validateFiles() const {
+  struct stat mine {};
+  struct stat named {};
+  FileDescriptor const file = _directory.openData();
+  if (!file || ::fstat(_file.get(), &mine) != 0 || ::fstat(file.get(), &named) != 0) return false;
+  if (mine.st_dev != named.st_dev || mine.st_ino != named.st_ino) return false;
+  HeaderCopy header;
+  return readHeader(file.get(), header) == Answer::ok && header.schema == _shape.schema &&
+         header.geometry == _table.geometry() &&
+         header.geometry.rowsWithin(header.fileBytes) >= _slots.slots();
 }
 
 void ConquerWriter::cleanup() {

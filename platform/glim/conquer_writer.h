@@ -7,10 +7,12 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/glim/bucket_index.h"
+#include "platform/glim/conquest.h"
 #include "platform/glim/header_copy.h"
 #include "platform/glim/row_shape.h"
 #include "platform/glim/slot_allocator.h"
@@ -20,20 +22,7 @@
 
 namespace Glim {
 
-// What a writer found when it took its table.
-struct Conquest {
-  enum class Kind {
-    created,   // there was no file
-    adopted,   // the file of a former writer, in place
-    moved,     // its rows, into a larger file
-    setAside,  // something else: it was kept under the name `keptAs`, and the table begins empty
-  };
-  Kind kind = Kind::created;
-  std::uint32_t rows = 0;         // taken over
-  std::uint32_t corruptRows = 0;  // found damaged and given up
-  bool indexRebuilt = false;
-  std::string keptAs;
-};
+class Migration;
 
 class ConquerWriter {
  public:
@@ -106,14 +95,16 @@ class ConquerWriter {
 
   // Conquest.
   void conquer();
-  void create();
+  void create(Word maxRows);
   void adopt(FileDescriptor file, HeaderCopy const& header);
-  void moveFrom(FileDescriptor const& file, HeaderCopy const& header);
+  std::optional<Migration> migrationFrom(HeaderCopy const& header) const;
+  void moveFrom(FileDescriptor const& file, HeaderCopy const& header, Migration const* migration);
   void replaceForeign(FileDescriptor const& file, HeaderCopy const& header, Answer what);
   void adoptSlot(std::uint32_t slot, Word* row, std::vector<BucketIndex::Link>& links);
   void beginReign(Word formerEpoch);
-  Layout::Geometry wantedGeometry() const;
-  void say(unsigned level, std::string const& what) const;
+  Layout::Geometry geometryFor(Word maxRows) const;
+  TableMapping mapped(FileDescriptor const& file, Layout::Geometry const& geometry) const;
+  void concluded(Conquest conquest);
 
   // Rows.
   std::uint32_t find(void const* key) const;

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -11,6 +12,7 @@
 #include "platform/dov/exception.h"
 #include "platform/glim/boot_time.h"
 #include "platform/glim/conquer_writer.h"
+#include "platform/glim/migration.h"
 
 namespace Glim {
 
@@ -35,13 +37,8 @@ Word now() {
       duration_cast<nanoseconds>(system_clock::now().time_since_epoch()).count());
 }
 
-// The error, or 0.
-int allocateFile(int fd, Word from, Word to) {
-  int error;
-  do {  // returns its error, and leaves errno alone
-    error = ::posix_fallocate(fd, static_cast<off_t>(from), static_cast<off_t>(to - from));
-  } while (error == EINTR);
-  return error;
+std::string counted(std::uint32_t n, char const* what) {
+  return std::to_string(n) + ' ' + what + (n == 1 ? "" : "s");
 }
 
 void storeText(Word* at, std::string_view text) {
@@ -54,6 +51,32 @@ void storeText(Word* at, std::string_view text) {
 
 }  // namespace
 
+bool Conquest::notable() const {
+  return kind == Kind::migrated || kind == Kind::setAside || corruptRows != 0;
+}
+
+std::string Conquest::text() const {
+  std::string said;
+  switch (kind) {
+    case Kind::created:
+      return "created";
+    case Kind::adopted:
+      said = "adopted " + counted(rows, "row");
+      break;
+    case Kind::moved:
+      said = "moved " + counted(rows, "row") + " into a larger file";
+      break;
+    case Kind::migrated:
+      said = "carried " + counted(rows, "row") + " over from an older schema";
+      break;
+    case Kind::setAside:
+      said = "set a file aside as " + keptAs + ": " + why;
+      break;
+  }
+  if (corruptRows != 0) said += ", gave up " + counted(corruptRows, "corrupt row");
+  return said;
+}
+
 ConquerWriter::ConquerWriter(RootPath const& root, RowShape const& shape, TableLimits const& limits)
     : _root(root),
       _shape(shape),
@@ -63,72 +86,100 @@ ConquerWriter::ConquerWriter(RootPath const& root, RowShape const& shape, TableL
       _slots(shape),
       _identity(nextIdentity()),
       _pid(::getpid()) {
-  conquer();
+  try {
+    conquer();
+  } catch (...) {
+    _directory.removeNew();  // memory that nobody would use
+    throw;
+  }
 }
 
 ConquerWriter::~ConquerWriter() { detach(); }
 
-void ConquerWriter::say(unsigned level, std::string const& what) const {
-  auto& handler = _root.debugHandler();
-  if (!handler.enabled(level)) return;
-  handler.write(level, "Glim/ConquerWriter", "conquer",
-                "ConquerWriter::conquer() " + _root.path() + " " + what);
-}
-
-Geometry ConquerWriter::wantedGeometry() const {
+Geometry ConquerWriter::geometryFor(Word maxRows) const {
   auto const geometry =
-      Geometry::make(_shape.rowWords, _shape.keyBytes, _limits.maxRows, _shape.schema.size());
+      Geometry::make(_shape.rowWords, _shape.keyBytes, maxRows, _shape.schema.size());
   if (!geometry) {
     Dov::InvalidSizeException::throwException(
-        "table " + _root.path() + ": " + std::to_string(_limits.maxRows) + " rows of " +
+        "table " + _root.path() + ": " + std::to_string(maxRows) + " rows of " +
         std::to_string(_shape.rowWords * sizeof(Word)) + " bytes are beyond what a table holds");
   }
   return *geometry;
 }
 
-void ConquerWriter::conquer() {
-  Geometry const wanted = wantedGeometry();
-  Word const chunk = std::max(fewestChunkRows, chunkBytes / wanted.stride);
-  _chunkRows = static_cast<std::uint32_t>(std::min(chunk, wanted.maxRows));
-
-  FileDescriptor file = _directory.openData();
-  if (!file) {
-    create();
-    beginReign(0);
-    _directory.publishNew();
-    say(5, "created");
-    return;
-  }
-  HeaderCopy header;
-  Answer const what = readHeader(file.get(), header);
-  bool const sameRows = what == Answer::ok && header.schema == _shape.schema &&
-                        header.geometry.rowWords == _shape.rowWords &&
-                        header.geometry.keyBytes == _shape.keyBytes;
-  if (!sameRows) {
-    replaceForeign(file, header, what);
-  } else if (header.geometry.maxRows >= wanted.maxRows) {
-    adopt(std::move(file), header);
-  } else {
-    moveFrom(file, header);
-  }
-}
-
-// A complete, empty table under the working name, mapped. Its name comes later, when its rows are
-// whole as well.
-void ConquerWriter::create() {
-  Geometry const geometry = wantedGeometry();
-  FileDescriptor file = _directory.createNew();
-  int const error = allocateFile(file.get(), 0, geometry.bytesFor(_chunkRows));
-  if (error != 0) {
-    Dov::ResourceException::throwException("table " + _root.path() + ": cannot allocate " +
-                                           std::to_string(geometry.bytesFor(_chunkRows)) +
-                                           " bytes: " + errorText(error));
-  }
+TableMapping ConquerWriter::mapped(FileDescriptor const& file, Geometry const& geometry) const {
   TableMapping table = TableMapping::map(file.get(), geometry, true);
   if (!table) {
     Dov::ResourceException::throwException("table " + _root.path() +
                                            ": cannot map: " + errorText(errno));
   }
+  return table;
+}
+
+// Keeps what the conquest was, and says it.
+void ConquerWriter::concluded(Conquest conquest) {
+  _conquest = std::move(conquest);
+  unsigned const level = _conquest.notable() ? 1 : 5;
+  if (!_root.debugHandler().enabled(level)) return;
+  _root.debugHandler().write(level, "Glim/ConquerWriter", "conquer",
+                             "table " + _root.path() + ": " + _conquest.text());
+}
+
+void ConquerWriter::conquer() {
+  Geometry const wanted = geometryFor(_limits.maxRows);
+  Word const chunk = std::max(fewestChunkRows, chunkBytes / wanted.stride);
+  _chunkRows = static_cast<std::uint32_t>(std::min(chunk, wanted.maxRows));
+
+  FileDescriptor file = _directory.openData();
+  if (!file) {
+    create(wanted.maxRows);
+    beginReign(0);
+    _directory.publishNew();
+    concluded({});
+    return;
+  }
+  HeaderCopy header;
+  Answer const what = readHeader(file.get(), header);
+  if (what != Answer::ok) {
+    replaceForeign(file, header, what);
+    return;
+  }
+  bool const sameRows = header.schema == _shape.schema &&
+                        header.geometry.rowWords == _shape.rowWords &&
+                        header.geometry.keyBytes == _shape.keyBytes;
+  if (sameRows && header.geometry.maxRows >= wanted.maxRows) {
+    adopt(std::move(file), header);
+  } else if (sameRows) {
+    moveFrom(file, header, nullptr);
+  } else if (auto const migration = migrationFrom(header)) {
+    moveFrom(file, header, &*migration);
+  } else {
+    replaceForeign(file, header, Answer::otherSchema);
+  }
+}
+
+// From the rows of an earlier release of the record; nothing when these are others.
+std::optional<Migration> ConquerWriter::migrationFrom(HeaderCopy const& header) const {
+  auto const& known = _shape.formerSchemas;
+  if (header.geometry.keyBytes != _shape.keyBytes ||
+      std::find(known.begin(), known.end(), header.schema) == known.end()) {
+    return {};
+  }
+  return Migration::plan(header.schema, header.geometry.rowWords * sizeof(Word), _shape);
+}
+
+// A complete, empty table under the working name, mapped. Its name comes later, when its rows are
+// whole as well.
+void ConquerWriter::create(Word maxRows) {
+  Geometry const geometry = geometryFor(maxRows);
+  FileDescriptor file = _directory.createNew();
+  int const error = allocateFile(file, 0, geometry.bytesFor(_chunkRows));
+  if (error != 0) {
+    Dov::ResourceException::throwException("table " + _root.path() + ": cannot allocate " +
+                                           std::to_string(geometry.bytesFor(_chunkRows)) +
+                                           " bytes: " + errorText(error));
+  }
+  TableMapping table = mapped(file, geometry);
   auto const fixed = Layout::makeFixedWords(geometry, _shape.schema, _shape.schemaHash, now());
   for (std::size_t i = 0; i < fixed.size(); ++i) {
     Words::storeRelease(table.wordAt(i * sizeof(Word)), fixed[i]);
@@ -143,17 +194,12 @@ void ConquerWriter::create() {
 }
 
 void ConquerWriter::adopt(FileDescriptor file, HeaderCopy const& header) {
-  TableMapping table = TableMapping::map(file.get(), header.geometry, true);
-  if (!table) {
-    Dov::ResourceException::throwException("table " + _root.path() +
-                                           ": cannot map: " + errorText(errno));
-  }
+  _table = mapped(file, header.geometry);
   _file = std::move(file);
-  _table = std::move(table);
   // The file's size says what is allocated; the word in the header may have been damaged.
   auto const rows = static_cast<std::uint32_t>(header.geometry.rowsWithin(header.fileBytes));
   // A damaged file may be sparse, and a hole is a fault when memory runs out.
-  int const error = allocateFile(_file.get(), 0, header.geometry.bytesFor(rows));
+  int const error = allocateFile(_file, 0, header.geometry.bytesFor(rows));
   if (error != 0) {
     Dov::ResourceException::throwException("table " + _root.path() +
                                            ": cannot allocate its file: " + errorText(error));
@@ -165,16 +211,12 @@ void ConquerWriter::adopt(FileDescriptor file, HeaderCopy const& header) {
   _slots.adopted();
   _index = BucketIndex(_table.index(), header.geometry.buckets,
                        _table.wordAt(Layout::indexVersionOffset));
-  _conquest.kind = Conquest::Kind::adopted;
-  _conquest.rows = _slots.members();
   _conquest.indexRebuilt = !_index.adopt(links);
   Words::storeRelease(_table.wordAt(Layout::allocatedRowsOffset), rows);
   beginReign(Words::loadAcquire(_table.wordAt(Layout::epochOffset)));
-
-  say(5, "adopted " + std::to_string(_conquest.rows) + " rows");
-  if (_conquest.corruptRows != 0) {
-    say(1, "gave up " + std::to_string(_conquest.corruptRows) + " corrupt rows");
-  }
+  _conquest.kind = Conquest::Kind::adopted;
+  _conquest.rows = _slots.members();
+  concluded(_conquest);
 }
 
 // One slot as a former writer left it. `row` has room for a row.
@@ -209,61 +251,6 @@ void ConquerWriter::adoptSlot(std::uint32_t number, Word* row,
   }
 }
 
-// The same rows, but more room is wanted than the file was made for: its good rows go into a new
-// file.
-void ConquerWriter::moveFrom(FileDescriptor const& file, HeaderCopy const& header) {
-  TableMapping old = TableMapping::map(file.get(), header.geometry, true);
-  if (!old) {
-    Dov::ResourceException::throwException("table " + _root.path() +
-                                           ": cannot map: " + errorText(errno));
-  }
-  create();
-  Conquest found;
-  found.kind = Conquest::Kind::moved;
-  std::vector<Word> row(header.geometry.rowWords);
-  Word const rows = header.geometry.rowsWithin(header.fileBytes);
-  for (Word i = 0; i < rows; ++i) {
-    RowSlot const at = old.slot(i);
-    Word const k = at.versionWord() / 2;
-    if (k == 0) continue;
-    Layout::RowState state{};
-    if (!at.validate(k, state)) {
-      ++found.corruptRows;
-    } else if (state == Layout::rowLive && at.copyOwn(k, at.meta(k), row.data())) {
-      write(row.data());
-    }
-  }
-  found.rows = _slots.members();
-  _conquest = found;
-  beginReign(Words::loadAcquire(old.wordAt(Layout::epochOffset)));
-  // Retired before the new file has the name: were it the other way round, a kill in between would
-  // leave readers of the old file without a sign. A retired file that still has the name is adopted
-  // by the next writer.
-  Words::storeRelease(old.wordAt(Layout::stateOffset), static_cast<Word>(TableState::retired));
-  _directory.publishNew();
-  say(5, "moved " + std::to_string(found.rows) + " rows into a larger file");
-  if (found.corruptRows != 0) {
-    say(1, "gave up " + std::to_string(found.corruptRows) + " corrupt rows");
-  }
-}
-
-// Rows of another schema or layout, or no table at all: never thrown away, kept under another name.
-void ConquerWriter::replaceForeign(FileDescriptor const& file, HeaderCopy const& header,
-                                   Answer what) {
-  create();
-  TableMapping old;
-  if (what == Answer::ok) old = TableMapping::map(file.get(), header.geometry, true);
-  _conquest.kind = Conquest::Kind::setAside;
-  _conquest.keptAs = _directory.setAside();
-  beginReign(old ? Words::loadAcquire(old.wordAt(Layout::epochOffset)) : 0);
-  if (old) {
-    Words::storeRelease(old.wordAt(Layout::stateOffset), static_cast<Word>(TableState::retired));
-  }
-  _directory.publishNew();
-  say(1, std::string("set a file aside as ") + _conquest.keptAs + ": " +
-             std::string(text(what == Answer::ok ? Answer::otherSchema : what)));
-}
-
 void ConquerWriter::beginReign(Word formerEpoch) {
   _epoch = formerEpoch + 1;
   Words::storeRelease(_table.wordAt(Layout::writerPidOffset), static_cast<Word>(_pid));
@@ -271,39 +258,6 @@ void ConquerWriter::beginReign(Word formerEpoch) {
   noteMembers();
   heartbeat();
   Words::storeRelease(_table.wordAt(Layout::stateOffset), static_cast<Word>(TableState::ready));
-}
-
-void ConquerWriter::grow() {
-  Geometry const& geometry = _table.geometry();
-  std::uint32_t const before = _slots.slots();
-  auto const more =
-      static_cast<std::uint32_t>(std::min<Word>(_chunkRows, geometry.maxRows - before));
-  int const error =
-      allocateFile(_file.get(), geometry.bytesFor(before), geometry.bytesFor(before + more));
-  if (error != 0) {
-    Dov::ResourceException::throwException("table " + _root.path() + " cannot grow beyond " +
-                                           std::to_string(before) + " rows: " + errorText(error));
-  }
-  // A file that was cut within a slot still has the start of it.
-  slot(before).versionWordIs(0);
-  _slots.grow(more);
-  Words::storeRelease(_table.wordAt(Layout::allocatedRowsOffset), _slots.slots());
-}
-
-void ConquerWriter::heartbeat() {
-  Words::storeRelease(_table.wordAt(Layout::heartbeatOffset), bootTime());
-}
-
-bool ConquerWriter::validateFiles() const {
-  struct stat mine {};
-  struct stat named {};
-  FileDescriptor const file = _directory.openData();
-  if (!file || ::fstat(_file.get(), &mine) != 0 || ::fstat(file.get(), &named) != 0) return false;
-  if (mine.st_dev != named.st_dev || mine.st_ino != named.st_ino) return false;
-  HeaderCopy header;
-  return readHeader(file.get(), header) == Answer::ok && header.schema == _shape.schema &&
-         header.geometry == _table.geometry() &&
-         header.geometry.rowsWithin(header.fileBytes) >= _slots.slots();
 }
 
 void ConquerWriter::detach() {

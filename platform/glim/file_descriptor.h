@@ -1,6 +1,7 @@
-// An open file, closed when it goes; and the text of an errno.
+// An open file, closed when it goes; memory for it, and the text of an errno.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <utility>
 
@@ -23,6 +24,10 @@ class FileDescriptor {
  private:
   int _fd = -1;
 };
+
+// Gives the bytes `from` up to `to` of a file memory of their own. The error, or 0; nothing has
+// changed when there is one.
+int allocateFile(FileDescriptor const& file, std::uint64_t from, std::uint64_t to);
 
 std::string errorText(int error);
 

@@ -19,6 +19,13 @@
 // hash() (32 bits), == and <. Both are checked. The schema, as text and as a hash, is derived from
 // this at compile time: it is what a table file says of its rows, and what tells a reader of
 // another version that they are not the rows it knows.
+//
+// A record that changes names the schemas of its earlier releases, each as the text that was its
+// schema then; a writer carries the rows of such a table over, field by field by name
+// (migration.h):
+//
+//   static constexpr std::array<std::string_view, 1> formerSchemas{
+//       "DropCounter\nintfId:text:0:48\ndrops:u32:48:1\nreserved:u32:52:1\n"};
 #pragma once
 
 #include <array>

@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <functional>
+#include <span>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -23,6 +24,8 @@ struct RowShape {
   std::uint64_t schemaHash;
   std::size_t rowWords;
   std::size_t keyBytes;
+  // Schemas that tables of this record had in earlier releases, and whose rows are carried over.
+  std::span<std::string_view const> formerSchemas;
   void const* defaultRow;  // what the fields of a row begin with when a direct write makes it
   KeyOps key;
 };
@@ -56,11 +59,22 @@ KeyOps keyOps() {
 }
 
 template <class Record>
+std::span<std::string_view const> formerSchemas() {
+  if constexpr (requires { RecordTraits<Record>::formerSchemas; }) {
+    return RecordTraits<Record>::formerSchemas;
+  } else {
+    return {};
+  }
+}
+
+template <class Record>
 RowShape const& rowShape() {
   using Key = typename RecordTraits<Record>::Key;
   static Record const defaultRow{};
-  static RowShape const shape{schemaText<Record>, schemaHash<Record>, CheckedRecord<Record>::words,
-                              sizeof(Key),        &defaultRow,        keyOps<Key>()};
+  static RowShape const shape{
+      schemaText<Record>, schemaHash<Record>,      CheckedRecord<Record>::words,
+      sizeof(Key),        formerSchemas<Record>(), &defaultRow,
+      keyOps<Key>()};
   return shape;
 }
 

@@ -17,6 +17,7 @@ struct SchemaField {
   std::size_t count = 1;
 
   std::size_t size() const { return fieldSize(type) * count; }
+  bool operator==(SchemaField const&) const = default;
 };
 
 struct Schema {

@@ -110,6 +110,10 @@ FileDescriptor TableDirectory::createNew() const {
   return file;
 }
 
+void TableDirectory::removeNew() const noexcept {
+  ::unlinkat(_fd.get(), _root.newFile().c_str(), 0);
+}
+
 void TableDirectory::publishNew() const {
   std::string const from = _root.newFile();
   std::string const to = _root.dataFile();

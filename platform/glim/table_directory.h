@@ -25,6 +25,8 @@ class TableDirectory {
   FileDescriptor openData() const;
   // An empty file under a working name; what an interrupted writer left there is removed.
   FileDescriptor createNew() const;
+  // Removes the file under the working name, if there is one.
+  void removeNew() const noexcept;
   // Gives the new file the table's name, in place of what has it.
   void publishNew() const;
   // Keeps the file that has the table's name under one more name, once, and returns that name.

@@ -496,6 +496,34 @@ class WithoutHardware(Programs):
         self.start_agent()
         self.await_interfaces("Ethernet1", "Ethernet2", "Ethernet3", "Ethernet4")
         self.polled("Ethernet1")
+        self.assertRegex(self.what_it_said(), r"/intfCounters: adopted 0 rows, gave up \d+ corrupt")
+
+    def test_a_file_that_is_no_table_is_set_aside_and_the_agent_says_so(self):
+        table = pathlib.Path(self.tables, "intfCounters.glim")
+        table.write_text("somebody's notes")
+        self.start_agent()
+        self.polled("Ethernet1")
+        self.assertEqual(self.what_it_said(),
+                         f"oru-agentd: table {self.tables}/intfCounters: set a file aside as "
+                         "intfCounters.glim.aside-1: not a table\n")
+        self.assertEqual(pathlib.Path(f"{table}.aside-1").read_text(), "somebody's notes")
+
+    def test_on_a_tmpfs_that_is_full_the_interfaces_with_room_are_served(self):
+        mounted = subprocess.run(["mount", "-t", "tmpfs", "-o", "size=4m,mode=0755", "none",
+                                  self.tables], stderr=subprocess.DEVNULL, check=False)
+        if mounted.returncode != 0:
+            self.skipTest("may not mount a tmpfs")
+        self.addCleanup(lambda: subprocess.run(["umount", "-l", self.tables], check=True))
+        self.start_agent("--ports", "4000")
+        self.polled("Ethernet1")
+        shown = self.show()["interfaces"]
+        self.assertGreater(len(shown), 100)
+        self.assertLess(len(shown), 4000)
+        self.assertIn("No space left on device", self.what_it_said())
+        self.stop_agent(signal.SIGKILL)
+        self.start_agent("--ports", "4000")  # over what is full still
+        self.polled("Ethernet1")
+        await_that("the same interfaces", lambda: len(self.show()["interfaces"]) == len(shown))
 
     def test_an_agent_whose_tables_are_removed_says_so_and_ends(self):
         self.start_agent()

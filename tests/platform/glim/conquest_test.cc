@@ -18,7 +18,9 @@ using GlimTest::inChild;
 using GlimTest::killed;
 using GlimTest::Large;
 using GlimTest::largeRow;
+using GlimTest::LaterSmall;
 using GlimTest::NameKey;
+using GlimTest::Renumbered;
 using GlimTest::Small;
 using GlimTest::TableTest;
 using GlimTest::Vandal;
@@ -204,8 +206,8 @@ TEST_F(GlimConquest, ACorruptRowIsGivenUpAndTheOthersStay) {
   auto const sut = makeTable<Small>();
   EXPECT_EQ(sut->conquest()->rows, 9u);
   EXPECT_EQ(sut->conquest()->corruptRows, 1u);
-  EXPECT_EQ(texts(1), (std::vector<std::string>{"ConquerWriter::conquer() " + path() +
-                                                " gave up 1 corrupt rows"}));
+  EXPECT_EQ(texts(1), (std::vector<std::string>{"table " + path() +
+                                                ": adopted 9 rows, gave up 1 corrupt row"}));
   expectRows(sut, 1, 9);
   sut->write({{10}, 100});
   expectRows(sut, 1, 10);
@@ -367,14 +369,80 @@ TEST_F(GlimConquest, ATableOfAnotherSchemaIsSetAsideAndReported) {
   EXPECT_EQ(sut->conquest()->kind, Conquest::Kind::setAside);
   EXPECT_EQ(sut->conquest()->keptAs, "table.glim.aside-1");
   EXPECT_EQ(texts(1),
-            (std::vector<std::string>{"ConquerWriter::conquer() " + path() +
-                                      " set a file aside as table.glim.aside-1: other schema"}));
+            (std::vector<std::string>{"table " + path() +
+                                      ": set a file aside as table.glim.aside-1: other schema"}));
   EXPECT_EQ(sut->members(), 0u);
   EXPECT_EQ(reader.refresh(), Answer::otherSchema);
   EXPECT_EQ(Reader<WiderSmall>(path()).attach(), Answer::ok);
   ASSERT_TRUE(exists("table.glim.aside-1"));
   Vandal kept(directory + "/table.glim.aside-1");
   EXPECT_EQ(kept.rowWord(0, 1), 10u);
+}
+
+TEST_F(GlimConquest, RowsOfAnOlderSchemaAreCarriedOver) {
+  writeTenRows();
+  said.clear();
+  auto const sut = makeTable<LaterSmall>();
+  EXPECT_EQ(sut->conquest()->kind, Conquest::Kind::migrated);
+  EXPECT_EQ(sut->conquest()->rows, 10u);
+  EXPECT_EQ(texts(1), (std::vector<std::string>{"table " + path() +
+                                                ": carried 10 rows over from an older schema"}));
+  EXPECT_EQ(sut->map().writer()->epoch(), 2u);
+  EXPECT_EQ(sut->members(), 10u);
+  for (std::uint64_t key = 1; key <= 10; ++key) {
+    EXPECT_EQ(sut->lookup({key}), (LaterSmall{{key}, 5, key * 10}));
+  }
+  EXPECT_FALSE(exists("table.glim.aside-1"));
+  EXPECT_FALSE(exists("table.glim.new"));
+}
+
+TEST_F(GlimConquest, ReadersOfAnOlderSchemaAreToldAndThoseOfTheNewOneFollow) {
+  writeTenRows();
+  Reader<Small> older(path());
+  ASSERT_EQ(older.attach(), Answer::ok);
+  auto const sut = makeTable<LaterSmall>();
+  Small out;
+  EXPECT_EQ(older.lookup({1}, out), Answer::retired);
+  EXPECT_EQ(older.refresh(), Answer::otherSchema);
+  Reader<LaterSmall> reader(path());
+  ASSERT_EQ(reader.attach(), Answer::ok);
+  LaterSmall row;
+  EXPECT_EQ(reader.lookup({7}, row), Answer::ok);
+  EXPECT_EQ(row.count, 70u);
+}
+
+TEST_F(GlimConquest, ACorruptRowOfAnOlderSchemaIsNotCarriedOver) {
+  writeTenRows();
+  Vandal(file()).rowWord(9, 1) ^= 1;  // key 10
+  said.clear();
+  auto const sut = makeTable<LaterSmall>();
+  EXPECT_EQ(sut->conquest()->corruptRows, 1u);
+  EXPECT_EQ(sut->members(), 9u);
+  EXPECT_EQ(
+      texts(1).at(0),
+      "table " + path() + ": carried 9 rows over from an older schema, gave up 1 corrupt row");
+}
+
+TEST_F(GlimConquest, MoreRowsOfAnOlderSchemaThanTheLimitAreAllCarriedOver) {
+  writeTenRows();
+  auto const sut = makeTable<LaterSmall>({.maxRows = 4});
+  EXPECT_EQ(sut->members(), 10u);
+  EXPECT_THROW(sut->write({{11}, 0, 1}), Dov::ResourceException);
+  sut->write({{1}, 0, 11});
+  EXPECT_EQ(sut->lookup({1}).count, 11u);
+}
+
+TEST_F(GlimConquest, ARecordWithAnotherKeyIsNotCarriedOver) {
+  makeTable<Renumbered>({}, "other");  // today's schema of that record
+  writeTenRows();
+  EXPECT_EQ(makeTable<Renumbered>()->conquest()->kind, Conquest::Kind::setAside);
+}
+
+TEST_F(GlimConquest, AFileThatAnInterruptedWriterSetAsideKeepsItsOneName) {
+  writeTenRows();
+  std::filesystem::create_hard_link(file(), directory + "/table.glim.aside-1");
+  EXPECT_EQ(makeTable<WiderSmall>()->conquest()->keptAs, "table.glim.aside-1");
+  EXPECT_FALSE(exists("table.glim.aside-2"));
 }
 
 TEST_F(GlimConquest, EachFileSetAsideKeepsItsOwnName) {
@@ -494,7 +562,7 @@ TEST_F(GlimConquest, NoMemoryToGrowIsACleanErrorAndDetachesNothing) {
       message = exception.message();
     }
     if (written == 0 || written == 2000) return 3;
-    if (message.find("table " + path() + " cannot grow beyond " + std::to_string(written) +
+    if (message.find("table " + path() + ": cannot grow beyond " + std::to_string(written) +
                      " rows: ") != 0) {
       return 4;
     }

@@ -99,6 +99,20 @@ struct WiderSmall {
   std::uint64_t another = 0;
 };
 
+// A later release of Small, which has a field more, and in front.
+struct LaterSmall {
+  NumberKey key;
+  std::uint64_t generation = 5;
+  std::uint64_t count = 0;
+  bool operator==(LaterSmall const&) const = default;
+};
+
+// Claims to be a later release of Small, and has another key.
+struct Renumbered {
+  NumberKey id;
+  std::uint64_t count = 0;
+};
+
 }  // namespace GlimTest
 
 template <>
@@ -118,6 +132,29 @@ struct Glim::RecordTraits<GlimTest::WiderSmall> {
                                      Field{"count", FieldType::u64, 8},
                                      Field{"another", FieldType::u64, 16}};
   static Key const& key(GlimTest::WiderSmall const& record) { return record.key; }
+};
+
+template <>
+struct Glim::RecordTraits<GlimTest::LaterSmall> {
+  using Key = GlimTest::NumberKey;
+  static constexpr std::string_view name = "Small";
+  static constexpr std::array fields{Field{"key", FieldType::u64, 0},
+                                     Field{"generation", FieldType::u64, 8},
+                                     Field{"count", FieldType::u64, 16}};
+  static constexpr std::array<std::string_view, 1> formerSchemas{
+      "Small\nkey:u64:0:1\ncount:u64:8:1\n"};
+  static Key const& key(GlimTest::LaterSmall const& record) { return record.key; }
+};
+
+template <>
+struct Glim::RecordTraits<GlimTest::Renumbered> {
+  using Key = GlimTest::NumberKey;
+  static constexpr std::string_view name = "Small";
+  static constexpr std::array fields{Field{"id", FieldType::u64, 0},
+                                     Field{"count", FieldType::u64, 8}};
+  static constexpr std::array<std::string_view, 1> formerSchemas{
+      "Small\nkey:u64:0:1\ncount:u64:8:1\n"};
+  static Key const& key(GlimTest::Renumbered const& record) { return record.id; }
 };
 
 template <>
