@@ -562,7 +562,7 @@ TEST_F(GlimConquest, NoMemoryToGrowIsACleanErrorAndDetachesNothing) {
       message = exception.message();
     }
     if (written == 0 || written == 2000) return 3;
-    if (message.find("table " + path() + ": cannot grow beyond " + std::to_string(written) +
+    if (message.find("table " + path() + " cannot grow beyond " + std::to_string(written) +
                      " rows: ") != 0) {
       return 4;
     }
