@@ -32,7 +32,7 @@ class HostileFile : public TableTest {
       // A third is taken over with a greater limit, or with a smaller one.
       std::uint32_t const limit = random() % 3 != 0 ? rows : random() % 2 == 0 ? 2 * rows : 5;
       std::string const broken = Drill<Record>(root(), forged ? nullptr : &base->published, counts)
-                                     .run(image, {.maxRows = limit});
+                                     .run(image.bytes, {.maxRows = limit});
       ASSERT_EQ(broken, "") << "file " << i << " of seed " << seed << ": " << name;
       ++of[name];
       for (auto const& left : std::filesystem::directory_iterator(directory)) {
