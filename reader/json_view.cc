@@ -13,8 +13,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr int kFormat = 1;
-
 template <class T>
 Json orNull(std::optional<T> const& value) {
   return value ? Json(*value) : Json();
@@ -120,12 +118,9 @@ Json agentJson(AgentStatus const& agent) {
 }
 
 Json json(Snapshot const& snapshot, std::vector<Problem> const& problems) {
-  Json json{{"format", kFormat},
-            {"time", snapshot.now},
-            {"directory", snapshot.directory},
-            {"agent", agentJson(snapshot.agent)},
-            {"tables", tablesJson(snapshot)},
-            {"problems", Json::array()},
+  Json json{{"format", kJsonFormat},           {"time", snapshot.now},
+            {"directory", snapshot.directory}, {"agent", agentJson(snapshot.agent)},
+            {"tables", tablesJson(snapshot)},  {"problems", Json::array()},
             {"interfaces", Json::array()}};
   json["problems"] = problemsJson(problems);
   for (Intf const& intf : snapshot.interfaces)

@@ -10,6 +10,9 @@
 
 namespace Show {
 
+// Of every object that this program prints. A change that breaks its readers raises it.
+inline constexpr int kJsonFormat = 1;
+
 nlohmann::ordered_json json(Snapshot const& snapshot, std::vector<Problem> const& problems);
 
 // The same pieces in every object that this program prints.

@@ -15,6 +15,9 @@
 #include "reader/screen.h"
 #include "reader/show_interfaces.h"
 #include "reader/source.h"
+#include "reader/tables_dump.h"
+#include "reader/tables_list.h"
+#include "reader/tables_verify.h"
 
 namespace Show {
 namespace {
@@ -58,26 +61,52 @@ std::size_t terminalWidth() {
                                                                             : kUnlimited;
 }
 
-ExitCode run(int argc, char const* const* argv) {
-  Options options;
-  if (auto const end = parse(argc, argv, options, std::cout, std::cerr)) return *end;
+Place placeOfOutput() {
+  bool const terminal = ::isatty(STDOUT_FILENO) == 1;
+  return {.width = terminal ? terminalWidth() : kUnlimited, .colours = terminal && coloursWanted()};
+}
 
+ExitCode showOrTop(Options const& options) {
   heedSignals();
-  Source source(options.directory,
-                options.directoryNamed ? Trust::directoryOwner : Trust::ownTables);
+  Source source(options.directory, options.trust());
   RealPace pace;
   auto const take = [&source](double now) { return source.take(now); };
-  bool const terminal = ::isatty(STDOUT_FILENO) == 1;
-  if (options.command == Options::Command::showInterfaces) {
-    Place const place{.width = terminal ? terminalWidth() : kUnlimited,
-                      .colours = terminal && coloursWanted()};
-    return showInterfaces(options, take(pace.wallClock()), place, std::cout, std::cerr);
-  }
-  if (terminal && ::isatty(STDIN_FILENO) == 1 && !options.duration && !options.json) {
+  if (options.command == Options::Command::showInterfaces)
+    return showInterfaces(options, take(pace.wallClock()), placeOfOutput(), std::cout, std::cerr);
+  if (::isatty(STDOUT_FILENO) == 1 && ::isatty(STDIN_FILENO) == 1 && !options.duration &&
+      !options.json) {
     auto const code = screenTop(options, take, pace, coloursWanted(), [] { return asked != 0; });
     if (code) return *code;
   }
   return plainTop(options, take, pace, std::cout, std::cerr);
+}
+
+ExitCode verify(Options const& options) {
+  RealPace pace;
+  VerifyWorld const world{.now = pace.wallClock(),
+                          .progress = {.terminal = ::isatty(STDERR_FILENO) == 1,
+                                       .wanted = options.progress,
+                                       .clock = [&pace] { return pace.steadyClock(); }},
+                          .wait = [&pace] { pace.waitUntil(pace.steadyClock() + 0.05); }};
+  return tablesVerify(options, world, std::cout, std::cerr);
+}
+
+ExitCode run(int argc, char const* const* argv) {
+  Options options;
+  if (auto const end = parse(argc, argv, options, std::cout, std::cerr)) return *end;
+  double const now = Kel::System::currentTime();
+  switch (options.command) {
+    case Options::Command::showInterfaces:
+    case Options::Command::top:
+      break;
+    case Options::Command::tablesList:
+      return tablesList(options, now, placeOfOutput(), std::cout, std::cerr);
+    case Options::Command::tablesVerify:
+      return verify(options);
+    case Options::Command::tablesDump:
+      return tablesDump(options, now, std::cout, std::cerr);
+  }
+  return showOrTop(options);
 }
 
 }  // namespace

@@ -18,6 +18,7 @@ constexpr char const* kDescription =
     "the agent, and works while there is none.";
 constexpr char const* kNames =
     "Interfaces to show: names (Ethernet3), the kernel's names (eth0), or patterns ('Ethernet*')";
+constexpr char const* kJson = "Everything, as JSON (see docs/oru-counters.md)";
 
 std::optional<SortKey> sortKeyOf(std::string_view text) {
   for (std::size_t i = 0; i < kSortKeyNames.size(); ++i)
@@ -83,7 +84,7 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
     command.add_option("NAME", options.names, kNames)->type_name("");
     command.add_flag("--total", options.total,
                      "Counts as published, instead of those since the last clear");
-    command.add_flag("--json", options.json, "Everything, as JSON (see docs/oru-counters.md)");
+    command.add_flag("--json", options.json, kJson);
   };
 
   CLI::App& show = *app.add_subcommand("show", "Show what the tables hold now");
@@ -118,6 +119,32 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
         return sortKeyOf(key) ? std::string() : "'" + key + "' is none of " + sortKeyList();
       });
 
+  CLI::App& tableFiles = *app.add_subcommand(
+      "tables", "The table files themselves: what is there, whether it is whole, what it holds");
+  tableFiles.require_subcommand(0, 1);
+  tableFiles.add_flag("--json", options.json, kJson);
+  tableFiles.add_subcommand(
+      "list",
+      "Every file of the directory, and of each table its rows, state and writer;\nthe default");
+  CLI::App& verify = *tableFiles.add_subcommand(
+      "verify",
+      "Check tables in full: header, every slot, index and counts; a line a problem.\n"
+      "They may be written meanwhile: what their writer explains is no damage");
+  verify
+      .add_option("NAME", options.names,
+                  "Tables to check: names, patterns, or files that were set aside; all tables")
+      ->type_name("");
+  verify.add_flag("--progress", options.progress,
+                  "Tell how far it is in any case; else only on a terminal, after a second");
+  CLI::App& dump = *tableFiles.add_subcommand(
+      "dump", "One table whole, by the schema in its file, whatever records it holds");
+  dump.add_option("NAME", options.names, "The table, or a file that was set aside")
+      ->type_name("")
+      ->required()
+      ->expected(1);
+  for (CLI::App* const command : tableFiles.get_subcommands({}))
+    command->add_flag("--json", options.json, kJson);
+
   try {
     app.parse(argc, argv);
   } catch (CLI::Success const& success) {
@@ -128,11 +155,15 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
   }
   if (show.parsed() && !interfaces.parsed())
     return refused(err, "'show' must be told what: oru-counters show interfaces");
-  if (!show.parsed() && !top.parsed())
-    return refused(err, "a command is needed: show interfaces, or top");
+  if (!show.parsed() && !top.parsed() && !tableFiles.parsed())
+    return refused(err, "a command is needed: show interfaces, top, or tables");
   if (tables.count() != 0) options.directoryNamed = true;
   options.sort = *sortKeyOf(sortKey);
-  options.command = top.parsed() ? Options::Command::top : Options::Command::showInterfaces;
+  options.command = top.parsed()          ? Options::Command::top
+                    : verify.parsed()     ? Options::Command::tablesVerify
+                    : dump.parsed()       ? Options::Command::tablesDump
+                    : tableFiles.parsed() ? Options::Command::tablesList
+                                          : Options::Command::showInterfaces;
   return std::nullopt;
 }
 

@@ -8,16 +8,17 @@
 
 #include "reader/exit_code.h"
 #include "reader/top_table.h"
+#include "reader/trust.h"
 
 namespace Show {
 
 struct Options {
-  enum class Command { showInterfaces, top };
+  enum class Command { showInterfaces, top, tablesList, tablesVerify, tablesDump };
 
   Command command = Command::showInterfaces;
   std::string directory;
   bool directoryNamed = false;     // by the user; else it is the usual one
-  std::vector<std::string> names;  // of interfaces; none: all
+  std::vector<std::string> names;  // of interfaces, or of tables; none: all
   bool json = false;
   bool total = false;
 
@@ -30,6 +31,10 @@ struct Options {
   std::optional<double> duration;  // plain tables, for so many seconds
   SortKey sort = SortKey::name;
 
+  // tables verify
+  bool progress = false;  // told in any case
+
+  Trust trust() const { return directoryNamed ? Trust::directoryOwner : Trust::ownTables; }
   Basis basis() const { return total ? Basis::total : Basis::sinceClear; }
 };
 

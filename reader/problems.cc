@@ -1,6 +1,7 @@
 #include "reader/problems.h"
 
 #include <algorithm>
+#include <ostream>
 
 #include "reader/units.h"
 
@@ -104,6 +105,11 @@ ExitCode exitCode(std::vector<Problem> const& problems) {
       problems.begin(), problems.end(),
       [&](Problem const& a, Problem const& b) { return rank(a.code) < rank(b.code); });
   return worst == problems.end() ? ExitCode::ok : worst->code;
+}
+
+ExitCode tell(std::vector<Problem> const& problems, std::ostream& err) {
+  for (Problem const& problem : problems) err << "oru-counters: " << problem.text << '\n';
+  return exitCode(problems);
 }
 
 }  // namespace Show

@@ -1,6 +1,7 @@
 // What a user must be told besides the views, and the exit code that follows from it.
 #pragma once
 
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -34,5 +35,7 @@ void addRowsLeftOut(std::vector<Problem>& all, std::string const& path, std::uin
 std::vector<Problem> problems(Snapshot const& snapshot, std::vector<std::string> const& unknown);
 
 ExitCode exitCode(std::vector<Problem> const& problems);
+// Writes them, a line each, and answers their exit code.
+ExitCode tell(std::vector<Problem> const& problems, std::ostream& err);
 
 }  // namespace Show

@@ -35,8 +35,7 @@ ExitCode showInterfaces(Options const& options, Snapshot snapshot, Place const& 
     out << joined({agentLine(snapshot), {}, {{"No interfaces."}}}, place.colours);
   }
   out.flush();
-  for (Problem const& problem : wrong) err << "oru-counters: " << problem.text << '\n';
-  return exitCode(wrong);
+  return tell(wrong, err);
 }
 
 }  // namespace Show

@@ -530,5 +530,13 @@ TEST_F(HeaderCheck, AFileThatIsCutShortIsToldWhere) {
   EXPECT_THAT(cutTo(11), ElementsAre("the file has 11 bytes, too few for a header"));
 }
 
+TEST_F(HeaderCheck, AFileWithHolesIsToldAsSuch) {
+  table = nullptr;
+  std::uintmax_t const size = std::filesystem::file_size(file());
+  std::filesystem::resize_file(file(), size - 4096);
+  std::filesystem::resize_file(file(), size);
+  EXPECT_THAT(problems(), ElementsAre(HasSubstr("the file has holes")));
+}
+
 }  // namespace
 }  // namespace Glim
