@@ -226,8 +226,9 @@ void ConquerWriter::adoptSlot(std::uint32_t number, Word* row,
   Own& own = _slots.at(number);
   Word const version = at.versionWord();
   Word const k = version / 2;
-  // Half written: version k is whole, and the half that was begun is simply forgotten.
-  if (version != 2 * k) at.versionWordIs(2 * k);
+  // Half written: version k is whole. The mark stays until the half is begun again: a reader that
+  // has been copying since before it was made must still find it.
+  own.beingWritten = version != 2 * k;
   own.version = k;
   if (k == 0) return;
 
@@ -247,6 +248,7 @@ void ConquerWriter::adoptSlot(std::uint32_t number, Word* row,
     Word const from = k < endOfVersions ? k : 0;
     own.meta = at.publishDead(from);
     own.version = from + 1;
+    own.beingWritten = false;
     ++_conquest.corruptRows;
   }
 }
@@ -262,7 +264,11 @@ void ConquerWriter::beginReign(Word formerEpoch) {
 
 void ConquerWriter::detach() {
   if (!attached()) return;
-  if (_table && ::getpid() == _pid) {
+  // Whoever lets go because somebody cut the file short must not touch it any more.
+  struct stat status {};
+  bool const whole = ::fstat(_file.get(), &status) == 0 &&
+                     static_cast<std::size_t>(status.st_size) > Layout::stateOffset;
+  if (_table && whole && ::getpid() == _pid) {
     Words::storeRelease(_table.wordAt(Layout::stateOffset),
                         static_cast<Word>(TableState::detached));
   }
