@@ -111,8 +111,11 @@ void TableFile::close() {
 bool TableFile::stillNamed(std::string const& path, ReaderOptions const& options) const {
   FileDescriptor file;
   struct stat status {};
-  return openSafely(path, options, file, status) == Answer::ok && status.st_dev == _device &&
-         status.st_ino == _inode;
+  if (openSafely(path, options, file, status) != Answer::ok) return false;
+  auto const& geometry = _header.geometry;
+  auto const bytes = static_cast<Word>(status.st_size);
+  return status.st_dev == _device && status.st_ino == _inode && bytes >= geometry.slotsOffset &&
+         geometry.rowsWithin(bytes) >= _slotsWithin;
 }
 
 bool TableFile::retired() const {

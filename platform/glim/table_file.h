@@ -49,7 +49,8 @@ class TableFile {
   explicit operator bool() const { return static_cast<bool>(_table); }
   // -1 where the file was not opened or is not safe to read.
   int fd() const { return _file.get(); }
-  // Whether this is the file that has that path now, as `open` would find it.
+  // Whether this is the file that has that path now, as `open` would find it, and nobody has cut it
+  // short. Touches none of its memory.
   bool stillNamed(std::string const& path, ReaderOptions const& options) const;
 
   // REQUIRES for all of the following: the file is open, and `open` answered ok

@@ -26,7 +26,8 @@ Answer TableReader::attach() {
 }
 
 Answer TableReader::refresh() {
-  if (attached() && !_file.retired() && _file.stillNamed(dataFile(), _options)) return Answer::ok;
+  // In this order: the memory of a file that was cut short cannot be touched.
+  if (attached() && _file.stillNamed(dataFile(), _options) && !_file.retired()) return Answer::ok;
   return attach();
 }
 

@@ -32,8 +32,8 @@ class TableReader {
   // to (its address space alone: memory is taken for nothing).
   Answer attach();
   // Stays with the table across its writers: attaches when detached, and attaches anew when the
-  // file was retired or another file has its name. For once a cycle, and before giving up on
-  // `retired`.
+  // file was retired or cut short, or another file has its name. For once a cycle, and before
+  // giving up on `retired`.
   Answer refresh();
   void detach();
   bool attached() const { return static_cast<bool>(_file); }

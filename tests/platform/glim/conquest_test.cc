@@ -254,6 +254,16 @@ TEST_F(GlimConquest, ASoundRowWhoseVersionIsNearItsEndIsGivenUp) {
   }
 }
 
+TEST_F(GlimConquest, AFileThatWasCutShortIsNoticedAndLetGo) {
+  for (off_t const bytes : {8192, 4096, 0}) {
+    auto const sut = makeTable<Small>();
+    ASSERT_EQ(::truncate(file().c_str(), bytes), 0);
+    EXPECT_FALSE(sut->map().implementation().validateFiles());
+    sut->detach();
+    EXPECT_FALSE(sut->attached());
+  }
+}
+
 TEST_F(GlimConquest, AFileThatWasCutWithinASlotGrowsAgain) {
   writeTenRows();
   Word const end = Vandal(file()).geometry().bytesFor(4);

@@ -278,6 +278,25 @@ TEST_F(GlimReader, RefreshAttachesWhenThereIsATable) {
   EXPECT_TRUE(reader.attached());
 }
 
+TEST_F(GlimReader, RefreshNoticesAFileThatWasCutShort) {
+  Word const slots = Vandal(file()).geometry().slotsOffset;
+  table->detach();
+  for (Word const bytes : {slots + 64 * 4, slots, Word{4096}, Word{0}}) {
+    ASSERT_EQ(sut.attach(), Answer::ok);
+    ASSERT_EQ(::truncate(file().c_str(), static_cast<off_t>(bytes)), 0);
+    Answer const answer = sut.refresh();
+    if (answer == Answer::ok) {
+      EXPECT_LE(walk().size(), 4u);
+    } else {
+      EXPECT_FALSE(sut.attached());
+    }
+    table = {};
+    std::filesystem::remove(file());
+    SetUp();
+    table->detach();
+  }
+}
+
 TEST_F(GlimReader, ARetiredTableWithoutASuccessorIsRetired) {
   ASSERT_EQ(sut.attach(), Answer::ok);
   Vandal(file()).word(Layout::stateOffset) = static_cast<Word>(Layout::TableState::retired);
