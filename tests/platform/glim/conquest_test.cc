@@ -187,16 +187,25 @@ TEST_F(GlimConquest, AWriterKilledInTheMiddleOfARowLeavesTheRowAsItWas) {
   expectRows(sut, 1, 10);
 }
 
-TEST_F(GlimConquest, AReaderStaysAttachedAcrossWriters) {
+TEST_F(GlimConquest, AReaderStaysAttachedAcrossTenWriters) {
   writeTenRows();
   Reader<Small> reader(path());
   ASSERT_EQ(reader.attach(), Answer::ok);
-  auto const sut = makeTable<Small>();
-  sut->write({{1}, 11});
-  Small out;
-  EXPECT_EQ(reader.lookup({1}, out), Answer::ok);
-  EXPECT_EQ(out.count, 11u);
-  EXPECT_EQ(reader.status().epoch, 2u);
+  for (std::uint64_t reign = 2; reign <= 11; ++reign) {
+    // Every other one is killed.
+    int const status = inChild([&] {
+      auto const table = makeTable<Small>();
+      table->write({{1}, reign});
+      return reign % 2 == 0 ? ::kill(::getpid(), SIGKILL) : 0;
+    });
+    EXPECT_TRUE(killed(status) || exitedWith(status, 0));
+    Small out;
+    EXPECT_EQ(reader.lookup({1}, out), Answer::ok);
+    EXPECT_EQ(out.count, reign);
+    EXPECT_EQ(reader.lookup({10}, out), Answer::ok);
+    EXPECT_EQ(out.count, 100u);
+    EXPECT_EQ(reader.status().epoch, reign);
+  }
   EXPECT_EQ(reader.refresh(), Answer::ok);
 }
 
