@@ -5,6 +5,8 @@
 
 #include <filesystem>
 
+#include "tests/support/published_schema.h"
+
 namespace Hardware::Linux {
 namespace {
 
@@ -72,6 +74,10 @@ TEST_F(GlimOffsetStoreTest, FullTableIsAnAnswerAndLosesNothing) {
   EXPECT_FALSE(sut.save("Ethernet3", offsets(3)));
   EXPECT_EQ(sut.load("Ethernet1"), offsets(1));
   EXPECT_TRUE(sut.save("Ethernet2", offsets(4)));
+}
+
+TEST_F(GlimOffsetStoreTest, ThePublishedSchemaIsTodaysOrCarriedOver) {
+  Support::expectPublishedSchema<OffsetRow>("tests/hardware/linux/schemas");
 }
 
 TEST_F(GlimOffsetStoreTest, DetachedTableKeepsNothingAndSaysSo) {
