@@ -13,7 +13,7 @@ namespace {
 
 // About how many pairs of kills there is time for at every change. ORU_GLIM_CRASH_PAIRS=all is
 // every pair.
-constexpr std::uint64_t affordablePairs = 250;
+constexpr std::uint64_t affordablePairs = 150;
 
 bool everyPair() {
   char const* const wanted = std::getenv("ORU_GLIM_CRASH_PAIRS");

@@ -85,8 +85,8 @@ TEST_P(GlimInterruptedReader, SeesNoDamageWhenAWriterDiesAndTheNextOneComesMeanw
   bool finished = false;
   for (std::uint64_t step = 1; !finished; ++step) {
     bool happened = true;
-    // Each third load, others for each step of the writer.
-    for (std::uint64_t load = 1 + step % 3; happened; load += 3) {
+    // each fifth load, others for each step of the writer.
+    for (std::uint64_t load = 1 + step % 5; happened; load += 5) {
       place.clear();
       scenario.prepare(place);
       Glim::TableReader reader(place.path());

@@ -43,7 +43,7 @@ struct Foreign {
   std::array<std::uint64_t, 2> counts{};
 };
 
-// Narrow as a later version of the program has it: a field more.
+// Narrow as a later release has it: a field more.
 struct Later {
   PlacedKey key;
   std::array<std::uint64_t, 3> counts{};
@@ -77,5 +77,7 @@ struct Glim::RecordTraits<GlimCrash::Later> {
   static constexpr std::array fields{Field{"key", FieldType::u64, 0},
                                      Field{"counts", FieldType::u64, 8, 3},
                                      Field{"added", FieldType::u64, 32}};
+  static constexpr std::array<std::string_view, 1> formerSchemas{
+      "Placed\nkey:u64:0:1\ncounts:u64:8:3\n"};
   static Key const& key(GlimCrash::Later const& record) { return record.key; }
 };

@@ -21,7 +21,11 @@ class Looker {
         _view(view),
         _schema(Glim::parseSchema(reader.schema(), reader.rowWords() * sizeof(Word))),
         _row(reader.rowWords()) {
-    if (_schema) _view.record = _schema->record;
+    if (!_schema) return;
+    _view.record = _schema->record;
+    for (auto const& field : _schema->fields) {
+      if (field.name == "added") _view.record += ", later";
+    }
   }
 
   void lookUp(std::uint64_t key) {
