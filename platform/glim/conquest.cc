@@ -148,6 +148,7 @@ void ConquerWriter::conquer() {
                         header.geometry.rowWords == _shape.rowWords &&
                         header.geometry.keyBytes == _shape.keyBytes;
   if (sameRows && header.geometry.maxRows >= wanted.maxRows) {
+    _directory.removeNew();  // of a writer that wanted more, and was killed
     adopt(std::move(file), header);
   } else if (sameRows) {
     moveFrom(file, header, nullptr);

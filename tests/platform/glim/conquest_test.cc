@@ -508,6 +508,13 @@ TEST_F(GlimConquest, WhatAnInterruptedWriterLeftUnderTheWorkingNameIsRemoved) {
   EXPECT_FALSE(exists("table.glim.new"));
 }
 
+TEST_F(GlimConquest, WhatAWriterKilledWhileMovingLeftIsRemovedByOneThatAdopts) {
+  writeTenRows();
+  std::ofstream(file() + ".new") << "rest";
+  makeTable<Small>();
+  EXPECT_FALSE(exists("table.glim.new"));
+}
+
 TEST_F(GlimConquest, ARetiredFileThatStillHasTheNameIsAdopted) {
   writeTenRows();
   Vandal(file()).word(Layout::stateOffset) = static_cast<Word>(Layout::TableState::retired);

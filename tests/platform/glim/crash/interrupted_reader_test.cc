@@ -85,7 +85,7 @@ TEST_P(GlimInterruptedReader, SeesNoDamageWhenAWriterDiesAndTheNextOneComesMeanw
   bool finished = false;
   for (std::uint64_t step = 1; !finished; ++step) {
     bool happened = true;
-    // each fifth load, others for each step of the writer.
+    // Each fifth load, others for each step of the writer.
     for (std::uint64_t load = 1 + step % 5; happened; load += 5) {
       place.clear();
       scenario.prepare(place);

@@ -16,10 +16,11 @@ struct Scenario {
   std::uint64_t atLeast = 1;
   // Lays out what the writer finds.
   std::function<void(Place const&)> prepare;
-  // How the writer takes the table, and the next one after it.
+  // How the writer takes the table, and the next one after it unless `openNext` tells otherwise.
   std::function<WriterPtr(Place const&)> open;
   // What it does then, and is killed in. Without this, it is killed in `open`.
   std::function<void(Writer&)> act{};
+  std::function<WriterPtr(Place const&)> openNext{};
   // What the table may be, in the order in which it becomes that: the old one first, the new one
   // last. An inserted row is walked over one step before the index leads to it.
   std::vector<State> states;

@@ -19,7 +19,10 @@ std::uint64_t const absentKey = 0x7200000000003;
 
 }  // namespace
 
-Trial::Trial(Scenario const& scenario, Place const& place) : _scenario(scenario), _place(place) {
+Trial::Trial(Scenario const& scenario, Place const& place)
+    : _scenario(scenario),
+      _place(place),
+      _openNext(scenario.openNext ? scenario.openNext : scenario.open) {
   _keys = {newKeys[0], newKeys[1], absentKey};
   for (State const& state : scenario.states) {
     for (auto const& [key, value] : state.rows) _keys.insert(key);
@@ -46,17 +49,19 @@ Trial::Attached Trial::attach() {
 }
 
 End Trial::killWriter(std::uint64_t at) {
-  if (!_scenario.act) return killNextWriter(at);
+  if (!_scenario.act) return killWhileTaking(at, _scenario.open);
   return killAt(
       at, [this] { return _scenario.open(_place); },
       [this](WriterPtr const& writer) { _scenario.act(*writer); });
 }
 
-End Trial::killNextWriter(std::uint64_t at) {
+End Trial::killNextWriter(std::uint64_t at) { return killWhileTaking(at, _openNext); }
+
+End Trial::killWhileTaking(std::uint64_t at, Open const& open) {
   // The writer must outlive the work: what it does when it goes is no part of it.
   WriterPtr kept;
   return killAt(
-      at, [] { return 0; }, [&](int) { kept = _scenario.open(_place); });
+      at, [] { return 0; }, [&](int) { kept = open(_place); });
 }
 
 void Trial::check(View const& view, std::string const& who) {
@@ -115,7 +120,7 @@ void Trial::expectEverywhere(Rows const& rows) {
 
 void Trial::recover() {
   try {
-    WriterPtr writer = _scenario.open(_place);
+    WriterPtr writer = _openNext(_place);
     Rows const rows = writer->rows();
     auto const& states = _scenario.states;
     bool const known = std::any_of(
@@ -148,7 +153,7 @@ void Trial::workOn(Writer& writer, Rows rows) {
   expectEverywhere(rows);
   if (!writer.sound()) fail("the file of the writer that worked on is not what it knows");
   writer.detach();
-  WriterPtr const after = _scenario.open(_place);
+  WriterPtr const after = _openNext(_place);
   if (after->rows() != rows) fail("the writer after that has other rows");
   auto const& conquest = after->conquest();
   if (conquest.kind != Glim::Conquest::Kind::adopted || conquest.corruptRows != 0 ||

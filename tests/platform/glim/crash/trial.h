@@ -36,6 +36,9 @@ class Trial {
     Glim::Answer answer = Glim::Answer::ok;
   };
 
+  using Open = std::function<WriterPtr(Place const&)>;
+
+  End killWhileTaking(std::uint64_t at, Open const& open);
   Attached attach();
   void check(View const& view, std::string const& who);
   void expectOf(Glim::TableReader const& reader, Glim::Answer answer, Rows const& rows,
@@ -49,6 +52,7 @@ class Trial {
 
   Scenario const& _scenario;
   Place const& _place;
+  Open _openNext;
   std::set<std::uint64_t> _keys;
   std::vector<Attached> _stayers;  // attached once, and nothing more
   Attached _follower;              // refreshed each time
