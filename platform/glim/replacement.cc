@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/dov/exception.h"
 #include "platform/glim/conquer_writer.h"
 #include "platform/glim/migration.h"
 
@@ -16,21 +17,28 @@ using Layout::TableState;
 void ConquerWriter::moveFrom(FileDescriptor const& file, HeaderCopy const& header,
                              Migration const* migration) {
   TableMapping const old = mapped(file, header.geometry);
+  Word const rows = header.geometry.rowsWithin(header.fileBytes);
+  // A damaged file may be sparse, and a hole is a fault when memory runs out.
+  if (int const error = allocateFile(file, 0, header.geometry.bytesFor(rows)); error != 0) {
+    Dov::ResourceException::throwException("table " + _root.path() +
+                                           ": cannot allocate its file: " + errorText(error));
+  }
   create(std::max<Word>(_limits.maxRows, header.geometry.maxRows));
   Conquest found;
   found.kind = migration == nullptr ? Conquest::Kind::moved : Conquest::Kind::migrated;
   std::vector<Word> row(header.geometry.rowWords);
   std::vector<Word> carried(_shape.rowWords);
   auto const limits = std::exchange(_limits, {.maxRows = Layout::maxRowsLimit});
-  Word const rows = header.geometry.rowsWithin(header.fileBytes);
   for (Word i = 0; i < rows; ++i) {
     RowSlot const at = old.slot(i);
     Word const k = at.versionWord() / 2;
     if (k == 0) continue;
     Layout::RowState state{};
-    if (!at.validate(k, state)) {
+    bool const good = at.validate(k, state);
+    if (good && state == Layout::rowDead) continue;
+    if (!good || !at.copyOwn(k, at.meta(k), row.data())) {
       ++found.corruptRows;
-    } else if (state == Layout::rowLive && at.copyOwn(k, at.meta(k), row.data())) {
+    } else {
       if (migration != nullptr) migration->carry(row.data(), carried.data());
       write(migration != nullptr ? carried.data() : row.data());
     }

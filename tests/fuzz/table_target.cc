@@ -40,11 +40,11 @@ class Directory {
   std::string _path;
 };
 
-template <class Record>
+template <class Record, class Today = Record>
 std::string drill(Glim::RootPath const& root, std::string_view bytes,
                   Glim::TableLimits const& limits) {
   GlimTest::DrillCounts counts;
-  return GlimTest::Drill<Record>(root, nullptr, counts).run(bytes, limits);
+  return GlimTest::Drill<Record, Today>(root, nullptr, counts).run(bytes, limits);
 }
 
 }  // namespace
@@ -57,7 +57,8 @@ std::string tryTable(std::string_view bytes) {
   GlimTest::writeFile(directory.path() + "/" + root.dataFile(), std::string(bytes));
 
   // As a program does that knows the record which the file speaks of. Of some files more room is
-  // wanted than they have, and their rows are moved; which ones, a word tells that means nothing.
+  // wanted than they have, and their rows are moved; of some a later schema, and their rows are
+  // carried over. Which ones, a word tells that means nothing here.
   std::string_view const schema =
       bytes.substr(std::min<std::size_t>(Glim::Layout::schemaOffset, bytes.size()));
   constexpr std::size_t chooser = Glim::Layout::heartbeatOffset;
@@ -65,6 +66,8 @@ std::string tryTable(std::string_view bytes) {
   std::uint32_t const limit = more ? 2 * maxRows : maxRows;
   if (schema.starts_with("Middle")) return drill<GlimTest::Middle>(root, bytes, {limit});
   if (schema.starts_with("Colliding")) return drill<GlimTest::Colliding>(root, bytes, {limit});
+  bool const later = chooser + 1 < bytes.size() && bytes[chooser + 1] % 4 == 0;
+  if (later) return drill<GlimTest::Small, GlimTest::LaterSmall>(root, bytes, {limit});
   return drill<GlimTest::Small>(root, bytes, {limit});
 }
 

@@ -368,6 +368,21 @@ TEST_F(GlimConquest, AGreaterLimitMovesTheRowsAndReadersFollow) {
   EXPECT_EQ(reader.status().maxRows, 1000u);
 }
 
+TEST_F(GlimConquest, AFileWithHolesIsGivenItsMemoryBeforeItsRowsAreMoved) {
+  {
+    auto const table = makeTable<Small>({.maxRows = 10});
+    for (std::uint64_t key = 1; key <= 10; ++key) table->write({{key}, key * 10});
+  }
+  Vandal const old(file());
+  off_t const page = 4096;
+  ASSERT_EQ(::fallocate(old.fd(), FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, page, page), 0);
+  auto const sut = makeTable<Small>({.maxRows = 1000});
+  expectRows(sut, 1, 10);
+  struct stat status {};
+  ASSERT_EQ(::fstat(old.fd(), &status), 0);
+  EXPECT_GE(status.st_blocks * 512, status.st_size);
+}
+
 TEST_F(GlimConquest, ACorruptRowIsNotMoved) {
   {
     auto const table = makeTable<Small>({.maxRows = 10});

@@ -9,6 +9,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -80,10 +81,14 @@ struct DrillCounts {
   std::uint64_t rows = 0;      // that readers accepted
   std::uint64_t corrupt = 0;   // that readers refused
   std::uint64_t adopted = 0;   // files that a writer took over in place
-  std::uint64_t givenUp = 0;   // rows that a writer refused
+  std::uint64_t moved = 0;     // whose rows it moved into a larger one
+  std::uint64_t migrated = 0;  // whose rows it carried over from an older schema
+  std::uint64_t setAside = 0;
+  std::uint64_t givenUp = 0;  // rows that a writer refused
 };
 
-template <class Record>
+// `Record`: of the file's rows. `Today`: of the writer, which may know a later release of them.
+template <class Record, class Today = Record>
 class Drill {
  public:
   // `published`: the rows that may be accepted. Without it the file may have been forged, and any
@@ -117,6 +122,14 @@ class Drill {
 
   void checkRow(Record const& row) const {
     expect(_published == nullptr || _published->has(row), "no row is accepted that nobody wrote");
+  }
+
+  void checkTaken(Today const& row) const {
+    if constexpr (std::is_same_v<Record, Today>) {
+      checkRow(row);
+    } else {
+      checkRow(Record{row.key, row.count});
+    }
   }
 
   // k of the version that stands in a slot.
@@ -180,11 +193,17 @@ class Drill {
 
   void write(Glim::TableLimits const& limits) {
     {
-      Glim::ConquerWriter writer(_root, Glim::rowShape<Record>(), limits);
-      if (writer.conquest().kind == Glim::Conquest::Kind::adopted) ++_counts.adopted;
+      Glim::ConquerWriter writer(_root, Glim::rowShape<Today>(), limits);
+      auto const kind = writer.conquest().kind;
+      if (kind == Glim::Conquest::Kind::adopted) ++_counts.adopted;
+      if (kind == Glim::Conquest::Kind::moved) ++_counts.moved;
+      if (kind == Glim::Conquest::Kind::migrated) ++_counts.migrated;
+      if (kind == Glim::Conquest::Kind::setAside) ++_counts.setAside;
       _counts.givenUp += writer.conquest().corruptRows;
-      Record row;
-      for (bool more = writer.first(&row); more; more = writer.next(&row.key, &row)) checkRow(row);
+      Today row;
+      for (bool more = writer.first(&row); more; more = writer.next(&row.key, &row)) {
+        checkTaken(row);
+      }
       expect(writer.validate() && writer.validateFiles(), "what was taken over is valid");
       Expected expected = change(writer);
       expect(writer.validate() && writer.validateFiles(), "what was written is valid");
@@ -194,12 +213,12 @@ class Drill {
   }
 
   // Rows that the table must hold, by their keys; false: must not hold.
-  using Expected = std::map<std::uint64_t, std::pair<bool, Record>>;
+  using Expected = std::map<std::uint64_t, std::pair<bool, Today>>;
 
   // A table that may already be full of rows: of keys, some find no room.
   Expected change(Glim::ConquerWriter& writer) {
     Expected expected;
-    auto const change = [&expected](std::uint64_t key, bool there, Record const& row, auto order) {
+    auto const change = [&expected](std::uint64_t key, bool there, Today const& row, auto order) {
       try {
         order();
         expected[key] = {there, row};
@@ -207,7 +226,7 @@ class Drill {
       }
     };
     for (std::uint64_t key = 0; key < drillKeys; ++key) {
-      Record const row = sampleRow<Record>(key, 1000 + key);
+      Today const row = sampleRow<Today>(key, 1000 + key);
       switch (key % 4) {
         case 0:
           change(key, true, row, [&] { writer.write(&row); });
@@ -223,7 +242,7 @@ class Drill {
           });
           break;
         default: {  // opened and abandoned
-          Record before{};
+          Today before{};
           bool const was = writer.lookup(&row.key, &before);
           change(key, was, before, [&] { writer.open(&row.key); });
         }
@@ -234,18 +253,18 @@ class Drill {
   }
 
   void readBack(Expected const& expected, Glim::TableStatus::State state) {
-    Glim::Reader<Record> reader(_root.path());
+    Glim::Reader<Today> reader(_root.path());
     expect(reader.attach() == Glim::Answer::ok, "a table that has a writer can be read");
     expect(reader.status().state == state, "the state is the writer's");
-    Record row;
+    Today row;
     for (auto const& [key, what] : expected) {
-      auto const answer = reader.lookup(sampleKey<Record>(key), row);
+      auto const answer = reader.lookup(sampleKey<Today>(key), row);
       expect(answer == (what.first ? Glim::Answer::ok : Glim::Answer::absent),
              "what was written is found, what was removed is not");
       expect(!what.first || std::memcmp(&row, &what.second, sizeof row) == 0,
              "what is found is what was written");
     }
-    auto const walk = reader.forEach([](Record const&) {});
+    auto const walk = reader.forEach([](Today const&) {});
     expect(walk.corrupt == 0 && walk.busy == 0, "no damage is left behind");
     expect(walk.rows == reader.status().rows, "readers see as many rows as the writer has");
   }

@@ -19,7 +19,7 @@ class HostileFile : public TableTest {
  protected:
   // Makes `files` files from tables of this record, each with the given change, and has each gone
   // through by readers and a writer.
-  template <class Record>
+  template <class Record, class Today = Record>
   void drill(unsigned files, std::uint64_t seed, bool forged,
              std::function<char const*(TableImage&, std::string const&, Random&)> change) {
     auto const base = makeBaseTable<Record>(root("base"), rows);
@@ -31,8 +31,9 @@ class HostileFile : public TableTest {
       writeFile(file(), image.bytes);
       // A third is taken over with a greater limit, or with a smaller one.
       std::uint32_t const limit = random() % 3 != 0 ? rows : random() % 2 == 0 ? 2 * rows : 5;
-      std::string const broken = Drill<Record>(root(), forged ? nullptr : &base->published, counts)
-                                     .run(image.bytes, {.maxRows = limit});
+      std::string const broken =
+          Drill<Record, Today>(root(), forged ? nullptr : &base->published, counts)
+              .run(image.bytes, {.maxRows = limit});
       ASSERT_EQ(broken, "") << "file " << i << " of seed " << seed << ": " << name;
       ++of[name];
       for (auto const& left : std::filesystem::directory_iterator(directory)) {
@@ -84,9 +85,18 @@ TEST_F(HostileFile, DamagedHasNoWrongRowAccepted) {
   EXPECT_EQ(of.size(), 12u) << "every kind of damage was done";
   // Most damage leaves most rows, or nothing here was tested.
   EXPECT_GT(counts.attached, 5000u);
+  EXPECT_GT(counts.adopted, 5000u);
+  EXPECT_GT(counts.moved, 500u);
+  EXPECT_GT(counts.setAside, 500u);
   EXPECT_GT(counts.rows, 5000u * 8);
   EXPECT_GT(counts.corrupt, 1000u);
   EXPECT_GT(counts.givenUp, 1000u);
+}
+
+TEST_F(HostileFile, DamagedHasNoWrongRowCarriedOverFromAnOlderSchema) {
+  drill<Small, LaterSmall>(2000, 11, false, damageOnce);
+  EXPECT_GT(counts.migrated, 1000u);
+  EXPECT_GT(counts.givenUp, 200u);
 }
 
 TEST_F(HostileFile, DamagedTwiceHasNoWrongRowAccepted) {
@@ -102,10 +112,15 @@ TEST_F(HostileFile, ForgedTakesNobodyDown) {
   EXPECT_GT(counts.attached, 500u);
 }
 
+TEST_F(HostileFile, ForgedInAnOlderSchemaTakesNobodyDown) {
+  drill<Small, LaterSmall>(2000, 12, true, forgeOnce);
+  EXPECT_GT(counts.migrated, 500u);
+}
+
 TEST_F(HostileFile, ForgedAndDamagedTakesNobodyDown) {
   drill<Small>(1000, 9, true, forgeAndDamage);
   drill<Colliding>(1000, 10, true, forgeAndDamage);
-  EXPECT_GT(counts.files, 0u);
+  EXPECT_GT(counts.attached, 100u);
 }
 
 }  // namespace
