@@ -18,6 +18,8 @@ namespace {
 constexpr Word endOfVersions = Word{1} << 62;
 // Linux's own limit of process ids, PID_MAX_LIMIT.
 constexpr Word mostPid = 4u << 20;
+// A writer a millisecond for 30 years.
+constexpr Word mostEpochs = Word{1} << 40;
 constexpr unsigned slotAttempts = 64;
 constexpr unsigned indexAttempts = 8;
 constexpr Word slotsBetweenProgress = 4096;
@@ -28,7 +30,7 @@ constexpr Word slotsBetweenProgress = 4096;
 // that.
 enum class Kind {
   state,          // value
-  epoch,          //
+  epoch,          // value
   pid,            // value
   heartbeat,      //
   allocated,      // said, whole slots in the file
@@ -150,7 +152,8 @@ void Check::compareHeader(std::vector<Suspicion>& found) const {
   if (state == static_cast<Word>(TableState::making) ||
       state > static_cast<Word>(TableState::detached))
     found.push_back({Kind::state, state});
-  if (_file.word(Layout::epochOffset) == 0) found.push_back({Kind::epoch});
+  Word const epoch = _file.word(Layout::epochOffset);
+  if (epoch == 0 || epoch > mostEpochs) found.push_back({Kind::epoch, epoch});
   Word const pid = _file.word(Layout::writerPidOffset);
   if (pid == 0 || pid > mostPid) found.push_back({Kind::pid, pid});
   // The clock is read after the word.
@@ -412,7 +415,8 @@ Finding Check::told(Suspicion const& s) {
     case Kind::state:
       return {Part::header, {}, "the state of the table is " + number(s.a) + ", which is none"};
     case Kind::epoch:
-      return {Part::header, {}, "the epoch is 0: no writer has had the table"};
+      return {
+          Part::header, {}, "the epoch is " + number(s.a) + ": no table has had that many writers"};
     case Kind::pid:
       return {Part::header, {}, "the writer's process id is " + number(s.a) + ", which is none"};
     case Kind::heartbeat:

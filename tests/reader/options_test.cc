@@ -48,6 +48,39 @@ TEST_F(CommandLine, TopTakesItsOptions) {
   EXPECT_EQ(sut.sort, SortKey::errors);
 }
 
+TEST_F(CommandLine, TablesIsTheListOfThem) {
+  EXPECT_EQ(parse({"tables"}), std::nullopt);
+  EXPECT_EQ(sut.command, Options::Command::tablesList);
+  EXPECT_EQ(parse({"tables", "list", "--json"}), std::nullopt);
+  EXPECT_EQ(sut.command, Options::Command::tablesList);
+  EXPECT_TRUE(sut.json);
+}
+
+TEST_F(CommandLine, TablesVerifyTakesNamesAndProgress) {
+  EXPECT_EQ(parse({"tables", "verify"}), std::nullopt);
+  EXPECT_EQ(sut.command, Options::Command::tablesVerify);
+  EXPECT_THAT(sut.names, IsEmpty());
+  EXPECT_EQ(parse({"tables", "verify", "intf*", "other", "--progress", "--json"}), std::nullopt);
+  EXPECT_THAT(sut.names, ElementsAre("intf*", "other"));
+  EXPECT_TRUE(sut.progress && sut.json);
+}
+
+TEST_F(CommandLine, TablesDumpTakesOneName) {
+  EXPECT_EQ(parse({"tables", "--json", "dump", "intfCounters", "--tables", "/d"}), std::nullopt);
+  EXPECT_EQ(sut.command, Options::Command::tablesDump);
+  EXPECT_THAT(sut.names, ElementsAre("intfCounters"));
+  EXPECT_TRUE(sut.json);
+  EXPECT_EQ(sut.directory, "/d");
+  for (auto const& wrong :
+       {std::vector<char const*>{"tables", "dump"}, {"tables", "dump", "one", "two"}})
+    EXPECT_EQ(parse(wrong), ExitCode::usage);
+}
+
+TEST_F(CommandLine, WhatTablesCannotDoIsRefusedByItsWord) {
+  EXPECT_EQ(parse({"tables", "mend"}), ExitCode::usage);
+  EXPECT_THAT(err.str(), HasSubstr("mend"));
+}
+
 TEST_F(CommandLine, EverySortKeyIsKnownByItsName) {
   for (std::size_t i = 0; i < kSortKeyNames.size(); ++i) {
     EXPECT_EQ(parse({"top", "--sort", std::string(kSortKeyNames[i]).c_str()}), std::nullopt);

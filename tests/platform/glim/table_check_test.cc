@@ -253,7 +253,8 @@ TEST_F(TableCheck, EveryWordThatTheWriterChangesIsChecked) {
   } const cases[] = {
       {Layout::stateOffset, 0, "the state of the table is 0, which is none"},
       {Layout::stateOffset, 77, "the state of the table is 77, which is none"},
-      {Layout::epochOffset, 0, "the epoch is 0: no writer has had the table"},
+      {Layout::epochOffset, 0, "the epoch is 0: no table has had that many writers"},
+      {Layout::epochOffset, ~Word{0}, ": no table has had that many writers"},
       {Layout::writerPidOffset, 0, "the writer's process id is 0, which is none"},
       {Layout::writerPidOffset, ~Word{0}, "which is none"},
       {Layout::heartbeatOffset, ~Word{0}, "the heartbeat lies in the future"},
