@@ -27,10 +27,9 @@ void countStepsAndDieAt(std::uint64_t at);
 // A step that the process may be killed at.
 void step();
 
-// The saboteurs: told before each store of a process that counts, they make a writer's defects out
-// of a good one.
-using Saboteur = void (*)(Glim::Word* at, Glim::Word value);
-void saboteurIs(Saboteur saboteur);
+// A process that counts its steps stores through this memory instead of the machine's: what it
+// drops, moves or puts off makes a defective writer out of a good one. Null: the machine's.
+void saboteurIs(Glim::Words::Memory* saboteur);
 
 // Forks a writer that does `before` unharmed and is killed at a step of `work`, or after it.
 // Nothing of it is cleaned up: no destructor runs, no buffer is written.

@@ -39,5 +39,7 @@ inline std::ostream& operator<<(std::ostream& out, Scenario const& scenario) {
 }
 
 std::vector<Scenario> scenarios();
+// REQUIRES: there is one of this name
+Scenario scenario(std::string_view name);
 
 }  // namespace GlimCrash

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 #include <utility>
 
@@ -383,6 +384,11 @@ std::vector<Scenario> scenarios() {
   std::vector<Scenario> all = writing();
   for (Scenario& scenario : takingOver()) all.push_back(std::move(scenario));
   return all;
+}
+
+Scenario scenario(std::string_view name) {
+  std::vector<Scenario> const all = scenarios();
+  return *std::find_if(all.begin(), all.end(), [&](auto const& s) { return s.name == name; });
 }
 
 }  // namespace GlimCrash
