@@ -74,7 +74,7 @@ void ModelReader::runAt(Stamp stamp, std::function<void()> const& run) {
 // A number below `options`, for a step at a word. States without a choice are not worth comparing.
 std::size_t ModelReader::choose(std::size_t options, Location at) {
   if (options == 1) return 0;
-  if (!_choices.repeating()) {
+  if (!_choices.repeating() && !_followsAll) {
     std::vector<Word> state{_context, at, _newestClass};
     _view.appendTo(state);
     state.insert(state.end(), _answers.begin(), _answers.end());
@@ -170,6 +170,7 @@ std::vector<ModelReader::RowOutcome> const& ModelReader::rowOutcomes(Word const*
   if (!_rowReader) {
     _rowReader = std::make_unique<ModelReader>(_table, _history, _lacks);
     _rowReader->classesAre(_classes);
+    _rowReader->_followsAll = _followsAll;
   }
   ModelReader& reader = *_rowReader;
   std::vector<Word> row(rowWords);

@@ -2,10 +2,10 @@
 // are answered by the weak memory of weak_memory.h, with every possible answer, one run after the
 // other.
 //
-// Runs that have come to the same state go on together: the first one is followed, the others are
-// given up: they end by way of the newest values, quicker than by an exception, and do not count.
-// The state of a reader is its view, where it is in its code, and its variables. The
-// latter two follow from what it was answered since it last came to the head of a loop that keeps
+// Of runs that have come to the same state, the first is followed and the others are given up: they
+// end by way of the newest values, which is quicker than by an exception, and do not count. The
+// state of a reader is its view, where it is in its code, and its variables. The latter two follow
+// from what it was answered since it last came to the head of a loop that keeps
 // nothing but counts of what was done: at the first load of a slot's version (readSlot) or of the
 // index's (TableReader::find). Passes of that loop are told apart; the other counts have budgets
 // that no run comes near, see most(). So the states that are compared are views with lists of
@@ -65,6 +65,9 @@ class ModelReader final : private Glim::Words::Memory {
   // The first word of the rows that `run` looks for, by TableReader: it is given rows of zeros in
   // the place of others. REQUIRES: not 0
   void wantedIs(Word key) { _wanted = key; }
+
+  // Gives no run up: for small programs, to see that nothing is lost by it.
+  void followAll() { _followsAll = true; }
 
   // Runs `run` from a view with all possible answers; `ended` at the end of each run that did not
   // come to the state of an earlier one. What `ended` needs to know of the past goes into
@@ -127,6 +130,7 @@ class ModelReader final : private Glim::Words::Memory {
   ReaderLacks _lacks;
   std::vector<Word> _classes;
   Word _wanted = 0;
+  bool _followsAll = false;
   Choices _choices;
   std::unordered_set<std::vector<Word>, HashOfWords> _states;
   std::size_t _runs = 0;
