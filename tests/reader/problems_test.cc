@@ -105,5 +105,13 @@ TEST_F(ProblemsOfASnapshot, TablesCountBeforeRowsAndRowsBeforeNames) {
   EXPECT_EQ(exitCode(problems(snapshot, {"Ethernet7"})), ExitCode::unsafeTable);
 }
 
+TEST(ExitCodeOfProblems, DamageThatVerifyFoundComesBeforeRowsLeftOutAndAfterUnreadableTables) {
+  Problem const damage{ExitCode::damageFound, ""}, row{ExitCode::rowsLeftOut, ""},
+      name{ExitCode::unknownName, ""}, unsafe{ExitCode::unsafeTable, ""};
+  EXPECT_EQ(exitCode({name, row, damage}), ExitCode::damageFound);
+  EXPECT_EQ(exitCode({name, row}), ExitCode::rowsLeftOut);
+  EXPECT_EQ(exitCode({damage, unsafe}), ExitCode::unsafeTable);
+}
+
 }  // namespace
 }  // namespace Show
