@@ -114,6 +114,9 @@ class ReaderInAnotherLanguage(Tables):
                 self.assertEqual(sut.decoded(row)["intfId"], f"Ethernet{port}")
             key = b"Ethernet999".ljust(48, b"\0")
             self.assertIsNone(sut.find(key, table_reader.interface_name_hash(key)))
+            # Another key of the hash of one that is there is none.
+            taken = table_reader.interface_name_hash(b"Ethernet1".ljust(48, b"\0"))
+            self.assertIsNone(sut.find(key, taken))
 
     def test_it_leaves_a_damaged_row_out_as_the_dump_does(self):
         self.start_agent_with_all_ports()
