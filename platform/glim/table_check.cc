@@ -134,7 +134,7 @@ std::string Check::slotProblem(Word slot) {
     return _options.keyProblem(_row.data());
   }
   if (seen.use != Use::corrupt) return {};
-  if (seen.version >= TableSurvey::Layout::endOfVersions)
+  if (seen.version >= TableSurvey::endOfVersions)
     return "its version is beyond what any writer counts to";
   Word const meta = _file.mapping().slot(slot).meta(seen.version);
   switch (meta & Layout::rowStateMask) {
