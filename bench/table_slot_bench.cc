@@ -47,6 +47,7 @@ class BareSlots {
     Word const version = _versions[number]++;
     to.begin(version);
     Word* const half = to.row(version + 1);
+#pragma GCC unroll 8
     for (std::size_t i = 0; i < rowWords; ++i) Glim::Words::storeRow(half + i, wordOf(row, i));
     to.commit(version, 0, Glim::Layout::rowLive);
   }

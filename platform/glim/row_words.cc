@@ -8,69 +8,94 @@ namespace Glim::RowWords {
 namespace {
 
 constexpr std::size_t blockWords = 8;
+constexpr Word step = 0x9e3779b97f4a7c15u;  // 2^64 / golden ratio, odd
 
 // Two lanes; every 64-bit machine that this runs on has registers of this size.
 using Lanes = Word __attribute__((vector_size(16)));
 
 Lanes rotated(Lanes lanes) { return lanes << 23 | lanes >> 41; }
 
+// Four words for the units that work on integers and four for those that work on vectors: together
+// they are faster than either alone, and neither has registers for the sums of all eight.
+struct Block {
+  Word w0, w1, w2, w3;
+  Lanes w45, w67;
+};
+
 // Members and statements are written out one by one: an array of them would live in memory and cost
 // half the speed.
 class Sums {
  public:
   explicit Sums(Word seed)
-      : _a0{seed, seed + step},
-        _a1{seed + 2 * step, seed + 3 * step},
-        _a2{seed + 4 * step, seed + 5 * step},
-        _a3{seed + 6 * step, seed + 7 * step},
+      : _a0(seed),
+        _a1(seed + step),
+        _a2(seed + 2 * step),
+        _a3(seed + 3 * step),
+        _a45{seed + 4 * step, seed + 5 * step},
+        _a67{seed + 6 * step, seed + 7 * step},
         _b0(~_a0),
         _b1(~_a1),
         _b2(~_a2),
-        _b3(~_a3) {}
+        _b3(~_a3),
+        _b45(~_a45),
+        _b67(~_a67) {}
 
-  void add(Lanes w0, Lanes w1, Lanes w2, Lanes w3) {
-    _a0 += w0;
-    _a1 += w1;
-    _a2 += w2;
-    _a3 += w3;
-    _b0 = rotated(_b0) + _a0;
-    _b1 = rotated(_b1) + _a1;
-    _b2 = rotated(_b2) + _a2;
-    _b3 = rotated(_b3) + _a3;
+  void add(Block const& block) {
+    _a0 += block.w0;
+    _a1 += block.w1;
+    _a2 += block.w2;
+    _a3 += block.w3;
+    _a45 += block.w45;
+    _a67 += block.w67;
+    _b0 = std::rotl(_b0, 23) + _a0;
+    _b1 = std::rotl(_b1, 23) + _a1;
+    _b2 = std::rotl(_b2, 23) + _a2;
+    _b3 = std::rotl(_b3, 23) + _a3;
+    _b45 = rotated(_b45) + _a45;
+    _b67 = rotated(_b67) + _a67;
   }
 
   // Lane pairs are first added with the odd weights 1, 3, 5 and 7, so that a change of one lane
   // always remains.
   Word folded() const {
-    Lanes const a = _a0 + (_a1 + (_a1 << 1)) + (_a2 + (_a2 << 2)) + ((_a3 << 3) - _a3);
-    Lanes const b = _b0 + (_b1 + (_b1 << 1)) + (_b2 + (_b2 << 2)) + ((_b3 << 3) - _b3);
+    Lanes const a = _a45 + (_a45 << 2) + ((_a67 << 3) - _a67);
+    Lanes const b = _b45 + (_b45 << 2) + ((_b67 << 3) - _b67);
     Word sum = step;
-    for (Word part : {a[0], a[1], b[0], b[1]}) sum = (std::rotl(sum, 29) ^ part) * step;
+    sum = mixed(sum, _a0 + 3 * _a2 + a[0]);
+    sum = mixed(sum, _a1 + 3 * _a3 + a[1]);
+    sum = mixed(sum, _b0 + 3 * _b2 + b[0]);
+    sum = mixed(sum, _b1 + 3 * _b3 + b[1]);
     return sum ^ (sum >> 32);
   }
 
  private:
-  static constexpr Word step = 0x9e3779b97f4a7c15u;  // 2^64 / golden ratio, odd
-  Lanes _a0, _a1, _a2, _a3;
-  Lanes _b0, _b1, _b2, _b3;
+  static Word mixed(Word sum, Word part) { return (std::rotl(sum, 29) ^ part) * step; }
+
+  Word _a0, _a1, _a2, _a3;
+  Lanes _a45, _a67;
+  Word _b0, _b1, _b2, _b3;
+  Lanes _b45, _b67;
 };
 
-Lanes lanesAt(Word const* words) {
-  Lanes lanes;
-  std::memcpy(&lanes, words, sizeof lanes);
-  return lanes;
+// Of the rows of a large table no line is near, and a row has too few of them for the machine to
+// foresee the next ones in time. A longer way ahead gained nothing; beyond the row it is a
+// neighbour's line, which does no harm.
+void prefetchAhead(void const* row, std::size_t i) {
+  constexpr std::size_t ahead = 4 * blockWords;
+  __builtin_prefetch(static_cast<std::byte const*>(row) + (i + ahead) * sizeof(Word));
 }
 
 // How words come and go, for the four directions.
 struct PlainSource {
   void const* from;
-  Word word(std::size_t i) const {
-    Word value;
-    std::memcpy(&value, static_cast<std::byte const*>(from) + i * sizeof(Word), sizeof value);
-    return value;
-  }
-  Lanes lanes(std::size_t i) const {
-    Lanes value;
+  Word word(std::size_t i) const { return at<Word>(i); }
+  Lanes lanes(std::size_t i) const { return at<Lanes>(i); }
+  void prefetch(std::size_t i) const { prefetchAhead(from, i); }
+
+ private:
+  template <class T>
+  T at(std::size_t i) const {
+    T value;
     std::memcpy(&value, static_cast<std::byte const*>(from) + i * sizeof(Word), sizeof value);
     return value;
   }
@@ -80,20 +105,41 @@ struct SharedSource {
   Word const* from;
   Word word(std::size_t i) const { return Words::loadRow(from + i); }
   Lanes lanes(std::size_t i) const { return Lanes{word(i), word(i + 1)}; }
+  void prefetch(std::size_t i) const { prefetchAhead(from, i); }
 };
 
 struct NoSink {
   void word(std::size_t, Word) const {}
-  void lanes(std::size_t, Lanes, PlainSource) const {}
+  template <class Source>
+  void block(std::size_t, Block const&, Source const&) const {}
+  void prefetch(std::size_t) const {}
 };
 
 struct PlainSink {
   void* to;
-  void word(std::size_t i, Word value) const {
-    std::memcpy(static_cast<std::byte*>(to) + i * sizeof(Word), &value, sizeof value);
+  void word(std::size_t i, Word value) const { put(i, value); }
+  void block(std::size_t i, Block const& block, SharedSource const&) const {
+    put(i, block.w0);
+    put(i + 1, block.w1);
+    put(i + 2, block.w2);
+    put(i + 3, block.w3);
+    put(i + 4, block.w45);
+    put(i + 6, block.w67);
   }
-  template <class Source>
-  void lanes(std::size_t i, Lanes value, Source) const {
+  // Loads words once more, here and below: cheaper than moving them between the two kinds of
+  // registers.
+  void block(std::size_t i, Block const& block, PlainSource const& source) const {
+    put(i, source.lanes(i));
+    put(i + 2, source.lanes(i + 2));
+    put(i + 4, block.w45);
+    put(i + 6, block.w67);
+  }
+  // The caller's row, which it will have at hand.
+  void prefetch(std::size_t) const {}
+
+ private:
+  template <class T>
+  void put(std::size_t i, T value) const {
     std::memcpy(static_cast<std::byte*>(to) + i * sizeof(Word), &value, sizeof value);
   }
 };
@@ -101,11 +147,17 @@ struct PlainSink {
 struct SharedSink {
   Word* to;
   void word(std::size_t i, Word value) const { Words::storeRow(to + i, value); }
-  // Loads the words once more: cheaper than taking them out of a vector register.
-  void lanes(std::size_t i, Lanes, PlainSource source) const {
-    word(i, source.word(i));
-    word(i + 1, source.word(i + 1));
+  void block(std::size_t i, Block const& block, PlainSource const& source) const {
+    word(i, block.w0);
+    word(i + 1, block.w1);
+    word(i + 2, block.w2);
+    word(i + 3, block.w3);
+    word(i + 4, source.word(i + 4));
+    word(i + 5, source.word(i + 5));
+    word(i + 6, source.word(i + 6));
+    word(i + 7, source.word(i + 7));
   }
+  void prefetch(std::size_t i) const { prefetchAhead(to, i); }
 };
 
 template <class Source, class Sink>
@@ -113,23 +165,22 @@ Word move(Sink sink, Source source, std::size_t words, Word seed) {
   Sums sums(seed);
   std::size_t i = 0;
   for (; i + blockWords <= words; i += blockWords) {
-    Lanes const w0 = source.lanes(i);
-    Lanes const w1 = source.lanes(i + 2);
-    Lanes const w2 = source.lanes(i + 4);
-    Lanes const w3 = source.lanes(i + 6);
-    sink.lanes(i, w0, source);
-    sink.lanes(i + 2, w1, source);
-    sink.lanes(i + 4, w2, source);
-    sink.lanes(i + 6, w3, source);
-    sums.add(w0, w1, w2, w3);
+    source.prefetch(i);
+    sink.prefetch(i);
+    Block const block{source.word(i),     source.word(i + 1),  source.word(i + 2),
+                      source.word(i + 3), source.lanes(i + 4), source.lanes(i + 6)};
+    sums.add(block);
+    sink.block(i, block, source);
   }
   if (i < words) {
-    Word last[blockWords] = {};
-    for (std::size_t n = 0; i + n < words; ++n) {
-      last[n] = source.word(i + n);
-      sink.word(i + n, last[n]);
-    }
-    sums.add(lanesAt(last), lanesAt(last + 2), lanesAt(last + 4), lanesAt(last + 6));
+    auto const rest = [&](std::size_t n) {
+      if (i + n >= words) return Word{0};
+      Word const word = source.word(i + n);
+      sink.word(i + n, word);
+      return word;
+    };
+    sums.add(
+        {rest(0), rest(1), rest(2), rest(3), Lanes{rest(4), rest(5)}, Lanes{rest(6), rest(7)}});
   }
   return sums.folded();
 }
