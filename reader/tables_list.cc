@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <iterator>
 #include <ostream>
 #include <utility>
 
@@ -13,6 +12,7 @@
 #include "reader/table_files.h"
 #include "reader/table_json.h"
 #include "reader/units.h"
+#include "reader/views.h"
 
 namespace Show {
 
@@ -111,13 +111,6 @@ bool isNews(TableDirectory const& directory, FileSeen const& seen) {
   });
 }
 
-void append(std::vector<Line>& lines, TextTable const& table, std::size_t width) {
-  TextTable::Text text = table.text(width);
-  if (!lines.empty()) lines.emplace_back();
-  lines.push_back(std::move(text.title));
-  std::move(text.rows.begin(), text.rows.end(), std::back_inserter(lines));
-}
-
 std::vector<Line> view(TableDirectory const& directory, std::vector<OpenTable> const& tables,
                        std::size_t width) {
   std::vector<Line> lines;
@@ -138,7 +131,7 @@ std::vector<Line> view(TableDirectory const& directory, std::vector<OpenTable> c
     table.add(tableRow(one));
     any = true;
   }
-  if (any) append(lines, table, width);
+  if (any) appendTable(lines, table.text(width));
 
   TextTable others({{"File", kLeft}, {"What it is", kLeft}});
   any = false;
@@ -153,7 +146,10 @@ std::vector<Line> view(TableDirectory const& directory, std::vector<OpenTable> c
     others.add({{{printable(seen.file)}, {fileText(directory, seen)}}});
     any = true;
   }
-  if (any) append(lines, others, kUnlimited);
+  if (any) {
+    if (!lines.empty()) lines.emplace_back();
+    appendTable(lines, others.text());
+  }
   return lines;
 }
 

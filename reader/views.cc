@@ -13,14 +13,6 @@ namespace {
 constexpr auto kLeft = Column::Align::left;
 constexpr auto kRight = Column::Align::right;
 
-void append(std::vector<Line>& lines, TextTable::Text text) {
-  lines.push_back(std::move(text.title));
-  std::move(text.rows.begin(), text.rows.end(), std::back_inserter(lines));
-  if (text.hidden != 0)
-    lines.push_back(
-        {{counted(text.hidden, "column") + " hidden: the terminal is too narrow", Style::dim}});
-}
-
 // Words with one space between them, whatever the operator wrote: two would end the cell.
 std::string oneSpaced(std::string_view text) {
   std::string words;
@@ -61,10 +53,18 @@ void appendNamed(std::vector<Line>& lines, Snapshot const& snapshot, Basis basis
     row.cells.push_back(ageCell(snapshot, intf));
     table.add(std::move(row));
   }
-  append(lines, table.text(width));
+  appendTable(lines, table.text(width));
 }
 
 }  // namespace
+
+void appendTable(std::vector<Line>& lines, TextTable::Text text) {
+  lines.push_back(std::move(text.title));
+  std::move(text.rows.begin(), text.rows.end(), std::back_inserter(lines));
+  if (text.hidden != 0)
+    lines.push_back(
+        {{counted(text.hidden, "column") + " hidden: the terminal is too narrow", Style::dim}});
+}
 
 Line agentLine(Snapshot const& snapshot) {
   AgentStatus const& agent = snapshot.agent;
@@ -150,7 +150,7 @@ std::vector<Line> countersView(Snapshot const& snapshot, Basis basis, std::size_
                rowStyle(intf)});
   }
   std::vector<Line> lines;
-  append(lines, table.text(width));
+  appendTable(lines, table.text(width));
   return lines;
 }
 
@@ -187,7 +187,7 @@ std::vector<Line> ratesView(Snapshot const& snapshot, std::size_t width) {
                rowStyle(intf)});
   }
   std::vector<Line> lines;
-  append(lines, table.text(width));
+  appendTable(lines, table.text(width));
   return lines;
 }
 

@@ -14,6 +14,9 @@ namespace Show {
 // "Agent running, process 4711, heartbeat 0.4 s ago".
 Line agentLine(Snapshot const& snapshot);
 
+// A table below what is there; with a line that tells how many columns had no room, if any.
+void appendTable(std::vector<Line>& lines, TextTable::Text text);
+
 // "up", "admin-down", "lowerLayerDown" ...; n/a without a description.
 std::string_view stateName(Intf const& intf);
 // Whether it is known that the interface does not pass traffic.

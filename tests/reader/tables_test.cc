@@ -33,9 +33,9 @@ class TablesCommands : public testing::Test {
     options.directoryNamed = true;
   }
 
-  ExitCode list() {
+  ExitCode list(std::size_t width = kUnlimited) {
     begin();
-    return tablesList(options, 1000.0, {}, out, err);
+    return tablesList(options, 1000.0, {.width = width}, out, err);
   }
   ExitCode verify(std::vector<std::string> names = {}) {
     begin();
@@ -85,6 +85,14 @@ TEST_F(TablesCommands, ListTellsEachTableAndItsLivingWriter) {
   EXPECT_THAT(out.str(), ContainsRegex("\nintfDescriptions +IntfDescription +2 "));
   EXPECT_THAT(out.str(), Not(HasSubstr(".lock"))) << "a lock beside its table is no news";
   EXPECT_THAT(err.str(), IsEmpty());
+}
+
+TEST_F(TablesCommands, ListOnANarrowTerminalKeepsRowsAndWriterAndSaysWhatIsHidden) {
+  startWithTwo();
+  list(60);
+  EXPECT_THAT(out.str(),
+              StartsWith("Table              Rows  State  Writer   Process  Heartbeat\n"));
+  EXPECT_THAT(out.str(), HasSubstr("\n5 columns hidden: the terminal is too narrow\n"));
 }
 
 TEST_F(TablesCommands, ListTellsThatAWriterLetGo) {
