@@ -23,8 +23,8 @@ namespace {
 
 constexpr Word chunkBytes = 256 * 1024;
 constexpr Word fewestChunkRows = 16;
-// More versions of a row than any writers get to; below half of what the version word can count.
-constexpr Word endOfVersions = Word{1} << 62;
+// A row with a higher version is given up, while there are still more to come than anybody counts.
+constexpr Word mostAdoptedVersion = Layout::endOfVersions / 2;
 
 std::uint64_t nextIdentity() {
   static std::atomic<std::uint64_t> last{0};
@@ -234,7 +234,7 @@ void ConquerWriter::adoptSlot(std::uint32_t number, Word* row,
   if (k == 0) return;
 
   Layout::RowState state{};
-  bool good = k < endOfVersions && at.validate(k, state);
+  bool good = k < mostAdoptedVersion && at.validate(k, state);
   own.meta = at.meta(k);
   if (good && state == Layout::rowDead) return;
   // What is judged and what is taken is one copy: the file may be changing under a vandal's hands.
@@ -246,7 +246,7 @@ void ConquerWriter::adoptSlot(std::uint32_t number, Word* row,
   }
   if (!good) {
     // No writer counts this far: the version itself is damage, and counting on from it would wrap.
-    Word const from = k < endOfVersions ? k : 0;
+    Word const from = k < mostAdoptedVersion ? k : 0;
     own.meta = at.publishDead(from);
     own.version = from + 1;
     own.beingWritten = false;
@@ -255,7 +255,7 @@ void ConquerWriter::adoptSlot(std::uint32_t number, Word* row,
 }
 
 void ConquerWriter::beginReign(Word formerEpoch) {
-  _epoch = formerEpoch + 1;
+  _epoch = formerEpoch < Layout::mostEpochs ? formerEpoch + 1 : 1;
   Words::storeRelease(_table.wordAt(Layout::writerPidOffset), static_cast<Word>(_pid));
   Words::storeRelease(_table.wordAt(Layout::epochOffset), _epoch);
   noteMembers();

@@ -116,6 +116,11 @@ enum class HeaderCheck { good, notATable, otherLayout };
 HeaderCheck checkFixedWords(FixedWords const& fixed, Geometry& geometry);
 bool checksumAgrees(FixedWords const& fixed, std::string_view schema);
 
+// More writers than a table ever has (one a millisecond for 30 years), and more versions than a row
+// ever has: beyond these, the count itself is damage.
+inline constexpr Word mostEpochs = Word{1} << 40;
+inline constexpr Word endOfVersions = Word{1} << 62;
+
 // --- rows ---
 
 enum RowState : Word { rowLive = 1, rowDead = 2 };

@@ -16,8 +16,6 @@ namespace {
 
 // Linux's own limit of process ids, PID_MAX_LIMIT.
 constexpr Word mostPid = 4u << 20;
-// A writer a millisecond for 30 years.
-constexpr Word mostEpochs = Word{1} << 40;
 constexpr unsigned slotAttempts = 64;
 constexpr unsigned indexAttempts = 8;
 constexpr Word slotsBetweenProgress = 4096;
@@ -78,7 +76,7 @@ void TableSurvey::compareHeader(std::vector<Suspicion>& found) const {
       state > static_cast<Word>(TableState::detached))
     found.push_back({Kind::state, state});
   Word const epoch = _file.word(Layout::epochOffset);
-  if (epoch == 0 || epoch > mostEpochs) found.push_back({Kind::epoch, epoch});
+  if (epoch == 0 || epoch > Layout::mostEpochs) found.push_back({Kind::epoch, epoch});
   Word const pid = _file.word(Layout::writerPidOffset);
   if (pid == 0 || pid > mostPid) found.push_back({Kind::pid, pid});
   // The clock is read after the word.

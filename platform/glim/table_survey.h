@@ -62,8 +62,7 @@ class TableSurvey {
   // What the version word of a slot says now.
   Word versionWord(Word slot) const { return Words::loadAcquire(_file.mapping().slotAt(slot)); }
 
-  // More versions of a row than any writer gets to.
-  static constexpr Word endOfVersions = Word{1} << 62;
+  static constexpr Word endOfVersions = Layout::endOfVersions;
 
  private:
   using Use = SlotSeen::Use;

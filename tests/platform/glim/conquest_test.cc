@@ -223,7 +223,7 @@ TEST_F(GlimConquest, ACorruptRowIsGivenUpAndTheOthersStay) {
 }
 
 TEST_F(GlimConquest, ASlotWhoseVersionIsDamagedCanBeUsedAgain) {
-  for (Word const damage : {~Word{0}, ~Word{0} - 1, Word{1} << 63}) {
+  for (Word const damage : {~Word{0}, ~Word{0} - 1, Word{1} << 63, (Word{1} << 63) - 2}) {
     writeTenRows();
     Vandal(file()).slotWord(9, 0) = damage;
     auto sut = makeTable<Small>();
@@ -280,6 +280,14 @@ TEST_F(GlimConquest, AFileThatWasCutWithinASlotGrowsAgain) {
   auto const sut = makeTable<Small>();
   expectRows(sut, 1, 4);
   for (std::uint64_t key = 5; key <= 10; ++key) sut->write({{key}, key * 10});
+  expectRows(sut, 1, 10);
+}
+
+TEST_F(GlimConquest, AnEpochThatNobodyCountsToBeginsAnew) {
+  writeTenRows();
+  Vandal(file()).word(Layout::epochOffset) = ~Word{0};
+  auto const sut = makeTable<Small>();
+  EXPECT_EQ(sut->map().writer()->epoch(), 1u);
   expectRows(sut, 1, 10);
 }
 

@@ -15,8 +15,10 @@
 
 #include "platform/dov/exception.h"
 #include "platform/glim/conquer_writer.h"
+#include "platform/glim/header_check.h"
 #include "platform/glim/reader.h"
 #include "platform/glim/schema.h"
+#include "platform/glim/table_check.h"
 #include "tests/platform/glim/hostile/table_image.h"
 #include "tests/platform/glim/test_records.h"
 
@@ -103,6 +105,7 @@ class Drill {
     try {
       readTyped(file);
       readUntyped();
+      examine();
       write(limits);
     } catch (Broken const& broken) {
       return broken.promise;
@@ -191,6 +194,17 @@ class Drill {
     reader.refresh();
   }
 
+  // As a tool does that looks into damage.
+  Glim::CheckReport examine() {
+    Glim::TableFile file;
+    auto const opened = file.open(_root.path() + ".glim", {});
+    auto const problems = Glim::headerProblems(file.fd());
+    expect(!problems.empty() || opened == Glim::Answer::ok, "what is wrong with a header is told");
+    if (opened != Glim::Answer::ok) return {};
+    return Glim::checkTable(
+        file, {.keyHash = Glim::rowShape<Today>().key.hash, .passes = 3, .mostFindings = 10});
+  }
+
   void write(Glim::TableLimits const& limits) {
     {
       Glim::ConquerWriter writer(_root, Glim::rowShape<Today>(), limits);
@@ -210,6 +224,11 @@ class Drill {
       readBack(expected, Glim::TableStatus::State::ready);
     }
     readBack({}, Glim::TableStatus::State::detached);
+    auto const report = examine();
+    expect(report.unfinished.empty(), "a tool finds nothing unfinished");
+    if (report.damage != 0) {
+      throw Broken{"a tool finds no damage left: " + report.findings.front().text};
+    }
   }
 
   // Rows that the table must hold, by their keys; false: must not hold.
