@@ -1,5 +1,7 @@
 #include "platform/glim/bucket_index.h"
 
+#include <algorithm>
+
 namespace Glim {
 
 using Layout::bucketEntry;
@@ -55,14 +57,29 @@ bool BucketIndex::adopt(std::vector<Link> const& links) {
   return false;
 }
 
+// In one pass: an index that somebody made to be slow to search is not searched.
 bool BucketIndex::holdsExactly(std::vector<Link> const& links) const {
   Word taken = 0;
   for (Word const entry : _own) taken += entry != 0;
   if (taken != links.size()) return false;  // also: at least half of the buckets are empty
-  for (Link const& link : links) {
-    bool const found =
-        find(link.hash, [&](std::uint32_t slot) { return slot == link.slot; }) == link.slot;
-    if (!found) return false;
+  std::uint32_t slots = 0;
+  for (Link const& link : links) slots = std::max(slots, link.slot + 1);
+  std::vector<Word> missing(slots);  // entries, by slot
+  for (Link const& link : links) missing[link.slot] = bucketEntry(link.hash, link.slot);
+
+  Word start = 0;
+  while (_own[start] != 0) ++start;
+  Word run = 0;  // taken buckets in a row: a search finds what lies no further from its home
+  for (Word n = 1; n < size(); ++n) {
+    Word const at = (start + n) & (size() - 1);
+    Word const entry = _own[at];
+    run = entry == 0 ? 0 : run + 1;
+    if (entry == 0) continue;
+    Word const slot = entrySlot(entry);
+    if (slot >= slots || missing[slot] != entry) return false;
+    missing[slot] = 0;
+    Word const home = homeBucket(entryHash(entry), size());
+    if (((at - home) & (size() - 1)) >= run) return false;
   }
   return true;
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <random>
 #include <vector>
@@ -116,6 +117,35 @@ TEST_F(GlimBucketIndex, RebuildsAnIndexFullOfRubbish) {
   EXPECT_FALSE(sut.adopt({{5, 1}}));
   EXPECT_TRUE(has(5, 1));
   EXPECT_FALSE(has(6, 1));
+}
+
+// Entries in any places at all: what is adopted is just what searches work in.
+TEST_F(GlimBucketIndex, AdoptsExactlyWhereEveryRowIsFound) {
+  std::mt19937 random(2);
+  unsigned adopted = 0, rebuilt = 0;
+  for (unsigned i = 0; i < 50'000; ++i) {
+    std::vector<BucketIndex::Link> links;
+    shared.assign(buckets, 0);
+    version = 0;
+    for (std::uint32_t slot = 0; slot < 1 + i % 7; ++slot) {
+      links.push_back({static_cast<std::uint32_t>(random() % 40), slot});
+      Word at = Layout::homeBucket(links.back().hash, buckets) + random() % 3;
+      while (shared[at % buckets] != 0) ++at;
+      shared[at % buckets] = Layout::bucketEntry(links.back().hash, slot);
+    }
+    auto const found = [&](BucketIndex::Link const& link) {
+      Word at = Layout::homeBucket(link.hash, buckets);
+      Word const entry = Layout::bucketEntry(link.hash, link.slot);
+      while (shared[at] != 0 && shared[at] != entry) at = (at + 1) % buckets;
+      return shared[at] == entry;
+    };
+    bool const sound = std::all_of(links.begin(), links.end(), found);
+    ASSERT_EQ(BucketIndex(shared.data(), buckets, &version).adopt(links), sound) << i;
+    ASSERT_TRUE(std::all_of(links.begin(), links.end(), found)) << i;
+    ++(sound ? adopted : rebuilt);
+  }
+  EXPECT_GT(adopted, 1000u);
+  EXPECT_GT(rebuilt, 1000u);
 }
 
 TEST_F(GlimBucketIndex, RebuildsAnIndexWhoseBuilderDied) {
