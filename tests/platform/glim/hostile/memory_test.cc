@@ -1,0 +1,81 @@
+// A header that lies about the size of its table costs address space and no memory.
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <filesystem>
+
+#include "tests/platform/glim/hostile/table_image.h"
+#include "tests/platform/glim/table_fixture.h"
+
+namespace GlimTest {
+namespace {
+
+using Glim::Answer;
+using Glim::Word;
+namespace Layout = Glim::Layout;
+
+long residentKilobytes() {
+  rusage usage{};
+  ::getrusage(RUSAGE_SELF, &usage);
+  return usage.ru_maxrss;
+}
+
+class LyingHeader : public TableTest {
+ protected:
+  // A file of that size, all of it a hole but for a header which is sound in itself.
+  void makeFile(Layout::Geometry const& geometry, std::string_view schema, Word bytes) {
+    auto const fixed = Layout::makeFixedWords(geometry, schema, Glim::schemaHashOf(schema), 0);
+    std::string header(Layout::schemaOffset, '\0');
+    std::memcpy(header.data(), fixed.data(), sizeof fixed);
+    Word const all = ~Word{0};
+    std::memcpy(header.data() + Layout::allocatedRowsOffset, &all, sizeof all);
+    writeFile(file(), header.append(schema));
+    std::filesystem::resize_file(file(), bytes);
+  }
+  Word blocks() const {
+    struct stat status {};
+    ::stat(file().c_str(), &status);
+    return static_cast<Word>(status.st_blocks) * 512;
+  }
+
+  Layout::Geometry const largest = *Layout::Geometry::make(
+      Layout::rowWordsLimit, 8, Layout::maxRowsLimit, Glim::schemaText<Small>.size());
+};
+
+TEST_F(LyingHeader, OfTheLargestTableTakesNoMemoryOfAReader) {
+  makeFile(largest, Glim::schemaText<Small>, largest.fileBytes);
+  long const before = residentKilobytes();
+  Glim::TableReader reader(path());
+  std::vector<Word> row(Layout::rowWordsLimit);
+  if (reader.attach() == Answer::ok) {
+    for (Word slot = 0; slot < reader.slots(); ++slot) reader.rowAt(slot, row.data());
+    reader.find(
+        7, [](void const*) { return false; }, row.data());
+  }
+  EXPECT_LT(residentKilobytes() - before, 1024);
+  EXPECT_LE(blocks(), 8192u);
+}
+
+TEST_F(LyingHeader, OfMoreRowsThanThereAreTakesAWriterNoMoreThanTheFileHas) {
+  auto const schema = Glim::schemaText<Small>;
+  auto const lie = *Layout::Geometry::make(2, 8, Layout::maxRowsLimit, schema.size());
+  Word const rows = 100;
+  makeFile(lie, schema, lie.bytesFor(rows));
+  auto const sut = makeTable<Small>({.maxRows = 16});
+  EXPECT_EQ(sut->conquest()->kind, Glim::Conquest::Kind::adopted);
+  EXPECT_EQ(sut->members(), 0u);
+  EXPECT_LE(blocks(), lie.bytesFor(rows) + 4096);
+  sut->write({{1}, 1});
+  EXPECT_EQ(sut->lookup({1}).count, 1u);
+}
+
+// Of others' rows, only the header is looked at.
+TEST_F(LyingHeader, OfAnotherSchemaTakesNoMemoryOfAWriter) {
+  makeFile(largest, "Other\na:u64:0:8192\n", largest.fileBytes);
+  long const before = residentKilobytes();
+  EXPECT_EQ(makeTable<Small>({.maxRows = 16})->conquest()->kind, Glim::Conquest::Kind::setAside);
+  EXPECT_LT(residentKilobytes() - before, 1024);
+}
+
+}  // namespace
+}  // namespace GlimTest
