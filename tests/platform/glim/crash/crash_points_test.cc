@@ -13,7 +13,11 @@ namespace {
 
 // About how many pairs of kills there is time for at every change. ORU_GLIM_CRASH_PAIRS=all is
 // every pair.
+#ifdef __SANITIZE_ADDRESS__
+constexpr std::uint64_t affordablePairs = 10;  // a fork takes ten times as long
+#else
 constexpr std::uint64_t affordablePairs = 150;
+#endif
 
 bool everyPair() {
   char const* const wanted = std::getenv("ORU_GLIM_CRASH_PAIRS");
