@@ -21,9 +21,10 @@ namespace {
 [[noreturn]] void serve(std::string const& folder, std::string const& socket) {
   int const nothing = open("/dev/null", O_RDWR);
   for (int const fd : {STDIN_FILENO, STDOUT_FILENO}) dup2(nothing, fd);
+  // Hashes of 122 fields are faster as tables than as the lists that they would be by default.
   execlp("redis-server", "redis-server", "--port", "0", "--unixsocket", socket.c_str(),
          "--unixsocketperm", "700", "--daemonize", "no", "--save", "", "--appendonly", "no",
-         "--dir", folder.c_str(), static_cast<char*>(nullptr));
+         "--hash-max-listpack-entries", "64", "--dir", folder.c_str(), static_cast<char*>(nullptr));
   _exit(127);
 }
 

@@ -4,33 +4,51 @@
 #include <sys/mman.h>
 
 #include <algorithm>
+#include <array>
+#include <compare>
 #include <cstdint>
-#include <cstring>
 #include <new>
 #include <random>
-#include <span>
 #include <string>
+#include <type_traits>
 #include <vector>
 
-#include "tests/platform/glim/test_records.h"
+#include "platform/glim/record.h"
+#include "platform/pekt/intf_id.h"
 
 namespace Bench {
 
-inline std::span<std::uint64_t> counters(GlimTest::Small& row) { return {&row.count, 1}; }
-inline std::span<std::uint64_t> counters(GlimTest::Middle& row) { return row.counts; }
-inline std::span<std::uint64_t> counters(GlimTest::Large& row) { return row.counts; }
-template <class Record>
-std::uint64_t lastCounter(Record& row) {
-  return counters(row).back();
-}
+struct NumberKey {
+  std::uint64_t value = 0;
 
-// Keys whose hashes lie anywhere: of consecutive numbers they would not collide.
-inline void nameIs(GlimTest::NumberKey& key, std::uint64_t number) {
-  key.value = (number + 1) * 0xd6e8feb86659fd93u;
-  key.value ^= key.value >> 32;
+  std::uint32_t hash() const { return static_cast<std::uint32_t>(value); }
+  std::string stringValue() const { return std::to_string(value); }
+  auto operator<=>(NumberKey const&) const = default;
+};
+
+// 16 bytes, 96 bytes and 1 KB.
+struct Small {
+  NumberKey key;
+  std::array<std::uint64_t, 1> counts{};
+  bool operator==(Small const&) const = default;
+};
+template <std::size_t n>
+struct PortRow {
+  Pekt::IntfId key;
+  std::array<std::uint64_t, n> counts{};
+  bool operator==(PortRow const&) const = default;
+};
+using Middle = PortRow<6>;
+using Large = PortRow<122>;
+static_assert(sizeof(Small) == 16 && sizeof(Middle) == 96 && sizeof(Large) == 1024);
+
+// Keys whose hashes lie anywhere: those of consecutive numbers would never collide.
+inline NumberKey keyOf(std::type_identity<NumberKey>, std::uint64_t number) {
+  std::uint64_t const value = (number + 1) * 0xd6e8feb86659fd93u;
+  return {value ^ value >> 32};
 }
-inline void nameIs(GlimTest::NameKey& key, std::uint64_t number) {
-  key = GlimTest::NameKey("Ethernet" + std::to_string(number + 1));
+inline Pekt::IntfId keyOf(std::type_identity<Pekt::IntfId>, std::uint64_t number) {
+  return Pekt::IntfId("Ethernet" + std::to_string(number + 1));
 }
 
 // All numbers below `count`, in an order that no prefetcher foresees.
@@ -41,6 +59,22 @@ inline std::vector<std::uint32_t> shuffled(std::size_t count, std::uint32_t seed
   return numbers;
 }
 
+// Private memory that begins at a line of the cache, which a memcpy likes best.
+template <class T>
+struct LineAllocator {
+  using value_type = T;
+  LineAllocator() = default;
+  template <class U>
+  LineAllocator(LineAllocator<U> const&) {}
+  T* allocate(std::size_t n) {
+    return static_cast<T*>(::operator new(n * sizeof(T), std::align_val_t(64)));
+  }
+  void deallocate(T* at, std::size_t) { ::operator delete(at, std::align_val_t(64)); }
+  bool operator==(LineAllocator const&) const = default;
+};
+template <class T>
+using Lines = std::vector<T, LineAllocator<T>>;
+
 template <class RecordType>
 class SampleRows {
  public:
@@ -49,8 +83,8 @@ class SampleRows {
 
   explicit SampleRows(std::size_t count) : rows(count), keys(count), absentKeys(count) {
     for (std::size_t i = 0; i < count; ++i) {
-      nameIs(keys[i], i);
-      nameIs(absentKeys[i], i + count);
+      keys[i] = keyOf(std::type_identity<Key>(), i);
+      absentKeys[i] = keyOf(std::type_identity<Key>(), i + count);
       rows[i].key = keys[i];
     }
     change();
@@ -65,7 +99,7 @@ class SampleRows {
 
   // Each row tells its number and its generation in each counter.
   void contentIs(Record& row, std::size_t number, std::uint64_t generation) const {
-    std::ranges::fill(counters(row), generation << numberBits | number);
+    row.counts.fill(generation << numberBits | number);
   }
   // New content for all rows.
   void change() {
@@ -73,13 +107,13 @@ class SampleRows {
     for (std::size_t i = 0; i < count(); ++i) contentIs(rows[i], i, _generation);
   }
   // Whether it is row `number` of any one generation.
-  bool isWhole(Record row, std::size_t number) const {
-    std::uint64_t const first = counters(row)[0];
+  bool isWhole(Record const& row, std::size_t number) const {
+    std::uint64_t const first = row.counts[0];
     return row.key == keys[number] && (first & ((1u << numberBits) - 1)) == number &&
-           std::ranges::all_of(counters(row), [&](std::uint64_t c) { return c == first; });
+           std::ranges::all_of(row.counts, [&](std::uint64_t c) { return c == first; });
   }
 
-  std::vector<Record> rows;
+  Lines<Record> rows;
   std::vector<Key> keys;
   std::vector<Key> absentKeys;
   // The numbers of the rows to visit in a round.
@@ -114,3 +148,21 @@ class SharedMemory {
 };
 
 }  // namespace Bench
+
+template <>
+struct Glim::RecordTraits<Bench::Small> {
+  using Key = Bench::NumberKey;
+  static constexpr std::string_view name = "Small";
+  static constexpr std::array fields{Field{"key", FieldType::u64, 0},
+                                     Field{"counts", FieldType::u64, 8}};
+  static Key const& key(Bench::Small const& record) { return record.key; }
+};
+
+template <std::size_t n>
+struct Glim::RecordTraits<Bench::PortRow<n>> {
+  using Key = Pekt::IntfId;
+  static constexpr std::string_view name = "PortRow";
+  static constexpr std::array fields{Field{"key", FieldType::text, 0, sizeof(Key)},
+                                     Field{"counts", FieldType::u64, sizeof(Key), n}};
+  static Key const& key(Bench::PortRow<n> const& record) { return record.key; }
+};

@@ -12,6 +12,7 @@
 
 #include <array>
 #include <chrono>
+#include <cstring>
 #include <exception>
 #include <string>
 #include <type_traits>
@@ -53,9 +54,9 @@ void forEachTable(std::string const& name, std::string const& company, Run run) 
           ->ComputeStatistics("max", [](auto const& v) { return std::ranges::max(v); });
     }
   };
-  withRecord(std::type_identity<GlimTest::Small>());
-  withRecord(std::type_identity<GlimTest::Middle>());
-  withRecord(std::type_identity<GlimTest::Large>());
+  withRecord(std::type_identity<Small>());
+  withRecord(std::type_identity<Middle>());
+  withRecord(std::type_identity<Large>());
 }
 
 inline void expect(bool holds, char const* what) {
@@ -160,7 +161,7 @@ std::uint64_t besideLoads(benchmark::State& state, SampleRows<Record> const& sam
                           Visit visit) {
   SharedMemory<Record> plain(sample.count());
   std::ranges::copy(sample.rows, plain.get());
-  Record out;
+  alignas(64) Record out;
   return besideEach(state, sample, rounds, visit, [&](std::size_t i) {
     copyRow(&out, &plain[i]);
     benchmark::DoNotOptimize(out);
@@ -177,7 +178,7 @@ std::uint64_t besideWalk(benchmark::State& state, SampleRows<Record> const& samp
   std::ranges::copy(sample.rows, plain.get());
   Pace pace(rounds.other);
   std::uint64_t walked = 0;
-  Record out;
+  alignas(64) Record out;
   sideBySide(
       state, walks * sample.count(),
       [&] {

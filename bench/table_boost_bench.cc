@@ -49,7 +49,7 @@ class SharedMap {
     Lock const lock(_mutex);
     auto const at = _map.find(key);
     if (at == _map.end()) return false;
-    ++counters(at->second).back();
+    ++at->second.counts.back();
     return true;
   }
   bool lookup(Key const& key, Record& out) {
@@ -64,7 +64,7 @@ class SharedMap {
   void forEach(Visit visit) {
     Lock const lock(_mutex);
     for (auto const& entry : _map) {
-      Record row;
+      alignas(64) Record row;
       copyRow(&row, &entry.second);
       visit(row);
     }
@@ -128,8 +128,8 @@ void countsUp(benchmark::State& state, SampleRows<Record>& sample, Company compa
   std::uint64_t const visits = besideStores(state, sample, {.other = &other},
                                             [&](std::size_t i) { map.countUp(sample.keys[i]); });
   std::uint64_t sum = 0;
-  map.forEach([&](Record& row) { sum += lastCounter(row); });
-  for (Record& row : sample.rows) sum -= lastCounter(row);
+  map.forEach([&](Record const& row) { sum += row.counts.back(); });
+  for (Record const& row : sample.rows) sum -= row.counts.back();
   expect(sum == visits, "not every count was written");
   other.finish();
 }
@@ -140,7 +140,7 @@ void lookups(benchmark::State& state, SampleRows<Record>& sample, Company compan
   OtherProcess other;
   startOther(other, company, map, sample);
   std::uint64_t hits = 0;
-  Record row;
+  alignas(64) Record row;
   std::uint64_t const visits = besideLoads(state, sample, {.other = &other}, [&](std::size_t i) {
     hits += map.lookup(sample.keys[i], row);
     benchmark::DoNotOptimize(row);
@@ -158,7 +158,7 @@ void misses(benchmark::State& state, SampleRows<Record>& sample, Company company
   OtherProcess other;
   startOther(other, company, map, sample);
   std::uint64_t hits = 0;
-  Record row;
+  alignas(64) Record row;
   besideLoads(state, sample, {.other = &other}, [&](std::size_t i) {
     hits += map.lookup(sample.absentKeys[i], row);
     benchmark::DoNotOptimize(row);

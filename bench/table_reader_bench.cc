@@ -80,7 +80,7 @@ template <class Record>
 void readerLookup(benchmark::State& state, SampleRows<Record>& sample, Writer writer) {
   OthersTable<Record> table(sample, writer);
   Answers answers;
-  Record row;
+  alignas(64) Record row;
   std::uint64_t const visits = besideLoads(state, sample, table.rounds(), [&](std::size_t i) {
     answers.count(table.reader.lookup(sample.keys[i], row));
     benchmark::DoNotOptimize(row);
@@ -99,7 +99,7 @@ template <class Record>
 void readerRowAt(benchmark::State& state, SampleRows<Record>& sample, Writer writer) {
   OthersTable<Record> table(sample, writer);
   Answers answers;
-  Record row;
+  alignas(64) Record row;
   std::uint64_t const visits = besideLoads(state, sample, table.rounds(), [&](std::size_t i) {
     answers.count(table.reader.rowAt(i, row));
     benchmark::DoNotOptimize(row);
@@ -111,7 +111,7 @@ void readerRowAt(benchmark::State& state, SampleRows<Record>& sample, Writer wri
 template <class Record>
 void readerMiss(benchmark::State& state, SampleRows<Record>& sample, Writer writer) {
   OthersTable<Record> table(sample, writer);
-  Record row;
+  alignas(64) Record row;
   std::uint64_t absent = 0;
   std::uint64_t const visits = besideLoads(state, sample, table.rounds(), [&](std::size_t i) {
     absent += table.reader.lookup(sample.absentKeys[i], row) == Answer::absent;

@@ -62,7 +62,7 @@ class RedisRows {
       _names.push_back("row:" + std::to_string(i));
       _absentNames.push_back("absent:" + std::to_string(i));
     }
-    for (std::size_t i = 0; i < counters(sample.rows[0]).size(); ++i) {
+    for (std::size_t i = 0; i < sample.rows[0].counts.size(); ++i) {
       _fields.push_back("c" + std::to_string(i));
     }
     appendOne("FLUSHALL");
@@ -81,7 +81,7 @@ class RedisRows {
       _command.add(rowField);
       _command.add(&_sample.rows[i], sizeof(Record));
     } else {
-      auto const values = counters(_sample.rows[i]);
+      auto const& values = _sample.rows[i].counts;
       for (std::size_t n = 0; n < values.size(); ++n) {
         _command.add(_fields[n]);
         _command.add(&values[n], sizeof values[n]);
@@ -107,7 +107,7 @@ class RedisRows {
       return;
     }
     out.key = _sample.keys[i];
-    auto const values = counters(out);
+    auto& values = out.counts;
     expect(got->type == REDIS_REPLY_ARRAY && got->elements == 2 * values.size(), "redis: no row");
     for (std::size_t n = 0; n < got->elements; n += 2) {
       std::size_t const field = std::strtoul(got->element[n]->str + 1, nullptr, 10);
@@ -194,7 +194,7 @@ void writes(benchmark::State& state, SampleRows<Record>& sample, Form form, std:
 template <class Record>
 void lookups(benchmark::State& state, SampleRows<Record>& sample, Form form, std::size_t batch) {
   RedisRows<Record> rows(connection(), sample, form);
-  Record out;
+  alignas(64) Record out;
   Batches lookup(
       batch, [&](std::size_t i) { rows.askLookup(i); },
       [&](std::size_t i) {

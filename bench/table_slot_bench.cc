@@ -107,7 +107,7 @@ template <class Record>
 void reads(benchmark::State& state, SampleRows<Record>& sample) {
   BareSlots<Record> slots(sample.count());
   for (std::size_t i = 0; i < sample.count(); ++i) slots.publish(i, sample.rows[i]);
-  Record row;
+  alignas(64) Record row;
   std::uint64_t good = 0;
   std::uint64_t const visits = besideLoads(state, sample, {}, [&](std::size_t i) {
     good += slots.read(i, row) == Answer::ok;
@@ -127,7 +127,7 @@ template <class Record>
 void halves(benchmark::State& state, SampleRows<Record>& sample) {
   BareSlots<Record> slots(sample.count());
   for (std::size_t i = 0; i < sample.count(); ++i) slots.publish(i, sample.rows[i]);
-  Record row;
+  alignas(64) Record row;
   besideLoads(state, sample, {}, [&](std::size_t i) {
     slots.copyFromHalf(i, row);
     benchmark::DoNotOptimize(row);

@@ -85,8 +85,8 @@ void tableWrites(benchmark::State& state, SampleRows<Record>& sample, Company co
   } else {
     // Each order has counted one up.
     std::uint64_t sum = 0;
-    reader.forEach([&](Record row) { sum += lastCounter(row); });
-    for (Record& row : sample.rows) sum -= lastCounter(row);
+    reader.forEach([&](Record const& row) { sum += row.counts.back(); });
+    for (Record const& row : sample.rows) sum -= row.counts.back();
     expect(sum == visits, "not every count was written");
   }
   other.finish();
@@ -100,7 +100,7 @@ void tableLookup(benchmark::State& state, SampleRows<Record>& sample, Company co
   table.allHaveOpened();
   auto& collection = *table.collection;
   std::uint64_t hits = 0, whole = 0;
-  Record row;
+  alignas(64) Record row;
   bool found = false;
   std::uint64_t const visits = besideLoads(state, sample, {.other = &other}, [&](std::size_t i) {
     collection.safeLookup(sample.keys[i], found, row);
@@ -124,7 +124,7 @@ void tableMiss(benchmark::State& state, SampleRows<Record>& sample, Company comp
   table.allHaveOpened();
   auto& collection = *table.collection;
   std::uint64_t hits = 0;
-  Record row;
+  alignas(64) Record row;
   bool found = false;
   besideLoads(state, sample, {.other = &other}, [&](std::size_t i) {
     collection.safeLookup(sample.absentKeys[i], found, row);
@@ -149,8 +149,8 @@ void tableWalk(benchmark::State& state, SampleRows<Record>& sample, Company comp
     });
   });
   expect(rows == walks * sample.count(), "a walk missed rows");
-  table.collection->forEach([&](Record row) { sum += lastCounter(row); });
-  for (Record& row : sample.rows) sum -= lastCounter(row);
+  table.collection->forEach([&](Record const& row) { sum += row.counts.back(); });
+  for (Record const& row : sample.rows) sum -= row.counts.back();
   expect(sum == 0, "a walk showed what was never written");
   other.finish();
 }
@@ -170,7 +170,7 @@ void registerWrites(Company company, std::string const& suffix) {
   });
   writes("direct_write_counter/table", false, [](auto& table, auto const& sample, std::size_t i) {
     auto const slot = table.directWrite(sample.keys[i]);
-    ++counters(*slot).back();
+    ++slot->counts.back();
     table.commit(slot);
   });
 }
