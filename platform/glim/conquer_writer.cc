@@ -45,7 +45,12 @@ std::uint32_t ConquerWriter::findOrTake(void const* key) {
         "table " + _root.path() + " is full: " + std::to_string(_limits.maxRows) + " rows");
   }
   if (_slots.full()) grow();
-  return _slots.take(key, _shape.key.hash(key));
+  slot = _slots.take(key, _shape.key.hash(key));
+  // Nobody reads a slot without a row, and so nobody has noticed that somebody stored in it.
+  Own const& own = _slots.at(slot);
+  Word const version = 2 * own.version + (own.beingWritten ? 1 : 0);
+  if (this->slot(slot).versionWord() != version) this->slot(slot).versionWordIs(version);
+  return slot;
 }
 
 void ConquerWriter::grow() {
@@ -95,11 +100,18 @@ void ConquerWriter::write(void const* row) {
   Own& own = _slots.at(number);
   bool const isNew = own.use != Use::live;
   if (isNew) _slots.liveIs(number);  // may want memory: before anything shows
-  own.meta = slot(number).publish(own.version, row);
+  published(number, slot(number).publish(own.version, row));
+  if (isNew) linkNew(number);
+}
+
+// The version that was begun stands; handles of direct writes that began it are stale.
+void ConquerWriter::published(std::uint32_t number, Word meta) {
+  Own& own = _slots.at(number);
+  own.meta = meta;
   ++own.version;
   own.beingWritten = false;
+  own.opening = 0;
   ++_writes;
-  if (isNew) linkNew(number);
 }
 
 // The row is published: now it may be found.
@@ -117,47 +129,66 @@ bool ConquerWriter::remove(void const* key) {
   }
   checkVersion(number);
   Own& own = _slots.at(number);
-  own.meta = slot(number).publishDead(own.version);
-  ++own.version;
-  own.beingWritten = false;
-  ++_writes;
+  published(number, slot(number).publishDead(own.version));
   _index.unlink(own.hash, number);
   _slots.freeIs(number);
   noteMembers();
   return true;
 }
 
-void* ConquerWriter::writableRow(std::uint32_t number) {
 #if ORU_GLIM_STAGED_DIRECT_WRITES
+Word* ConquerWriter::staged(std::uint32_t number) {
   if (_staged.size() < _slots.slots()) _staged.resize(_slots.slots());
   _staged[number].resize(_shape.rowWords);
   return _staged[number].data();
-#else
-  return slot(number).row(_slots.at(number).version + 1);
-#endif
 }
+void* ConquerWriter::seededRow(std::uint32_t number) {
+  copyRow(number, staged(number));
+  return staged(number);
+}
+void* ConquerWriter::freshRow(std::uint32_t number, void const* key) {
+  std::memcpy(staged(number), _shape.defaultRow, _shape.rowWords * sizeof(Word));
+  std::memcpy(staged(number), key, _shape.keyBytes);
+  return staged(number);
+}
+#else
+// The hidden half, as the row stands.
+void* ConquerWriter::seededRow(std::uint32_t number) {
+  Own const& own = _slots.at(number);
+  RowSlot at = slot(number);
+  Word const sum = RowWords::store(at.row(own.version + 1), at.row(own.version), _shape.rowWords,
+                                   at.seed(own.version, Layout::rowLive));
+  if (at.meta(own.version) != own.meta || Layout::metaOf(sum, Layout::rowLive) != own.meta) {
+    corrupt(number, "its checksum does not agree");
+  }
+  return at.row(own.version + 1);
+}
+// The hidden half, as a row begins.
+void* ConquerWriter::freshRow(std::uint32_t number, void const* key) {
+  std::vector<Word> row(_shape.rowWords);
+  std::memcpy(row.data(), _shape.defaultRow, _shape.rowWords * sizeof(Word));
+  std::memcpy(row.data(), key, _shape.keyBytes);
+  Word* const hidden = slot(number).row(_slots.at(number).version + 1);
+  RowWords::store(hidden, row.data(), _shape.rowWords, 0);
+  return hidden;
+}
+#endif
 
 ConquerWriter::OpenRow ConquerWriter::open(void const* key) {
   std::uint32_t const number = findOrTake(key);
   checkVersion(number);
   Own& own = _slots.at(number);
-  void* const row = writableRow(number);
-  RowSlot at = slot(number);
-  at.begin(own.version);
+  slot(number).begin(own.version);
   own.beingWritten = true;
-  if (own.use == Use::live) {
-    copyRow(number, row);
-  } else {
-    std::memcpy(row, _shape.defaultRow, _shape.rowWords * sizeof(Word));
-    std::memcpy(row, key, _shape.keyBytes);
-  }
-  return {row, number, own.version, _identity};
+  void* const row = own.use == Use::live ? seededRow(number) : freshRow(number, key);
+  own.opening = ++_openings;
+  return {row, number, _identity, own.opening};
 }
 
 bool ConquerWriter::mayCommit(OpenRow const& open) const {
   if (open.writer != _identity || open.slot >= _slots.slots()) return false;
   Own const& own = _slots.at(open.slot);
-  return own.beingWritten && own.version == open.version && _slots.keyIs(open.slot, open.row);
+  return own.opening == open.opening && _slots.keyIs(open.slot, open.row);
 }
 
 void ConquerWriter::commit(OpenRow const& open) {
@@ -172,10 +203,7 @@ void ConquerWriter::commit(OpenRow const& open) {
 #else
   Word const sum = RowWords::checksum(open.row, _shape.rowWords, seed);
 #endif
-  own.meta = at.commit(own.version, sum, Layout::rowLive);
-  ++own.version;
-  own.beingWritten = false;
-  ++_writes;
+  published(open.slot, at.commit(own.version, sum, Layout::rowLive));
   if (isNew) linkNew(open.slot);
 }
 
@@ -204,13 +232,22 @@ void ConquerWriter::heartbeat() {
 bool ConquerWriter::validateFiles() const {
   struct stat mine {};
   struct stat named {};
-  FileDescriptor const file = _directory.openData();
+  FileDescriptor file;
+  try {
+    file = _directory.openData();
+  } catch (Dov::NoPermissionException const&) {
+    return false;  // a link, or another user's
+  }
   if (!file || ::fstat(_file.get(), &mine) != 0 || ::fstat(file.get(), &named) != 0) return false;
   if (mine.st_dev != named.st_dev || mine.st_ino != named.st_ino) return false;
+  // Without the lock's file under its name, another writer may come at any time, or has.
+  if (!_directory.isNamed(_lock)) return false;
   HeaderCopy header;
   return readHeader(file.get(), header) == Answer::ok && header.schema == _shape.schema &&
          header.geometry == _table.geometry() &&
-         header.geometry.rowsWithin(header.fileBytes) >= _slots.slots();
+         header.geometry.rowsWithin(header.fileBytes) >= _slots.slots() &&
+         // Only now: what was cut off cannot be touched.
+         Words::loadAcquire(_table.wordAt(Layout::epochOffset)) == _epoch;
 }
 
 void ConquerWriter::cleanup() {

@@ -3,7 +3,8 @@
 // kept aside when it cannot be understood. Rows therefore survive the agent.
 //
 // This is the untyped core: rows are `void` memory of the shape's words, the key at their start.
-// All orders are meant for one thread of the process that made the object.
+// All orders are meant for one thread of the process that made the object; a child that it forks
+// has no lock, and must call none of them but the destructor.
 #pragma once
 
 #include <cstdint>
@@ -31,8 +32,8 @@ class ConquerWriter {
   struct OpenRow {
     void* row = nullptr;
     std::uint32_t slot = SlotDirectory::none;
-    Word version = 0;
-    std::uint64_t writer = 0;  // tells handles of another writer apart
+    std::uint64_t writer = 0;   // tells handles of another writer apart
+    std::uint64_t opening = 0;  // and those of an earlier opening of the slot
   };
 
   // Takes the table, or throws: NoPermissionException when another writer has it or the place is
@@ -58,8 +59,9 @@ class ConquerWriter {
   // Answers whether there was such a row.
   bool remove(void const* key);
   // Opens the row of a key, making it when it is absent. Until the commit nothing changes for
-  // anyone; an abandoned handle needs no care and the row can be opened again. Another write of the
-  // key makes the handle stale.
+  // anyone; an abandoned handle needs no care and the row can be opened again. A handle is for use
+  // at once: another opening, write or removal of the key makes it stale, and so does a table that
+  // is full and takes the slots of abandoned handles back.
   OpenRow open(void const* key);
   // Whether commit may be called: the handle is not stale and the row still has its key.
   bool mayCommit(OpenRow const& open) const;
@@ -84,7 +86,8 @@ class ConquerWriter {
   void cleanup();
   // Whether every row, and the index, are what this writer stored.
   bool validate() const;
-  // Whether the file under the table's name is still this one, with the header that it was given.
+  // Whether the file under the table's name is still this one, with the header that it was given,
+  // and no other writer can have taken it. Throws ResourceException when that cannot be looked at.
   bool validateFiles() const;
   // Lets go of the table: readers see it detached, another writer may take it. The object's other
   // orders must not be called afterwards; rows that are still open point to private memory.
@@ -100,10 +103,12 @@ class ConquerWriter {
   std::optional<Migration> migrationFrom(HeaderCopy const& header) const;
   void moveFrom(FileDescriptor const& file, HeaderCopy const& header, Migration const* migration);
   void replaceForeign(FileDescriptor const& file, HeaderCopy const& header, Answer what);
+  void publishInPlaceOf(TableMapping const& old);
   void adoptSlot(std::uint32_t slot, Word* row, std::vector<BucketIndex::Link>& links);
   void beginReign(Word formerEpoch);
   Layout::Geometry geometryFor(Word maxRows) const;
   TableMapping mapped(FileDescriptor const& file, Layout::Geometry const& geometry) const;
+  void fillHoles(FileDescriptor const& file, Word bytes) const;
   void concluded(Conquest conquest);
 
   // Rows.
@@ -114,7 +119,9 @@ class ConquerWriter {
   void copyRow(std::uint32_t slot, void* row) const;
   void linkNew(std::uint32_t slot);
   void noteMembers();
-  void* writableRow(std::uint32_t slot);
+  void published(std::uint32_t slot, Word meta);
+  void* seededRow(std::uint32_t slot);
+  void* freshRow(std::uint32_t slot, void const* key);
   [[noreturn]] void corrupt(std::uint32_t slot, char const* what) const;
   RowSlot slot(std::uint32_t number) const { return _table.slot(number); }
 
@@ -131,10 +138,12 @@ class ConquerWriter {
   std::uint32_t _chunkRows = 0;
   Word _epoch = 0;
   std::uint64_t _writes = 0;
+  std::uint64_t _openings = 0;
   mutable std::uint32_t _lastFound = 0;
   std::uint64_t _identity;  // different for each writer of this process
   int _pid;                 // a forked child must not touch the file
 #if ORU_GLIM_STAGED_DIRECT_WRITES
+  Word* staged(std::uint32_t slot);
   std::vector<std::vector<Word>> _staged;  // by slot
 #endif
 };

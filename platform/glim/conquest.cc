@@ -116,6 +116,14 @@ TableMapping ConquerWriter::mapped(FileDescriptor const& file, Geometry const& g
   return table;
 }
 
+// A file may have become sparse, as by a copy, and a hole is a fault when memory runs out.
+void ConquerWriter::fillHoles(FileDescriptor const& file, Word bytes) const {
+  if (int const error = allocateFile(file, 0, bytes); error != 0) {
+    Dov::ResourceException::throwException("table " + _root.path() +
+                                           ": cannot allocate its file: " + errorText(error));
+  }
+}
+
 // Keeps what the conquest was, and says it.
 void ConquerWriter::concluded(Conquest conquest) {
   _conquest = std::move(conquest);
@@ -190,6 +198,7 @@ void ConquerWriter::create(Word maxRows) {
 
   _slots.grow(_chunkRows);
   _index = BucketIndex(table.index(), geometry.buckets, table.wordAt(Layout::indexVersionOffset));
+  _directory.openUp(file);
   _file = std::move(file);
   _table = std::move(table);
 }
@@ -199,12 +208,7 @@ void ConquerWriter::adopt(FileDescriptor file, HeaderCopy const& header) {
   _file = std::move(file);
   // The file's size says what is allocated; the word in the header may have been damaged.
   auto const rows = static_cast<std::uint32_t>(header.geometry.rowsWithin(header.fileBytes));
-  // A damaged file may be sparse, and a hole is a fault when memory runs out.
-  int const error = allocateFile(_file, 0, header.geometry.bytesFor(rows));
-  if (error != 0) {
-    Dov::ResourceException::throwException("table " + _root.path() +
-                                           ": cannot allocate its file: " + errorText(error));
-  }
+  fillHoles(_file, header.geometry.bytesFor(rows));
   _slots.grow(rows);
   std::vector<BucketIndex::Link> links;
   std::vector<Word> row(_shape.rowWords);

@@ -59,7 +59,7 @@ Problems ofSchema(HeaderCopy const& header) {
   return problems;
 }
 
-Problems ofSize(int fd, HeaderCopy const& header) {
+Problems ofSize(HeaderCopy const& header) {
   Geometry const& geometry = header.geometry;
   Word const size = header.fileBytes;
   if (size < geometry.slotsOffset)
@@ -70,9 +70,7 @@ Problems ofSize(int fd, HeaderCopy const& header) {
             std::to_string(geometry.fileBytes) + " of all its rows"};
   if (Word const rest = (size - geometry.slotsOffset) % geometry.stride; rest != 0)
     return {"the file ends within a slot, " + bytes(rest) + " behind its begin"};
-  struct stat status {};
-  constexpr Word blockBytes = 512;  // of st_blocks
-  if (::fstat(fd, &status) == 0 && static_cast<Word>(status.st_blocks) * blockBytes < size)
+  if (header.backedBytes < size)
     return {"the file has holes, as a sparse copy has: readers pass over what may be one"};
   return {};
 }
@@ -112,7 +110,7 @@ std::vector<std::string> headerProblems(int fd) {
             " where its text has " + hex(hash)};
   }
   Problems problems = ofSchema(header);
-  for (std::string& problem : ofSize(fd, header)) problems.push_back(std::move(problem));
+  for (std::string& problem : ofSize(header)) problems.push_back(std::move(problem));
   if (fixed[fixedReserved] != 0)
     problems.push_back("the reserved word of the header is " + hex(fixed[fixedReserved]));
   return problems;

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 namespace Glim {
@@ -18,12 +19,24 @@ ssize_t readAt(int fd, void* to, std::size_t bytes, std::size_t offset) {
   return n;
 }
 
+Word backedBytesOf(struct stat const& status) {
+  constexpr Word blockBytes = 512;  // of st_blocks, whatever the file system's own are
+  return std::min(static_cast<Word>(status.st_size),
+                  static_cast<Word>(status.st_blocks) * blockBytes);
+}
+
 }  // namespace
+
+Word backedBytes(int fd) {
+  struct stat status {};
+  return ::fstat(fd, &status) == 0 ? backedBytesOf(status) : 0;
+}
 
 Answer readHeader(int fd, HeaderCopy& header) {
   struct stat status {};
   if (::fstat(fd, &status) != 0) return Answer::unreadable;
   header.fileBytes = static_cast<Word>(status.st_size);
+  header.backedBytes = backedBytesOf(status);
 
   ssize_t const n = readAt(fd, header.fixed.data(), sizeof header.fixed, 0);
   if (n < 0) return Answer::unreadable;

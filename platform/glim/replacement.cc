@@ -18,11 +18,7 @@ void ConquerWriter::moveFrom(FileDescriptor const& file, HeaderCopy const& heade
                              Migration const* migration) {
   TableMapping const old = mapped(file, header.geometry);
   Word const rows = header.geometry.rowsWithin(header.fileBytes);
-  // A damaged file may be sparse, and a hole is a fault when memory runs out.
-  if (int const error = allocateFile(file, 0, header.geometry.bytesFor(rows)); error != 0) {
-    Dov::ResourceException::throwException("table " + _root.path() +
-                                           ": cannot allocate its file: " + errorText(error));
-  }
+  fillHoles(file, header.geometry.bytesFor(rows));
   create(std::max<Word>(_limits.maxRows, header.geometry.maxRows));
   Conquest found;
   found.kind = migration == nullptr ? Conquest::Kind::moved : Conquest::Kind::migrated;
@@ -46,11 +42,7 @@ void ConquerWriter::moveFrom(FileDescriptor const& file, HeaderCopy const& heade
   _limits = limits;
   found.rows = _slots.members();
   beginReign(Words::loadAcquire(old.wordAt(Layout::epochOffset)));
-  // Retired before the new file has the name: were it the other way round, a kill in between would
-  // leave readers of the old file without a sign. A retired file that still has the name is taken
-  // by the next writer as any other.
-  Words::storeRelease(old.wordAt(Layout::stateOffset), static_cast<Word>(TableState::retired));
-  _directory.publishNew();
+  publishInPlaceOf(old);
   concluded(std::move(found));
 }
 
@@ -66,10 +58,26 @@ void ConquerWriter::replaceForeign(FileDescriptor const& file, HeaderCopy const&
   found.why = std::string(text(what));
   beginReign(old ? Words::loadAcquire(old.wordAt(Layout::epochOffset)) : 0);
   if (old) {
-    Words::storeRelease(old.wordAt(Layout::stateOffset), static_cast<Word>(TableState::retired));
+    publishInPlaceOf(old);
+  } else {
+    _directory.publishNew();
   }
-  _directory.publishNew();
   concluded(std::move(found));
+}
+
+// The old file is retired before the new one has the name: were it the other way round, a kill in
+// between would leave readers of the old file without a sign. A retired file that still has the
+// name is read on, and taken by the next writer as any other.
+void ConquerWriter::publishInPlaceOf(TableMapping const& old) {
+  Word* const state = old.wordAt(Layout::stateOffset);
+  Word const former = Words::loadAcquire(state);
+  Words::storeRelease(state, static_cast<Word>(TableState::retired));
+  try {
+    _directory.publishNew();
+  } catch (...) {
+    Words::storeRelease(state, former);
+    throw;
+  }
 }
 
 }  // namespace Glim

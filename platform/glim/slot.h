@@ -6,7 +6,7 @@
 //
 // The record begins as the key's row stands, or as a default record under the key. The key itself
 // must stay as it is. A handle that is dropped without a commit changes nothing, and the row can be
-// opened again.
+// opened again; to commit one that is stale (conquer_writer.h tells when) is an assertion.
 #pragma once
 
 #include "platform/glim/conquer_writer.h"

@@ -61,6 +61,7 @@ void SlotDirectory::freeIs(std::uint32_t slot) {
     std::erase(_open, slot);
   }
   _own[slot].use = Use::free;
+  _own[slot].opening = 0;
   _free.push_back(slot);
   std::push_heap(_free.begin(), _free.end(), std::greater<>());
 }

@@ -34,6 +34,8 @@ class SlotDirectory {
     // A direct write has begun version k + 1: the slot's version word is odd. Outlives the freeing
     // of an open slot.
     bool beingWritten = false;
+    std::uint64_t opening =
+        0;  // the last direct write that opened the slot; 0 when none may commit
   };
 
   explicit SlotDirectory(RowShape const& shape);

@@ -49,6 +49,9 @@ TableDirectory::TableDirectory(RootPath const& root) : _root(root) {
     if (made) ::rmdir(path.c_str());
     refuse(path, "tables live on tmpfs, and this directory does not");
   }
+  // Whatever the process's umask took away.
+  if (made && ::fchmod(_fd.get(), directoryMode) != 0) fail("open up directory", path, errno);
+  checkDirectory(path);
 }
 
 void TableDirectory::fail(std::string const& what, std::string const& name, int error) const {
@@ -58,6 +61,16 @@ void TableDirectory::fail(std::string const& what, std::string const& name, int 
 
 void TableDirectory::refuse(std::string const& name, std::string const& why) const {
   Dov::NoPermissionException::throwException("table " + _root.path() + ": " + name + ": " + why);
+}
+
+// Whoever may write in a directory can take files away from under their names.
+void TableDirectory::checkDirectory(std::string const& path) const {
+  struct stat status {};
+  if (::fstat(_fd.get(), &status) != 0) fail("look at directory", path, errno);
+  if (status.st_uid != ::geteuid() && status.st_uid != 0) refuse(path, "belongs to another user");
+  if ((status.st_mode & othersMayWrite) != 0 && (status.st_mode & S_ISVTX) == 0) {
+    refuse(path, "other users may write in this directory, and it has no sticky bit");
+  }
 }
 
 void TableDirectory::checkOurs(int fd, std::string const& name, unsigned forbiddenMode) const {
@@ -114,10 +127,13 @@ void TableDirectory::removeNew() const noexcept {
   ::unlinkat(_fd.get(), _root.newFile().c_str(), 0);
 }
 
+void TableDirectory::openUp(FileDescriptor const& newFile) const {
+  if (::fchmod(newFile.get(), publishedMode) != 0) fail("open up", _root.newFile(), errno);
+}
+
 void TableDirectory::publishNew() const {
   std::string const from = _root.newFile();
   std::string const to = _root.dataFile();
-  if (::fchmodat(_fd.get(), from.c_str(), publishedMode, 0) != 0) fail("open up", from, errno);
   if (::renameat(_fd.get(), from.c_str(), _fd.get(), to.c_str()) != 0) fail("publish", to, errno);
 }
 

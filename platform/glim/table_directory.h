@@ -20,6 +20,8 @@ class TableDirectory {
   // Takes the writer's lock, or throws naming the process that has it. The lock is on a private
   // file of mode 0600: on the data file, a reader could hold it for ever.
   WriterLock lock() const;
+  // Whether the lock still keeps other writers out.
+  bool isNamed(WriterLock const& lock) const { return lock.isNamed(_fd.get(), _root.lockFile()); }
 
   // The table's file, or nothing when there is none. A file that is not plainly ours is refused.
   FileDescriptor openData() const;
@@ -27,6 +29,8 @@ class TableDirectory {
   FileDescriptor createNew() const;
   // Removes the file under the working name, if there is one.
   void removeNew() const noexcept;
+  // Opens the new file to readers. Before anything is told of it.
+  void openUp(FileDescriptor const& newFile) const;
   // Gives the new file the table's name, in place of what has it.
   void publishNew() const;
   // Keeps the file that has the table's name under one more name, once, and returns that name.
@@ -37,6 +41,7 @@ class TableDirectory {
  private:
   [[noreturn]] void fail(std::string const& what, std::string const& name, int error) const;
   [[noreturn]] void refuse(std::string const& name, std::string const& why) const;
+  void checkDirectory(std::string const& path) const;
   void checkOurs(int fd, std::string const& name, unsigned forbiddenMode) const;
 
   RootPath _root;

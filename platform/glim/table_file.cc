@@ -31,16 +31,6 @@ Answer answerFor(int error) {
   }
 }
 
-// Bytes of the file that there is memory for. Whoever touches a hole has memory taken for it, or
-// dies where there is none; no writer leaves one.
-Word bytesWithMemory(int fd) {
-  struct stat status {};
-  if (::fstat(fd, &status) != 0) return 0;
-  constexpr Word blockBytes = 512;  // of st_blocks, whatever the file system's own are
-  return std::min(static_cast<Word>(status.st_size),
-                  static_cast<Word>(status.st_blocks) * blockBytes);
-}
-
 bool trusted(int directory, uid_t owner, ReaderOptions const& options) {
   if (options.owner) return owner == *options.owner;
   if (owner == ::geteuid() || owner == 0) return true;
@@ -94,11 +84,10 @@ Answer TableFile::open(std::string const& path, ReaderOptions const& options) {
   _device = status.st_dev;
   _inode = status.st_ino;
   if (Answer const read = readHeader(_file.get(), _header); read != Answer::ok) return read;
-  Word const bytes = bytesWithMemory(_file.get());
-  if (bytes < _header.geometry.slotsOffset) return Answer::truncated;
+  if (_header.backedBytes < _header.geometry.slotsOffset) return Answer::truncated;
   _table = TableMapping::map(_file.get(), _header.geometry, false);
   if (!_table) return Answer::unreadable;
-  _slotsWithin = _header.geometry.rowsWithin(bytes);
+  _slotsWithin = _header.geometry.rowsWithin(_header.backedBytes);
   _slotsAskedFor = 0;
   return Answer::ok;
 }
@@ -154,7 +143,7 @@ Word TableFile::slots() const {
   // once for a number is enough.
   if (said > _slotsWithin && said != _slotsAskedFor) {
     _slotsAskedFor = said;
-    _slotsWithin = _header.geometry.rowsWithin(bytesWithMemory(_file.get()));
+    _slotsWithin = _header.geometry.rowsWithin(backedBytes(_file.get()));
   }
   return std::min(said, _slotsWithin);
 }

@@ -8,6 +8,7 @@ namespace {
 
 // Of one search, however often it begins anew. Another key of the same hash is rare, and so is an
 // entry that moves just then: whoever needs more than this is better off without the index.
+constexpr unsigned attachAttempts = 4;
 constexpr unsigned probeAttempts = 8;
 constexpr Word probeDetours = 64;  // buckets, beyond those of the longest chain
 constexpr Word probeCandidates = 64;
@@ -19,22 +20,32 @@ TableReader::TableReader(std::string path, ReaderOptions options)
     : _path(std::move(path)), _options(options) {}
 
 Answer TableReader::attach() {
-  Answer const opened = _file.open(dataFile(), _options);
-  if (opened == Answer::ok && !_file.retired()) return Answer::ok;
+  for (unsigned i = 0; i < attachAttempts; ++i) {
+    Answer const opened = _file.open(dataFile(), _options);
+    if (opened != Answer::ok) {
+      detach();
+      return opened;
+    }
+    // A file that is retired while it has the name waits for its successor.
+    _standsIn = _file.retired();
+    if (!_standsIn || _file.stillNamed(dataFile(), _options)) return Answer::ok;
+  }
   detach();
-  return opened == Answer::ok ? Answer::retired : opened;
+  return Answer::retired;
 }
 
 Answer TableReader::refresh() {
   // In this order: the memory of a file that was cut short cannot be touched.
-  if (attached() && _file.stillNamed(dataFile(), _options) && !_file.retired()) return Answer::ok;
+  if (!attached() || !_file.stillNamed(dataFile(), _options)) return attach();
+  _standsIn = _file.retired();
+  if (!_standsIn || _file.stillNamed(dataFile(), _options)) return Answer::ok;
   return attach();
 }
 
 void TableReader::detach() { _file.close(); }
 
 Answer TableReader::rowAt(Word slot, void* row) const {
-  return _file.retired() ? Answer::retired : _file.rowAt(slot, row);
+  return replaced() ? Answer::retired : _file.rowAt(slot, row);
 }
 
 // What a search looks for, and the work that is left to it.
@@ -48,7 +59,7 @@ struct TableReader::Search {
 
 Answer TableReader::find(std::uint32_t hash, std::function<bool(void const* row)> const& isIt,
                          void* row) const {
-  if (_file.retired()) return Answer::retired;
+  if (replaced()) return Answer::retired;
   // More rows than maxRows cannot stand in one chain.
   Search search{.isIt = isIt, .row = row, .buckets = header().geometry.maxRows + 1 + probeDetours};
   Word const* const version = _file.mapping().wordAt(Layout::indexVersionOffset);
@@ -101,7 +112,8 @@ Answer TableReader::scan(Search& search) const {
   for (Word slot = 0; slot < allocated; ++slot) {
     Answer const read = candidate(slot, search);
     if (read == Answer::ok) return read;
-    if (read == Answer::busy) miss = Answer::busy;
+    // It may be the row of the key.
+    if (read == Answer::busy || read == Answer::corrupt) miss = read;
   }
   return miss;
 }

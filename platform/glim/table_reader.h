@@ -27,9 +27,10 @@ class TableReader {
   std::string const& path() const { return _path; }
 
   // Opens the file that has the table's name now, and lets go of another one. Everything but `ok`
-  // leaves the reader detached. `retired`: the file was replaced, and its successor is not there
-  // yet. Reads the header (at most 512 + 65,536 bytes) and no row, and maps what the table may grow
-  // to (its address space alone: memory is taken for nothing).
+  // leaves the reader detached. `retired`: one file after another was replaced while it was opened.
+  // A retired file that still has the name, since its writer was killed while replacing it, is read
+  // as any other. Reads the header (at most 512 + 65,536 bytes) and no row, and maps what the table
+  // may grow to (its address space alone: memory is taken for nothing).
   Answer attach();
   // Stays with the table across its writers: attaches when detached, and attaches anew when the
   // file was retired or cut short, or another file has its name. For once a cycle, and before
@@ -66,12 +67,14 @@ class TableReader {
   std::optional<Answer> probe(std::uint32_t hash, Search& search) const;
   Answer scan(Search& search) const;
   Answer candidate(Word slot, Search& search) const;
+  bool replaced() const { return !_standsIn && _file.retired(); }
 
   std::string dataFile() const { return _path + ".glim"; }
 
   std::string _path;
   ReaderOptions _options;
   TableFile _file;
+  bool _standsIn = false;  // the file is retired and still had the name when that was last asked
 };
 
 }  // namespace Glim

@@ -81,7 +81,7 @@ void TableSurvey::compareHeader(std::vector<Suspicion>& found) const {
   if (pid == 0 || pid > mostPid) found.push_back({Kind::pid, pid});
   // The clock is read after the word.
   Word const beat = _file.word(Layout::heartbeatOffset);
-  if (beat > bootTime()) found.push_back({Kind::heartbeat});
+  if (_options.writerLives && beat > bootTime()) found.push_back({Kind::heartbeat});
 }
 
 void TableSurvey::compareCounts(std::vector<Suspicion>& found) const {

@@ -41,8 +41,13 @@ Held& held() {
 WriterLock::~WriterLock() {
   if (!_file) return;
   std::lock_guard const guard(held().mutex);
+  letGo();
+}
+
+// Both before another thread may lock the file.
+void WriterLock::letGo() {
   if (held().has({_device, _inode})) held().files.erase({_device, _inode});
-  _file = FileDescriptor();  // before another thread may lock the file
+  _file = FileDescriptor();
 }
 
 void WriterLock::swap(WriterLock& other) noexcept {
@@ -51,8 +56,24 @@ void WriterLock::swap(WriterLock& other) noexcept {
   std::swap(_inode, other._inode);
 }
 
+bool WriterLock::isNamed(int directory, std::string const& name) const {
+  struct stat status {};
+  return _file && ::fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+         status.st_dev == _device && status.st_ino == _inode;
+}
+
 WriterLock::Outcome WriterLock::take(int directory, std::string const& name, pid_t& holder) {
   std::lock_guard const guard(held().mutex);
+  Outcome outcome = tryToTake(directory, name, holder);
+  // Somebody may have removed the file between its opening and its locking.
+  for (unsigned i = 0; i < 4 && outcome == Outcome::taken && !isNamed(directory, name); ++i) {
+    letGo();
+    outcome = tryToTake(directory, name, holder);
+  }
+  return outcome;
+}
+
+WriterLock::Outcome WriterLock::tryToTake(int directory, std::string const& name, pid_t& holder) {
   struct stat status {};
   if (::fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
       held().has({status.st_dev, status.st_ino})) {

@@ -37,10 +37,16 @@ class WriterLock {
   // any thread.
   Outcome take(int directory, std::string const& name, pid_t& holder);
 
+  // Whether the locked file still has that name: without it, nothing keeps another writer out.
+  bool isNamed(int directory, std::string const& name) const;
+
   explicit operator bool() const { return static_cast<bool>(_file); }
 
  private:
   void swap(WriterLock& other) noexcept;
+  // REQUIRES for both: the list of held files is locked
+  Outcome tryToTake(int directory, std::string const& name, pid_t& holder);
+  void letGo();
 
   FileDescriptor _file;
   dev_t _device = 0;

@@ -196,6 +196,49 @@ TEST_F(GlimCollection, AnotherWriteOfTheKeyMakesTheSlotStale) {
   EXPECT_EQ(sut->lookup({1}).count, 5u);
 }
 
+TEST_F(GlimCollection, ARemovalMakesTheSlotOfAnAbsentKeyStaleAlsoWhenAnotherKeyTakesIt) {
+  auto const stale = sut->directWrite({1});
+  sut->remove({1});
+  auto const slot = sut->directWrite({2});
+  slot->count = 22;
+  EXPECT_THROW(sut->commit(stale), Dov::AssertException);
+  EXPECT_FALSE(sut->contains({2}));
+  sut->commit(slot);
+  EXPECT_EQ(sut->lookup({2}).count, 22u);
+}
+
+TEST_F(GlimCollection, AFullTableThatTakesAnAbandonedSlotBackMakesItsHandleStale) {
+  sut = nullptr;
+  sut = makeTable<Small>({.maxRows = 1});
+  auto const stale = sut->directWrite({1});
+  auto const slot = sut->directWrite({2});
+  EXPECT_THROW(sut->commit(stale), Dov::AssertException);
+  sut->commit(slot);
+  EXPECT_TRUE(sut->contains({2}));
+  EXPECT_FALSE(sut->contains({1}));
+}
+
+TEST_F(GlimCollection, AnotherOpeningMakesTheFirstOneStale) {
+  auto const stale = sut->directWrite({1});
+  auto const slot = sut->directWrite({1});
+  EXPECT_THROW(sut->commit(stale), Dov::AssertException);
+  sut->commit(slot);
+  EXPECT_TRUE(sut->contains({1}));
+}
+
+TEST_F(GlimCollection, WhatSomebodyStoredInAFreeSlotIsWrittenOver) {
+  GlimTest::Vandal(file()).slotWord(0, 0) = 77;
+  sut->write({{1}, 10});
+  EXPECT_EQ(sut->lookup({1}).count, 10u);
+  sut->remove({1});
+  GlimTest::Vandal(file()).slotWord(0, 0) = ~Word{0};
+  auto const slot = sut->directWrite({2});
+  slot->count = 20;
+  sut->commit(slot);
+  EXPECT_EQ(sut->lookup({2}).count, 20u);
+  EXPECT_TRUE(sut->map().implementation().validate());
+}
+
 TEST_F(GlimCollection, ASlotIsCommittedOnce) {
   auto const slot = sut->directWrite({1});
   sut->commit(slot);

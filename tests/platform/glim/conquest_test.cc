@@ -571,6 +571,43 @@ TEST_F(GlimConquest, AMissingDirectoryIsMadeOnlyWhenAskedFor) {
   EXPECT_TRUE(exists("new/table.glim"));
 }
 
+TEST_F(GlimConquest, ADirectoryThatIsMadeIsOpenToReadersWhateverTheUmask) {
+  mode_t const umask = ::umask(0077);
+  Collection<Small> const sut(debug, RootPath(debug, directory + "/made/table", true));
+  ::umask(umask);
+  struct stat status {};
+  ASSERT_EQ(::stat((directory + "/made").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777u, 0755u);
+}
+
+TEST_F(GlimConquest, ADirectoryWhereOthersMayWriteIsRefusedUnlessItIsSticky) {
+  ::chmod(directory.c_str(), 0777);
+  EXPECT_THROW(makeTable<Small>(), Dov::NoPermissionException);
+  ::chmod(directory.c_str(), 01777);
+  makeTable<Small>();
+}
+
+TEST_F(GlimConquest, ALockThatSomebodyRemovedIsNoticed) {
+  auto const sut = makeTable<Small>();
+  EXPECT_TRUE(sut->map().implementation().validateFiles());
+  std::filesystem::remove(path() + ".lock");
+  EXPECT_FALSE(sut->map().implementation().validateFiles());
+}
+
+TEST_F(GlimConquest, AnotherWriterOfTheSameFileIsNoticed) {
+  auto const sut = makeTable<Small>();
+  std::filesystem::remove(path() + ".lock");
+  { auto const another = makeTable<Small>(); }
+  EXPECT_FALSE(sut->map().implementation().validateFiles());
+}
+
+TEST_F(GlimConquest, ALinkInPlaceOfTheFileIsNoticed) {
+  auto const sut = makeTable<Small>();
+  std::filesystem::rename(file(), file() + ".x");
+  std::filesystem::create_symlink(file() + ".x", file());
+  EXPECT_FALSE(sut->map().implementation().validateFiles());
+}
+
 TEST_F(GlimConquest, ASymbolicLinkInPlaceOfTheTableIsRefused) {
   writeTenRows();
   std::filesystem::rename(file(), directory + "/elsewhere");

@@ -221,6 +221,14 @@ TEST_F(GlimReader, AnIndexThatIsBeingBuiltIsGoneAround) {
   EXPECT_EQ(sut.lookup({11}, out), Answer::absent);
 }
 
+TEST_F(GlimReader, WithoutTheIndexACorruptRowMayBeAnyKeys) {
+  Vandal vandal(file());
+  vandal.rowWord(0, 1) ^= 1;
+  vandal.word(Layout::indexVersionOffset) |= 1;
+  ASSERT_EQ(sut.attach(), Answer::ok);
+  EXPECT_EQ(sut.lookup({1000}, out), Answer::corrupt);
+}
+
 TEST_F(GlimReader, AnIndexFullOfRubbishIsGoneAround) {
   ASSERT_EQ(sut.attach(), Answer::ok);
   Vandal vandal(file());
@@ -297,14 +305,32 @@ TEST_F(GlimReader, RefreshNoticesAFileThatWasCutShort) {
   }
 }
 
-TEST_F(GlimReader, ARetiredTableWithoutASuccessorIsRetired) {
+// Its writer was killed just before the successor got the name.
+TEST_F(GlimReader, ARetiredTableWithoutASuccessorIsReadOn) {
   ASSERT_EQ(sut.attach(), Answer::ok);
   Vandal(file()).word(Layout::stateOffset) = static_cast<Word>(Layout::TableState::retired);
   EXPECT_EQ(sut.lookup({1}, out), Answer::retired);
   walk();
   EXPECT_EQ(last.end, Answer::retired);
-  EXPECT_EQ(sut.refresh(), Answer::retired);
-  EXPECT_FALSE(sut.attached());
+  EXPECT_EQ(sut.refresh(), Answer::ok);
+  EXPECT_EQ(sut.lookup({1}, out), Answer::ok);
+  walk();
+  EXPECT_EQ(last.end, Answer::ok);
+  Reader<Small> another(path());
+  EXPECT_EQ(another.attach(), Answer::ok);
+  EXPECT_EQ(another.lookup({1}, out), Answer::ok);
+}
+
+TEST_F(GlimReader, TheSuccessorOfARetiredTableIsNoticedByRefresh) {
+  Vandal(file()).word(Layout::stateOffset) = static_cast<Word>(Layout::TableState::retired);
+  ASSERT_EQ(sut.attach(), Answer::ok);
+  table->detach();
+  auto const next = makeTable<Small>({.maxRows = 2 * TableLimits().maxRows});
+  ASSERT_EQ(next->conquest()->kind, Conquest::Kind::moved);
+  next->write({{1}, 99});
+  EXPECT_EQ(sut.refresh(), Answer::ok);
+  EXPECT_EQ(sut.lookup({1}, out), Answer::ok);
+  EXPECT_EQ(out.count, 99u);
 }
 
 TEST_F(GlimReader, RefreshNoticesAnotherFileUnderTheName) {

@@ -70,6 +70,11 @@ TEST_F(GlimRights, AnotherUserCannotTouchTheLock) {
   }));
 }
 
+TEST_F(GlimRights, AnotherUsersDirectoryIsRefused) {
+  ASSERT_EQ(::chown(directory.c_str(), another, another), 0);
+  EXPECT_THROW(makeTable<Small>(), Dov::NoPermissionException);
+}
+
 TEST_F(GlimRights, AnotherUserIsNoWriter) {
   { makeTable<Small>()->write({{1}, 10}); }
   EXPECT_TRUE(asAnother([&] {
