@@ -78,7 +78,7 @@ def row_checksum(words, seed):
             b[lane] = rotl(b[lane], 23) + a[lane] & MASK
     value = GOLDEN
     for sums, first in ((a, 0), (a, 1), (b, 0), (b, 1)):
-        part = sum(sums[first + 2 * i] * (2 * i + 1) for i in range(4)) & MASK
+        part = sum(sums[lane] * pow(GOLDEN, lane + 1) for lane in range(first, 8, 2)) & MASK
         value = (rotl(value, 29) ^ part) * GOLDEN & MASK
     return value ^ value >> 32
 

@@ -55,20 +55,24 @@ class Sums {
     _b67 = rotated(_b67) + _a67;
   }
 
-  // Lane pairs are first added with the odd weights 1, 3, 5 and 7, so that a change of one lane
-  // always remains.
+  // Each lane has an odd weight of its own, without any pattern among them: a change of one lane
+  // always remains, and changes of several that cancel each other do so by chance alone.
   Word folded() const {
-    Lanes const a = _a45 + (_a45 << 2) + ((_a67 << 3) - _a67);
-    Lanes const b = _b45 + (_b45 << 2) + ((_b67 << 3) - _b67);
     Word sum = step;
-    sum = mixed(sum, _a0 + 3 * _a2 + a[0]);
-    sum = mixed(sum, _a1 + 3 * _a3 + a[1]);
-    sum = mixed(sum, _b0 + 3 * _b2 + b[0]);
-    sum = mixed(sum, _b1 + 3 * _b3 + b[1]);
+    sum = mixed(sum, _a0 * weight(0) + _a2 * weight(2) + _a45[0] * weight(4) + _a67[0] * weight(6));
+    sum = mixed(sum, _a1 * weight(1) + _a3 * weight(3) + _a45[1] * weight(5) + _a67[1] * weight(7));
+    sum = mixed(sum, _b0 * weight(0) + _b2 * weight(2) + _b45[0] * weight(4) + _b67[0] * weight(6));
+    sum = mixed(sum, _b1 * weight(1) + _b3 * weight(3) + _b45[1] * weight(5) + _b67[1] * weight(7));
     return sum ^ (sum >> 32);
   }
 
  private:
+  // The powers of the step: 1 for no lane, and odd as it is.
+  static constexpr Word weight(unsigned lane) {
+    Word power = step;
+    for (unsigned i = 0; i < lane; ++i) power *= step;
+    return power;
+  }
   static Word mixed(Word sum, Word part) { return (std::rotl(sum, 29) ^ part) * step; }
 
   Word _a0, _a1, _a2, _a3;

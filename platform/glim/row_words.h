@@ -2,8 +2,8 @@
 //
 // The checksum. Words are taken in blocks of eight, the last one filled up with zeros; each of the
 // eight lanes holds two sums, a and b. For each block: a += word; b = rotl(b, 23) + a. At the end
-// the lanes are folded into one word. A change of a single word always changes its lane's a; moved,
-// swapped or cancelling changes show in b.
+// the lanes are folded into one word, each under a weight of its own. A change of a single word
+// always changes its lane's a; moved, swapped or cancelling changes show in b, or by the weights.
 //
 // The seed ties a row to its slot, its version and its state, so that a row that turns up
 // elsewhere, or an old half in place of a new one, does not pass.

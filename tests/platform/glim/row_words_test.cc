@@ -81,6 +81,26 @@ TEST(GlimRowWordsOfZeros, WhatIsAddedToOneWordAndTakenFromAnotherOfItsLaneShows)
   }
 }
 
+// Small changes are what wrong counting makes: those of two words of a block must not cancel out.
+TEST(GlimRowWordsOfZeros, SmallChangesOfTwoWordsOfABlockShow) {
+  std::vector<Word> row(16);
+  Word const sum = RowWords::checksum(row.data(), row.size(), 5);
+  for (std::size_t i = 0; i < 8; ++i) {
+    for (std::size_t j = 0; j < i; ++j) {
+      for (int a = -9; a <= 9; ++a) {
+        for (int b = -9; b <= 9; ++b) {
+          if (a == 0 && b == 0) continue;
+          row[i] = static_cast<Word>(a);
+          row[j] = static_cast<Word>(b);
+          ASSERT_NE(RowWords::checksum(row.data(), row.size(), 5) >> 2, sum >> 2)
+              << i << " by " << a << ", " << j << " by " << b;
+        }
+      }
+      row[i] = row[j] = 0;
+    }
+  }
+}
+
 TEST(GlimRowWordsOfZeros, LengthAndSeedShow) {
   std::vector<Word> const row(64);
   std::set<Word> sums;

@@ -37,7 +37,7 @@ TEST_P(GlimCrashPoints, AKillAtAnyStepLeavesTheOldOrTheNewTable) {
   Enumeration const all = killAtEachStep(GetParam());
   report(all, " kills");
   EXPECT_EQ(all.trials, all.steps + 1);
-  EXPECT_LE(all.retired, GetParam().retiredSteps);
+  EXPECT_EQ(all.retired, 0u);  // whatever has the name can be read
   // Each of the states was one that a kill left.
   for (std::uint64_t const kills : all.seen) EXPECT_GT(kills, 0u);
 }

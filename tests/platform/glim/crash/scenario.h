@@ -24,8 +24,6 @@ struct Scenario {
   // What the table may be, in the order in which it becomes that: the old one first, the new one
   // last. An inserted row is walked over one step before the index leads to it.
   std::vector<State> states;
-  // Another file takes the table's name: steps at which readers are told `retired` and no more.
-  std::uint64_t retiredSteps = 0;
   // The file that had the name at first is kept under this one.
   std::string keptAs{};
   // Names that may be there besides.

@@ -42,9 +42,15 @@ ino_t Trial::named() const {
   return ::stat(_place.file().c_str(), &status) == 0 ? status.st_ino : 0;
 }
 
+void Trial::follow(Attached& attached, Answer answer) {
+  attached.answer = answer;
+  attached.inode = named();
+  attached.standsIn = answer == Answer::ok && attached.reader->file().retired();
+}
+
 Trial::Attached Trial::attach() {
-  Attached attached{std::make_unique<Glim::TableReader>(_place.path()), named()};
-  attached.answer = attached.reader->attach();
+  Attached attached{.reader = std::make_unique<Glim::TableReader>(_place.path())};
+  follow(attached, attached.reader->attach());
   return attached;
 }
 
@@ -79,7 +85,8 @@ void Trial::check(View const& view, std::string const& who) {
 void Trial::inspect() {
   Glim::Word const epoch = _epoch;
   ino_t const now = named();
-  for (Attached const& stayer : _stayers) {
+  for (Attached& stayer : _stayers) {
+    if (stayer.standsIn) follow(stayer, stayer.reader->refresh());
     if (!stayer.reader->attached()) continue;
     View const view = look(*stayer.reader, Answer::ok, _keys);
     check(view, "the old");
