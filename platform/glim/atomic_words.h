@@ -2,10 +2,9 @@
 // that the caller of a direct write fills in place), as 64-bit atomics on aligned words, so that
 //   - no reader ever sees half a word;
 //   - a test that compiles the folder with ORU_GLIM_STORE_HOOK sees, counts or stops at every
-//   single store, or puts a memory of its own in the place of the machine's;
+//     single store, or puts a memory of its own in the place of the machine's;
 //   - the thread sanitizer, which does not understand fences, gets the same protocol without them:
-//   each row word is
-//     then stored with release and loaded with acquire.
+//     each row word is then stored with release and loaded with acquire.
 #pragma once
 
 #include <atomic>

@@ -5,11 +5,10 @@
 // which happens to the file can lead it astray. For readers:
 //   - linking fills an empty bucket and disturbs no one;
 //   - unlinking moves entries back. Each entry is copied before its old place is overwritten, and
-//   the index version is
-//     raised by 2 before each store that overwrites: a reader that found nothing trusts that only
-//     when the version stayed as it was;
+//     the index version is raised by 2 before each store that overwrites: a reader that found
+//     nothing trusts that only when the version stayed as it was;
 //   - while the index is built anew its version is odd: readers then look through the slots
-//   instead.
+//     instead.
 #pragma once
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 // A table as its users see it, whatever stands behind it:
 //
-//   GlimBase        the orders, and what a read-only view answers to those that would change
-//   something GlimView        a read-only view of a table that another process writes (glim_view.h)
+//   GlimBase        the orders, and what a read-only view answers to those that change something
+//   GlimView        a read-only view of a table that another process writes (glim_view.h)
 //   GlimTable       the live table of its writer (glim_table.h)
 //   GlimBaseDummy   a table that is not attached (glim_base_dummy.h)
 //

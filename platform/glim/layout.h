@@ -1,25 +1,23 @@
 // The table file. docs/table-format.md tells it with the protocol around it; this is the one place
 // for its offsets.
 //
-//   byte 0      64     128           192     256            320             384         448 512
-//   +-----------+-------+-------------+-------+--------------+---------------+-----------+---------+-------------+
-//   | fixed words 0-14  | allocated   | state | epoch, pid   | index version | heartbeat | members
-//   | schema text | | magic ... checksum| rows        |       | of the writer|               | | |
-//   |
-//   +-------------------+-------------+-------+--------------+---------------+-----------+---------+-------------+
-//   | index: `buckets` words, each hash << 32 | slot + 1, 0 when empty                        (at a
-//   page boundary) |
-//   +--------------------------------------------------------------------------------------------------------------+
-//   | slots: `allocated rows` of `stride` bytes, the file grows here                          (at a
-//   page boundary) |
-//   +--------------------------------------------------------------------------------------------------------------+
+//     byte
+//        0  fixed words 0 to 14: magic ... checksum
+//      128  allocated rows
+//      192  state
+//      256  epoch of the writer, its process id
+//      320  index version
+//      384  heartbeat
+//      448  members
+//      512  schema text
+//     page  index: `buckets` words, each hash << 32 | slot + 1, 0 when empty
+//     page  slots: `allocated rows` of `stride` bytes; the file grows here
 //
-//   slot        +---------+--------+-----------------+--------+-----------------+---------+
-//               | version | meta 0 | row of half 0   | meta 1 | row of half 1   | padding |
-//               +---------+--------+-----------------+--------+-----------------+---------+
-//               version 2k: version k stands in half k & 1; 2k + 1: the other half is being
-//               written; 0, 1: no row yet meta: checksum of the row (upper 62 bits), state of the
-//               row (lower 2 bits: 1 live, 2 dead)
+//     slot  | version | meta 0 | row of half 0 | meta 1 | row of half 1 | padding |
+//
+//     version  2k: version k stands in half k & 1; 2k + 1: the other half is being written;
+//              0, 1: no row yet
+//     meta     checksum of the row (upper 62 bits), state of the row (lower 2 bits: 1 live, 2 dead)
 //
 // All words are 64 bits in the machine's byte order. The fixed words never change after the file
 // has its name.

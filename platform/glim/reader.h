@@ -2,8 +2,7 @@
 //
 //   Glim::Reader<DropCounter> drops("/dev/shm/oru/aclDropCounters");
 //   while (display) {
-//     if (drops.refresh() == Glim::Answer::ok) {           // also follows a table that was
-//     replaced
+//     if (drops.refresh() == Glim::Answer::ok) {  // also follows a table that was replaced
 //       drops.forEach([](DropCounter const& row) { show(row); });
 //     }
 //   }

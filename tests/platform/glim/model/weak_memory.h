@@ -4,12 +4,12 @@
 // the file, and readers, which load and never store. For such programs the model below is exact: it
 // allows what the standard allows, no more and no less.
 //   - reads-from leads from the writer to a reader and nothing leads back, so sequenced-before and
-//   reads-from together cannot form a cycle: executions that take their values out of thin air, or
-//   let a store pass an earlier load of the same thread (load buffering), do not arise, and need no
-//   promises.
+//     reads-from together cannot form a cycle: executions that take their values out of thin air,
+//     or let a store pass an earlier load of the same thread (load buffering), do not arise, and
+//     need no promises.
 //   - Readers cannot affect each other: one reader stands for any number.
 //   - The writer's program is fixed before a reader takes its first step, so that it may be run to
-//   its end first. Each interleaving is then one choice, at each load, of the store that it reads.
+//     its end first. Each interleaving is then one choice, at each load, of the store it reads.
 //
 // The machine. Each store of the writer is a message: its value, its stamp (its place in the
 // writer's program; it orders the messages of a word, which is their modification order), and the
