@@ -74,7 +74,8 @@ void copyRow(Record* to, Record const* from) {
 
 // The rounds of one benchmark: how much each does, and who works beside it.
 struct Rounds {
-  // Rows a round; 0 is the whole order. The next round goes on where the last one ended.
+  // Rows a round; 0 is the whole order, which the yardstick goes through in any case. The next
+  // round goes on where the last one ended.
   std::size_t visits = 0;
   // Its pace is reported: nanoseconds a step, while the timed work is done.
   OtherProcess const* other = nullptr;
@@ -135,11 +136,11 @@ template <class Record, class Visit, class Yardstick>
 std::uint64_t besideEach(benchmark::State& state, SampleRows<Record> const& sample, Rounds rounds,
                          Visit visit, Yardstick yardstick) {
   std::size_t const visits = rounds.visits != 0 ? rounds.visits : sample.order.size();
-  Visits work(sample, visits), bare(sample, visits);
+  Visits work(sample, visits), bare(sample, sample.order.size());
   Pace pace(rounds.other);
   sideBySide(
       state, visits, [&] { pace.during([&] { work.round(visit); }); },
-      [&] { bare.round(yardstick); });
+      [&] { bare.round(yardstick); }, rounds.visits != 0 ? sample.order.size() : 0);
   pace.report(state);
   return work.done();
 }

@@ -10,6 +10,13 @@ namespace {
 constexpr std::size_t blockWords = 8;
 constexpr Word step = 0x9e3779b97f4a7c15u;  // 2^64 / golden ratio, odd
 
+// The weight of a lane: a power of the step, 1 for no lane, and odd as it is.
+consteval Word weight(unsigned lane) {
+  Word power = step;
+  for (unsigned i = 0; i < lane; ++i) power *= step;
+  return power;
+}
+
 // Two lanes; every 64-bit machine that this runs on has registers of this size.
 using Lanes = Word __attribute__((vector_size(16)));
 
@@ -22,8 +29,8 @@ struct Block {
   Lanes w45, w67;
 };
 
-// Members and statements are written out one by one: an array of them would live in memory and cost
-// half the speed.
+// Members and statements are written out one by one, and nothing is called with them: an array of
+// them, or an object that a function sees, would live in memory and cost half the speed.
 class Sums {
  public:
   explicit Sums(Word seed)
@@ -57,7 +64,7 @@ class Sums {
 
   // Each lane has an odd weight of its own, without any pattern among them: a change of one lane
   // always remains, and changes of several that cancel each other do so by chance alone.
-  Word folded() const {
+  [[gnu::always_inline]] Word folded() const {
     Word sum = step;
     sum = mixed(sum, _a0 * weight(0) + _a2 * weight(2) + _a45[0] * weight(4) + _a67[0] * weight(6));
     sum = mixed(sum, _a1 * weight(1) + _a3 * weight(3) + _a45[1] * weight(5) + _a67[1] * weight(7));
@@ -67,12 +74,6 @@ class Sums {
   }
 
  private:
-  // The powers of the step: 1 for no lane, and odd as it is.
-  static constexpr Word weight(unsigned lane) {
-    Word power = step;
-    for (unsigned i = 0; i < lane; ++i) power *= step;
-    return power;
-  }
   static Word mixed(Word sum, Word part) { return (std::rotl(sum, 29) ^ part) * step; }
 
   Word _a0, _a1, _a2, _a3;
