@@ -116,6 +116,12 @@ class SampleRows {
   Lines<Record> rows;
   std::vector<Key> keys;
   std::vector<Key> absentKeys;
+  // Of any one row.
+  bool isWhole(Record const& row) const {
+    std::size_t const number = row.counts[0] & ((1u << numberBits) - 1);
+    return number < count() && isWhole(row, number);
+  }
+
   // The numbers of the rows to visit in a round.
   std::vector<std::uint32_t> order;
 

@@ -180,6 +180,7 @@ void walks(benchmark::State& state, SampleRows<Record>& sample, Company company)
     });
   });
   expect(rows == walked * sample.count(), "a walk missed rows");
+  map.forEach([&](Record const& row) { expect(sample.isWhole(row), "a torn row"); });
   other.finish();
 }
 

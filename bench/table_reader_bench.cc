@@ -105,6 +105,11 @@ void readerRowAt(benchmark::State& state, SampleRows<Record>& sample, Writer wri
     benchmark::DoNotOptimize(row);
   });
   answers.report(state, visits);
+  for (std::size_t i = 0; i < sample.count(); ++i) {
+    Answer const answer = table.reader.rowAt(i, row);
+    expect(answer == Answer::busy || (answer == Answer::ok && sample.isWhole(row)),
+           "a row that was never written");
+  }
   table.writer().finish();
 }
 
@@ -133,6 +138,8 @@ void readerWalk(benchmark::State& state, SampleRows<Record>& sample, Writer writ
   });
   expect(rows + busy == walks * sample.count(), "a walk missed rows");
   if (busy > 0) state.counters["busy"] = static_cast<double>(busy);
+  table.reader.forEach(
+      [&](Record const& row) { expect(sample.isWhole(row), "a row that was never written"); });
   table.writer().finish();
 }
 

@@ -114,6 +114,9 @@ void reads(benchmark::State& state, SampleRows<Record>& sample) {
     benchmark::DoNotOptimize(row);
   });
   expect(good == visits, "a row was not read");
+  for (std::size_t i = 0; i < sample.count(); ++i) {
+    expect(slots.read(i, row) == Answer::ok && row == sample.rows[i], "another row was read");
+  }
 }
 
 template <class Record>
