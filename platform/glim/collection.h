@@ -25,13 +25,8 @@ namespace Glim {
 
 // The GlimMap of a record, put together from its traits.
 template <class Record>
-using KeyOf = typename RecordTraits<Record>::Key;
-template <class Record>
-using ValueOf = KelGlim::KelGlimMapValueWrapper<Record, KeyOf<Record>, &RecordTraits<Record>::key>;
-template <class Record>
-using MapOf =
-    GlimMap<KeyOf<Record>, ValueOf<Record>, KelGlim::KelGlimMapOps<KeyOf<Record>, ValueOf<Record>>,
-            SlotAllocator<KeyOf<Record>, ValueOf<Record>>, ConquerWriter>;
+using MapOf = GlimMap<KeyOf<Record>, ValueOf<Record>, OpsOf<Record>,
+                      SlotAllocator<KeyOf<Record>, ValueOf<Record>>, ConquerWriter>;
 
 template <class RecordType>
 class Collection : public Kel::PtrInterface {

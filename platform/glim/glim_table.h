@@ -36,7 +36,7 @@ class GlimTable : public GlimBase<Key, Value, Ops, Allocator> {
     return step(out, [&](Record* to) { return _writer.next(&key, to); });
   }
 
-  void write(Record const& record) override { _writer.write(&record); }
+  void write(Record const& record) override { _writer.write(Ops::marshal(record)); }
   void remove(Key const& key, Record const*) override { _writer.remove(&key); }
   Slot directWrite(Key const& key) override { return Slot(_writer.open(&key)); }
   // As directWrite, but never makes a row: an empty slot when the key is absent.
@@ -67,11 +67,11 @@ class GlimTable : public GlimBase<Key, Value, Ops, Allocator> {
 
  private:
   static RowShape const& checkedShape(RootPath const& root) {
-    if (!keyStandsFirst<Record>()) {
+    if (!keyStandsFirst<Ops>()) {
       Dov::debugAndThrowAssertException(root.debugHandler(), "the key is a record's first member",
                                         "Glim/GlimTable", "GlimTable");
     }
-    return Allocator::shape();
+    return Allocator::template shape<Ops>();
   }
 
   template <class Step>

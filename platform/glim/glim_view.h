@@ -15,7 +15,7 @@ class GlimView : public GlimBase<Key, Value, Ops, Allocator> {
   explicit GlimView(RootPath const& root, ReaderOptions options = {})
       : Base(root), _reader(root.path(), options) {}
 
-  Reader<Record> const& reader() const { return _reader; }
+  Reader<Record, Ops> const& reader() const { return _reader; }
 
   // Attaches, or follows a table that was replaced. False when there is no table to read.
   bool initialize() override { return _reader.refresh() == Answer::ok; }
@@ -60,7 +60,7 @@ class GlimView : public GlimBase<Key, Value, Ops, Allocator> {
     return found;
   }
 
-  Reader<Record> _reader;
+  Reader<Record, Ops> _reader;
 };
 
 }  // namespace Glim

@@ -26,10 +26,10 @@ struct Walk {
   std::uint64_t corrupt = 0;
 };
 
-template <class Record>
+template <class Record, class Ops = OpsOf<Record>>
 class Reader {
  public:
-  using Key = typename RecordTraits<Record>::Key;
+  using Key = KeyOf<Record>;
 
   explicit Reader(std::string path, ReaderOptions options = {})
       : _table(std::move(path), options) {}
@@ -49,8 +49,8 @@ class Reader {
   // `out` is the record only when the answer is ok. `missing` when not attached.
   Answer lookup(Key const& key, Record& out) const {
     if (!attached()) return Answer::missing;
-    auto const isIt = [&key](void const* row) { return keyAt<Key>(row) == key; };
-    return _table.find(static_cast<std::uint32_t>(key.hash()), isIt, &out);
+    auto const isIt = [&key](void const* row) { return Ops::equal(keyAt<Key>(row), key); };
+    return _table.find(Ops::hash(key), isIt, &out);
   }
   Answer rowAt(Word slot, Record& out) const {
     return attached() ? _table.rowAt(slot, &out) : Answer::missing;

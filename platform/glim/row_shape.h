@@ -2,13 +2,13 @@
 // start.
 #pragma once
 
+#include <cstdint>
 #include <cstring>
-#include <functional>
 #include <span>
-#include <sstream>
 #include <string>
 #include <string_view>
 
+#include "platform/glim/kel_glim_map.h"
 #include "platform/glim/record.h"
 
 namespace Glim {
@@ -30,18 +30,6 @@ struct RowShape {
   KeyOps key;
 };
 
-// Printable form of a key: what operator<< writes, else stringValue().
-template <class Key>
-std::string keyText(Key const& key) {
-  if constexpr (requires(std::ostream & out) { out << key; }) {
-    std::ostringstream out;
-    out << key;
-    return out.str();
-  } else {
-    return key.stringValue();
-  }
-}
-
 // The key at the start of a row that may stand anywhere in memory.
 template <class Key>
 Key keyAt(void const* key) {
@@ -50,12 +38,12 @@ Key keyAt(void const* key) {
   return copy;
 }
 
-template <class Key>
+template <class Ops>
 KeyOps keyOps() {
-  return KeyOps{
-      [](void const* key) { return static_cast<std::uint32_t>(keyAt<Key>(key).hash()); },
-      [](void const* a, void const* b) { return std::less<Key>()(keyAt<Key>(a), keyAt<Key>(b)); },
-      [](void const* key) { return keyText(keyAt<Key>(key)); }};
+  using Key = typename Ops::Key;
+  return {[](void const* key) { return Ops::hash(keyAt<Key>(key)); },
+          [](void const* a, void const* b) { return Ops::less(keyAt<Key>(a), keyAt<Key>(b)); },
+          [](void const* key) { return Ops::toString(keyAt<Key>(key)); }};
 }
 
 template <class Record>
@@ -67,23 +55,21 @@ std::span<std::string_view const> formerSchemas() {
   }
 }
 
-template <class Record>
+template <class Record, class Ops = OpsOf<Record>>
 RowShape const& rowShape() {
-  using Key = typename RecordTraits<Record>::Key;
   static Record const defaultRow{};
   static RowShape const shape{
-      schemaText<Record>, schemaHash<Record>,      CheckedRecord<Record>::words,
-      sizeof(Key),        formerSchemas<Record>(), &defaultRow,
-      keyOps<Key>()};
+      schemaText<Record>,    schemaHash<Record>,      CheckedRecord<Record>::words,
+      sizeof(KeyOf<Record>), formerSchemas<Record>(), &defaultRow,
+      keyOps<Ops>()};
   return shape;
 }
 
 // Whether a record's key is its first member, as the file format has it.
-template <class Record>
+template <class Ops>
 bool keyStandsFirst() {
-  Record const record{};
-  return static_cast<void const*>(&RecordTraits<Record>::key(record)) ==
-         static_cast<void const*>(&record);
+  typename Ops::Record const record{};
+  return static_cast<void const*>(&Ops::key(record)) == static_cast<void const*>(&record);
 }
 
 }  // namespace Glim

@@ -112,7 +112,10 @@ struct SlotAllocator {
   using Record = typename Value::Record;
   static_assert(std::is_same_v<Key, typename RecordTraits<Record>::Key>);
 
-  static RowShape const& shape() { return rowShape<Record>(); }
+  template <class Ops>
+  static RowShape const& shape() {
+    return rowShape<Record, Ops>();
+  }
 };
 
 }  // namespace Glim

@@ -16,8 +16,7 @@ using SmallMap = MapOf<Small>;
 using SmallBase = SmallMap::Base;
 using SmallDummy = SmallMap::Dummy;
 using SmallView =
-    GlimView<NumberKey, ValueOf<Small>, KelGlim::KelGlimMapOps<NumberKey, ValueOf<Small>>,
-             SlotAllocator<NumberKey, ValueOf<Small>>>;
+    GlimView<NumberKey, ValueOf<Small>, OpsOf<Small>, SlotAllocator<NumberKey, ValueOf<Small>>>;
 
 template <class Thrown, class Call>
 std::string messageOf(Call call) {
