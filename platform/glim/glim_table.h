@@ -38,12 +38,18 @@ class GlimTable : public GlimBase<Key, Value, Ops, Allocator> {
 
   void write(Record const& record) override { _writer.write(Ops::marshal(record)); }
   void remove(Key const& key, Record const*) override { _writer.remove(&key); }
-  Slot directWrite(Key const& key) override { return Slot(_writer.open(&key)); }
+  Slot directWrite(Key const& key) override {
+    _lastOpened = Slot();
+    return _lastOpened = Slot(_writer.open(&key));
+  }
   // As directWrite, but never makes a row: an empty slot when the key is absent.
   Slot directUpdate(Key const& key) override {
+    _lastOpened = Slot();
     return _writer.contains(&key) ? directWrite(key) : Slot();
   }
-  using Base::directCommit;
+  // Commits the slot that the last directWrite or directUpdate opened. AssertException when that
+  // one opened none, or it is no longer open.
+  void directCommit() override { directCommit(_lastOpened); }
   void directCommit(Slot const& slot) override {
     if (!_writer.mayCommit(slot.open())) {
       Dov::debugAndThrowAssertException(this->debugHandler(),
@@ -85,6 +91,7 @@ class GlimTable : public GlimBase<Key, Value, Ops, Allocator> {
 
   Record _default;
   WriterPolicy _writer;
+  Slot _lastOpened;
 };
 
 }  // namespace Glim

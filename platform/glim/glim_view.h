@@ -1,4 +1,9 @@
 // The read-only view of a table that another process writes, with the orders of a table.
+//
+// From initialize() to detach() the view stays with the table: an order that finds the file retired
+// (its rows moved to another one) goes to its successor, and one that finds no table looks whether
+// there is one now. A file that was removed or exchanged in another way is noticed by initialize()
+// alone, which therefore is for once a cycle.
 #pragma once
 
 #include "platform/glim/glim_base.h"
@@ -18,11 +23,17 @@ class GlimView : public GlimBase<Key, Value, Ops, Allocator> {
   Reader<Record, Ops> const& reader() const { return _reader; }
 
   // Attaches, or follows a table that was replaced. False when there is no table to read.
-  bool initialize() override { return _reader.refresh() == Answer::ok; }
-  void detach() override { _reader.detach(); }
+  bool initialize() override {
+    _follows = true;
+    return follow();
+  }
+  void detach() override {
+    _follows = false;
+    _reader.detach();
+  }
 
   void lookup(Key const& key, bool& found, Record& out) override {
-    found = _reader.lookup(key, out) == Answer::ok;
+    found = ask([&] { return _reader.lookup(key, out); }) == Answer::ok;
     if (!found) out = Record();
   }
 
@@ -35,32 +46,55 @@ class GlimView : public GlimBase<Key, Value, Ops, Allocator> {
     return least(out, [&](Record const& record) { return Ops::less(key, Ops::key(record)); });
   }
 
-  std::uint64_t members() const override { return attached() ? _reader.status().rows : 0; }
+  std::uint64_t members() const override { return status().rows; }
   std::uint64_t minSize() const override { return 0; }
-  std::uint64_t maxSize() const override { return attached() ? _reader.status().maxRows : 0; }
-  std::uint64_t capacity() const override {
-    return attached() ? _reader.status().allocatedRows : 0;
-  }
+  std::uint64_t maxSize() const override { return status().maxRows; }
+  std::uint64_t capacity() const override { return status().allocatedRows; }
 
  private:
-  bool attached() const { return _reader.attached(); }
+  bool follow() const { return _follows && _reader.refresh() == Answer::ok; }
+
+  // The answer of the table; when its file was retired, that of the file in its place.
+  template <class Question>
+  Answer ask(Question question) const {
+    if (!_reader.attached() && !follow()) return Answer::missing;
+    Answer const answer = question();
+    return answer == Answer::retired && follow() ? question() : answer;
+  }
+
+  // All zero when there is no table.
+  TableStatus status() const {
+    TableStatus status;
+    Answer const answer = ask([&] {
+      status = _reader.status();
+      return status.state == TableStatus::State::retired ? Answer::retired : Answer::ok;
+    });
+    return answer == Answer::ok ? status : TableStatus();
+  }
 
   // The record of the least key among those that `may` be it.
   template <class May>
   bool least(Record* out, May may) {
     bool found = false;
     Record best{};
-    _reader.forEach([&](Record const& record) {
-      if (!may(record)) return;
-      if (found && !Ops::less(Ops::key(record), Ops::key(best))) return;
-      best = record;
-      found = true;
+    Answer const answer = ask([&] {
+      found = false;
+      return _reader
+          .forEach([&](Record const& record) {
+            if (!may(record)) return;
+            if (found && !Ops::less(Ops::key(record), Ops::key(best))) return;
+            best = record;
+            found = true;
+          })
+          .end;
     });
-    if (out != nullptr) *out = best;
+    found = found && answer == Answer::ok;
+    if (out != nullptr) *out = found ? best : Record();
     return found;
   }
 
-  Reader<Record, Ops> _reader;
+  mutable Reader<Record, Ops> _reader;  // a question may take it to another file
+  bool _follows = false;
 };
 
 }  // namespace Glim

@@ -182,6 +182,41 @@ TEST_F(GlimCollection, AnAbandonedDirectWriteChangesNothingAndCanBeOpenedAgain) 
   EXPECT_EQ(sut->directWrite({1})->count, 10u);
 }
 
+TEST_F(GlimCollection, ACommitWithoutASlotIsThatOfTheSlotOpenedLast) {
+  auto& table = sut->map().implementation();
+  table.directWrite({1})->count = 5;
+  table.directWrite({2})->count = 6;
+  table.directCommit();
+  EXPECT_FALSE(sut->contains({1}));
+  EXPECT_EQ(sut->lookup({2}).count, 6u);
+  table.directUpdate({2})->count = 7;
+  table.directCommit();
+  EXPECT_EQ(sut->lookup({2}).count, 7u);
+}
+
+TEST_F(GlimCollection, ACommitWithoutASlotNeedsAnOpenOne) {
+  auto& table = sut->map().implementation();
+  EXPECT_THROW(table.directCommit(), Dov::AssertException);
+  EXPECT_EQ(texts(0),
+            (std::vector<std::string>{"GlimMap::directCommit() of a slot that is not open"}));
+  table.directWrite({1});
+  table.directCommit();
+  EXPECT_THROW(table.directCommit(), Dov::AssertException);
+}
+
+TEST_F(GlimCollection, ACommitWithoutASlotIsNotThatOfAnEarlierOneWhenTheLastOpenedNone) {
+  auto const full = makeTable<Small>({.maxRows = 1}, "full");
+  auto& table = full->map().implementation();
+  full->write({{1}, 10});
+  table.directWrite({1})->count = 11;
+  EXPECT_FALSE(table.directUpdate({2}));
+  EXPECT_THROW(table.directCommit(), Dov::AssertException);
+  table.directWrite({1})->count = 11;
+  EXPECT_THROW(table.directWrite({2}), Dov::ResourceException);
+  EXPECT_THROW(table.directCommit(), Dov::AssertException);
+  EXPECT_EQ(full->lookup({1}).count, 10u);
+}
+
 TEST_F(GlimCollection, AWholeWriteAfterAnAbandonedDirectWriteTakesItsSlot) {
   sut->directWrite({2})->count = 99;
   sut->write({{2}, 5});
