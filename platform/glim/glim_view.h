@@ -1,9 +1,9 @@
 // The read-only view of a table that another process writes, with the orders of a table.
 //
 // From initialize() to detach() the view stays with the table: an order that finds the file retired
-// (its rows moved to another one) goes to its successor, and one that finds no table looks whether
-// there is one now. A file that was removed or exchanged in another way is noticed by initialize()
-// alone, which therefore is for once a cycle.
+// (its rows moved to another one) goes to its successor as soon as there is one, and one that finds
+// no table looks whether there is one now. A file that was removed or exchanged in another way is
+// noticed by initialize() alone, which therefore is for once a cycle.
 #pragma once
 
 #include "platform/glim/glim_base.h"
@@ -57,7 +57,8 @@ class GlimView : public GlimBase<Key, Value, Ops, Allocator> {
   // The answer of the table; when its file was retired, that of the file in its place.
   template <class Question>
   Answer ask(Question question) const {
-    if (!_reader.attached() && !follow()) return Answer::missing;
+    bool const lasts = _reader.attached() && !_reader.table().file().retired();
+    if (!lasts && !follow()) return Answer::missing;
     Answer const answer = question();
     return answer == Answer::retired && follow() ? question() : answer;
   }
@@ -65,11 +66,11 @@ class GlimView : public GlimBase<Key, Value, Ops, Allocator> {
   // All zero when there is no table.
   TableStatus status() const {
     TableStatus status;
-    Answer const answer = ask([&] {
+    ask([&] {
       status = _reader.status();
-      return status.state == TableStatus::State::retired ? Answer::retired : Answer::ok;
+      return Answer::ok;
     });
-    return answer == Answer::ok ? status : TableStatus();
+    return status;
   }
 
   // The record of the least key among those that `may` be it.

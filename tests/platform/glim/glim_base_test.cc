@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <utility>
+
 #include "platform/glim/glim_view.h"
 #include "tests/platform/glim/table_fixture.h"
 
@@ -193,17 +196,38 @@ TEST_F(GlimViewOfAMovedTable, TellsTheCapacityOfTheSuccessor) {
   EXPECT_EQ(sut.capacity(), table->map().implementation().capacity());
 }
 
-TEST_F(GlimViewOfAMovedTable, FindsNothingUntilTheSuccessorIsThere) {
+TEST_F(GlimViewOfAMovedTable, ReadsTheRetiredFileUntilTheSuccessorIsThere) {
   table = {};
   Vandal(file()).word(Layout::stateOffset) = static_cast<Word>(Layout::TableState::retired);
-  EXPECT_FALSE(finds(1));
-  EXPECT_EQ(out, Small());
-  EXPECT_FALSE(sut.first(&out));
-  EXPECT_EQ(sut.members(), 0u);
-  EXPECT_EQ(sut.maxSize(), 0u);
-  table = makeTable<Small>();
   EXPECT_TRUE(finds(1));
+  EXPECT_EQ(out.count, 10u);
+  ASSERT_TRUE(sut.first(&out));
   EXPECT_EQ(sut.members(), 2u);
+  move();
+  EXPECT_TRUE(finds(1));
+  EXPECT_EQ(out.count, 11u);
+  EXPECT_EQ(sut.members(), 3u);
+}
+
+// An order of keys that calls the test at its first comparison.
+struct InterruptedOps : OpsOf<Small> {
+  static bool less(NumberKey const& a, NumberKey const& b) {
+    if (auto const call = std::exchange(interrupt, {})) call();
+    return OpsOf<Small>::less(a, b);
+  }
+  inline static std::function<void()> interrupt;
+};
+
+TEST_F(GlimViewOfAMovedTable, BeginsAStepAnewThatItsFileDidNotLast) {
+  GlimView<NumberKey, ValueOf<Small>, InterruptedOps, SlotAllocator<NumberKey, ValueOf<Small>>>
+      interrupted{root()};
+  ASSERT_TRUE(interrupted.initialize());
+  InterruptedOps::interrupt = [this] { move(); };
+  ASSERT_TRUE(interrupted.next({1}, &out));
+  EXPECT_EQ(out, (Small{{2}, 20}));
+  EXPECT_EQ(interrupted.maxSize(), 1000u);
+  ASSERT_TRUE(interrupted.next({2}, &out));
+  EXPECT_EQ(out, (Small{{3}, 30}));
 }
 
 TEST_F(GlimViewOfAMovedTable, DoesNotTakeRowsOfAnotherRecordForItsOwn) {
