@@ -123,10 +123,12 @@ void Host::beat() {
   Kel::Seconds const now = _steady();
   if (now - _lastBeat < kBeat) return;
   _lastBeat = now;
+  // The files first: what somebody cut off cannot be touched.
+  if (now - _lastValidation >= kValidation) {
+    _lastValidation = now;
+    _tables.validateFiles();
+  }
   _tables.heartbeat();
-  if (now - _lastValidation < kValidation) return;
-  _lastValidation = now;
-  _tables.validateFiles();
 }
 
 }  // namespace Agent
