@@ -88,8 +88,7 @@ class SampleRows {
       rows[i].key = keys[i];
     }
     change();
-    // So many visits a round that the clock's own cost does not show.
-    for (std::uint32_t seed = 1; order.size() < leastVisits; ++seed) {
+    for (std::uint32_t seed = 1; order.size() < roundVisits; ++seed) {
       auto const once = shuffled(count, seed);
       order.insert(order.end(), once.begin(), once.end());
     }
@@ -122,11 +121,13 @@ class SampleRows {
     return number < count() && isWhole(row, number);
   }
 
-  // The numbers of the rows to visit in a round.
+  // So many visits a round that the clock's own cost does not show, and few enough that most rounds
+  // go undisturbed.
+  static constexpr std::size_t roundVisits = 4096;
+  // The numbers of the rows to visit, at least for one round.
   std::vector<std::uint32_t> order;
 
  private:
-  static constexpr std::size_t leastVisits = 4096;
   static constexpr unsigned numberBits = 20;
   std::uint64_t _generation = 0;
 };

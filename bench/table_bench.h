@@ -135,12 +135,12 @@ class Visits {
 template <class Record, class Visit, class Yardstick>
 std::uint64_t besideEach(benchmark::State& state, SampleRows<Record> const& sample, Rounds rounds,
                          Visit visit, Yardstick yardstick) {
-  std::size_t const visits = rounds.visits != 0 ? rounds.visits : sample.order.size();
-  Visits work(sample, visits), bare(sample, sample.order.size());
+  std::size_t const visits = rounds.visits != 0 ? rounds.visits : sample.roundVisits;
+  Visits work(sample, visits), bare(sample, sample.roundVisits);
   Pace pace(rounds.other);
   sideBySide(
       state, visits, [&] { pace.during([&] { work.round(visit); }); },
-      [&] { bare.round(yardstick); }, rounds.visits != 0 ? sample.order.size() : 0);
+      [&] { bare.round(yardstick); }, rounds.visits != 0 ? sample.roundVisits : 0);
   pace.report(state);
   return work.done();
 }
