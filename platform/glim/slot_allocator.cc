@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <functional>
+#include <iterator>
 
 namespace Glim {
 
@@ -56,6 +57,7 @@ void SlotDirectory::liveIs(std::uint32_t slot) {
 
 void SlotDirectory::freeIs(std::uint32_t slot) {
   if (_own[slot].use == Use::live) {
+    if (_walk != _byKey.end() && *_walk == slot) _walk = _byKey.end();
     _byKey.erase(slot);
   } else {
     std::erase(_open, slot);
@@ -78,8 +80,9 @@ void SlotDirectory::freeOpen() {
 }
 
 std::uint32_t SlotDirectory::next(void const* after) const {
-  auto const i = _byKey.upper_bound(after);
-  return i == _byKey.end() ? none : *i;
+  bool const goesOn = _walk != _byKey.end() && keyIs(*_walk, after);
+  _walk = goesOn ? std::next(_walk) : _byKey.upper_bound(after);
+  return _walk == _byKey.end() ? none : *_walk;
 }
 
 }  // namespace Glim

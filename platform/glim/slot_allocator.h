@@ -103,7 +103,10 @@ class SlotDirectory {
   std::vector<std::byte> _keys;
   std::vector<std::uint32_t> _free;  // heap, the lowest on top
   std::vector<std::uint32_t> _open;
-  std::set<std::uint32_t, ByKey> _byKey;
+  using InOrder = std::set<std::uint32_t, ByKey>;
+  InOrder _byKey;
+  // The slot that the last step of a walk came to: the next step begins there, without a search.
+  mutable InOrder::const_iterator _walk = _byKey.end();
 };
 
 // How rows of a value lie in slots.

@@ -14,12 +14,12 @@
 
 namespace Support {
 
-// `folder` is one of the tree; the file in it has the record's name, with .schema behind it.
+// The file in the folder has the record's name, with .schema behind it.
 template <class Record>
 void expectPublishedSchema(std::string const& folder) {
   Glim::RowShape const& shape = Glim::rowShape<Record>();
   std::string const name(Glim::RecordTraits<Record>::name);
-  std::string const path = std::string(ORU_SOURCE_DIR) + "/" + folder + "/" + name + ".schema";
+  std::string const path = folder + "/" + name + ".schema";
   std::ifstream file(path);
   ASSERT_TRUE(file) << path;
   std::string const published((std::istreambuf_iterator<char>(file)), {});

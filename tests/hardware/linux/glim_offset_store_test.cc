@@ -77,7 +77,7 @@ TEST_F(GlimOffsetStoreTest, FullTableIsAnAnswerAndLosesNothing) {
 }
 
 TEST_F(GlimOffsetStoreTest, ThePublishedSchemaIsTodaysOrCarriedOver) {
-  Support::expectPublishedSchema<OffsetRow>("tests/hardware/linux/schemas");
+  Support::expectPublishedSchema<OffsetRow>(ORU_SOURCE_DIR "/tests/hardware/linux/schemas");
 }
 
 TEST_F(GlimOffsetStoreTest, DetachedTableKeepsNothingAndSaysSo) {

@@ -4,7 +4,8 @@
 namespace {
 
 TEST(PublishedVlanSchema, IsTodaysOrCarriedOver) {
-  Support::expectPublishedSchema<Glim::Bridging::VlanCounter>("tests/platform/bridging/schemas");
+  Support::expectPublishedSchema<Glim::Bridging::VlanCounter>(ORU_SOURCE_DIR
+                                                              "/tests/platform/bridging/schemas");
 }
 
 }  // namespace

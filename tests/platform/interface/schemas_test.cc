@@ -16,7 +16,7 @@ using Records = testing::Types<Interface::EthIntfCounterGlim, Interface::VlanInt
 TYPED_TEST_SUITE(PublishedSchema, Records);
 
 TYPED_TEST(PublishedSchema, IsTodaysOrCarriedOver) {
-  Support::expectPublishedSchema<TypeParam>("tests/platform/interface/schemas");
+  Support::expectPublishedSchema<TypeParam>(ORU_SOURCE_DIR "/tests/platform/interface/schemas");
 }
 
 }  // namespace
