@@ -81,11 +81,7 @@ End letAWriterDie(Scenario const& scenario, Place const& place, std::uint64_t st
 }
 
 // Not every load at every step: those of one step lie between those of the step before.
-#ifdef __SANITIZE_ADDRESS__
-constexpr std::uint64_t stride = 29;  // a fork takes so much longer
-#else
 constexpr std::uint64_t stride = 5;
-#endif
 
 }  // namespace
 
