@@ -124,9 +124,9 @@ TEST_F(GlimKill, NoKillTearsOrLosesARowOrTakesOneBack) {
   EXPECT_LT(log.busy + log.retired, log.lookups / 10);
   EXPECT_GT(log.resolved, kills / 50);
   EXPECT_GT(killsBeforeConquest, kills / 50);
-  // How much a writer gets done before its kill is up to the machine.
+  // How much a writer gets done before its kill is up to the machine; a slow one may never come to
+  // let the file grow, which is killed at each of its steps elsewhere.
   EXPECT_GT(log.operations, kills);
-  EXPECT_GT(log.growths, 0u);
   EXPECT_GE(log.moves, kills / roundsOfGeneration);
   EXPECT_GT(log.lookups, kills);
   EXPECT_GT(log.walks, 0u);
