@@ -11,7 +11,6 @@
 namespace Agent {
 namespace {
 
-constexpr std::string_view kAclDropCounters = "aclDropCounters";
 // With the half second that a turn may take to come, readers hear of the agent once a second.
 constexpr Kel::Seconds kBeat = 0.4;
 constexpr Kel::Seconds kRetry = 5.0;
@@ -44,7 +43,7 @@ Host::Host(Options const& options, ClockDriver::Steady steady, Glim::TableLimits
   auto const helper = _chip->helper();
   Kel::Ptr<Glim::Interface::AllDropCounterDir> aclDrops;
   if (helper->aclDropCountersSupported())
-    aclDrops = _tables.add<Glim::Interface::AllDropCounterDir>(kAclDropCounters);
+    aclDrops = _tables.add<Glim::Interface::AllDropCounterDir>(Interface::kAclDropCounters);
 
   _counters = Oru::Counters::countersSmFactory(
       _entities.ocsd, _entities.configDir, _entities.statusDir, pollConfig, helper, intfConfig,

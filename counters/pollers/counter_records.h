@@ -1,7 +1,14 @@
 // The samples that travel from the helper to the pollers.
 #pragma once
 
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <map>
+#include <optional>
+
 #include "platform/interface/eth_counters.h"
+#include "platform/interface/queue_counter.h"
 #include "platform/interface/statistics.h"
 #include "platform/kel/ptr_interface.h"
 
@@ -39,9 +46,46 @@ class VlanIntfCounters : public Kel::PtrInterface {
   Interface::IntfStatistics _intfStats;
 };
 
-// Which queues an interface has, and what they counted; filled by the helper
-// for the queue poller.
-class IntfQueueType;
-class IntfQueueCounters;
+// The queues of an interface, by index; filled by the helper.
+class IntfQueueType : public Kel::PtrInterface {
+ public:
+  std::map<std::uint8_t, QueueType> const& queueType() const { return _queueType; }
+  void queueTypeIs(std::uint8_t index, QueueType type) { _queueType[index] = type; }
+
+ private:
+  std::map<std::uint8_t, QueueType> _queueType;
+};
+
+// One sample of an interface's queues. Without any queue when new.
+class IntfQueueCounters : public Kel::PtrInterface {
+ public:
+  using QueueCounts = Interface::QueueCounter::QueueCounts;
+  using QueueIndex = Interface::QueueCounter::QueueIndex;
+
+  // How many queues it holds: the highest index that was set, plus 1.
+  std::uint32_t queues() const { return _queues; }
+  QueueCounts const& queueCounts(QueueIndex index) const { return _queueCounts[index.value()]; }
+  // Queues below that were not set are all zeros.
+  void queueCountsIs(QueueIndex index, QueueCounts const& counts) {
+    _queueCounts[index.value()] = counts;
+    _queues = std::max(_queues, index.value() + 1);
+  }
+
+  // Of all queues together; none where the chip does not count them so.
+  std::optional<QueueCounts> const& intfCounts() const { return _intfCounts; }
+  void intfCountsIs(std::optional<QueueCounts> const& counts) { _intfCounts = counts; }
+
+  // As when new.
+  void clear() {
+    _queueCounts = {};
+    _intfCounts.reset();
+    _queues = 0;
+  }
+
+ private:
+  std::array<QueueCounts, QueueIndex::max + 1> _queueCounts{};
+  std::optional<QueueCounts> _intfCounts;
+  std::uint32_t _queues = 0;
+};
 
 }  // namespace OruTypes

@@ -14,6 +14,9 @@ namespace Interface {
 // The names of the tables within the agent's directory.
 inline constexpr std::string_view kIntfCounters = "intfCounters";
 inline constexpr std::string_view kIntfClearCounters = "intfClearCounters";
+inline constexpr std::string_view kIntfQueueCounters = "intfQueueCounters";
+inline constexpr std::string_view kIntfClearQueueCounters = "intfClearQueueCounters";
+inline constexpr std::string_view kAclDropCounters = "aclDropCounters";
 inline constexpr std::string_view kIntfDescriptions = "intfDescriptions";
 
 // Counters of the Ethernet interfaces; also the kind of the table that holds their values at the
@@ -60,6 +63,7 @@ class AllIntfQueueCounters : public Glim::Collection<IntfQueueCounter> {
   using Collection::Collection;
 
   void intfQueueCounterIs(IntfQueueCounter const& counter) { write(counter); }
+  void intfQueueCounterDel(Pekt::IntfId const& intfId) { remove(intfId); }
 };
 
 }  // namespace QueueCounter
@@ -73,6 +77,7 @@ class AllDropCounterDir : public Glim::Collection<DropCounter> {
   using Collection::Collection;
 
   void counterIs(DropCounter const& counter) { write(counter); }
+  void counterDel(Pekt::IntfId const& intfId) { remove(intfId); }
   void counterCommit(Slot const& slot) { commit(slot); }
 };
 

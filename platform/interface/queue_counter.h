@@ -31,14 +31,28 @@ class QueueIndex {
   std::uint32_t _value;
 };
 
-// Counters are totals modulo 2^64; octets as the chip counts them.
-struct IntfQueueStat {
-  OruTypes::QueueType queueType = OruTypes::QueueType::unicast;
-  std::array<std::uint8_t, 7> reserved{};
+// What a queue, or all queues of an interface together, have sent and dropped. Totals modulo 2^64;
+// octets as the chip counts them.
+struct QueueCounts {
   std::uint64_t pkts = 0;
   std::uint64_t octets = 0;
   std::uint64_t dropPkts = 0;
   std::uint64_t dropOctets = 0;
+
+  QueueCounts& operator+=(QueueCounts const& other) {
+    pkts += other.pkts;
+    octets += other.octets;
+    dropPkts += other.dropPkts;
+    dropOctets += other.dropOctets;
+    return *this;
+  }
+  bool operator==(QueueCounts const&) const = default;
+};
+
+struct IntfQueueStat {
+  OruTypes::QueueType queueType = OruTypes::QueueType::unicast;
+  std::array<std::uint8_t, 7> reserved{};
+  QueueCounts counts;
 
   bool operator==(IntfQueueStat const&) const = default;
 };
@@ -50,6 +64,7 @@ using IntfQueueStats = Kelo::PodArray<IntfQueueStat, QueueIndex, 17>;
 struct IntfQueueCounter {
   Pekt::IntfId intfId;
   IntfQueueStats statistics;
+  QueueCounts intfCounts;  // of all queues together, as the chip itself counts them
 
   bool operator==(IntfQueueCounter const&) const = default;
 };
@@ -81,15 +96,21 @@ inline constexpr auto kIntfQueueStatNames = [] {
   return names;
 }();
 
+inline constexpr std::array kQueueCountsFields{
+    Glim::Field{"pkts", Glim::FieldType::u64, offsetof(QueueCounts, pkts)},
+    Glim::Field{"octets", Glim::FieldType::u64, offsetof(QueueCounts, octets)},
+    Glim::Field{"dropPkts", Glim::FieldType::u64, offsetof(QueueCounts, dropPkts)},
+    Glim::Field{"dropOctets", Glim::FieldType::u64, offsetof(QueueCounts, dropOctets)}};
+
 constexpr auto intfQueueStatsFields() {
   using enum Glim::FieldType;
   constexpr std::array<Glim::Field, 6> members{
       Glim::Field{"", u8, offsetof(IntfQueueStat, queueType)},
       Glim::Field{"", u8, offsetof(IntfQueueStat, reserved), 7},
-      Glim::Field{"", u64, offsetof(IntfQueueStat, pkts)},
-      Glim::Field{"", u64, offsetof(IntfQueueStat, octets)},
-      Glim::Field{"", u64, offsetof(IntfQueueStat, dropPkts)},
-      Glim::Field{"", u64, offsetof(IntfQueueStat, dropOctets)}};
+      Glim::Field{"", u64, offsetof(IntfQueueStat, counts.pkts)},
+      Glim::Field{"", u64, offsetof(IntfQueueStat, counts.octets)},
+      Glim::Field{"", u64, offsetof(IntfQueueStat, counts.dropPkts)},
+      Glim::Field{"", u64, offsetof(IntfQueueStat, counts.dropOctets)}};
   std::array<Glim::Field, 17 * members.size() + 2> fields{};
   for (std::size_t i = 0; i < 17 * members.size(); ++i) {
     fields[i] = members[i % members.size()];
@@ -111,6 +132,7 @@ struct Glim::RecordTraits<Interface::QueueCounter::IntfQueueCounter> {
   static constexpr std::string_view name = "IntfQueueCounter";
   static constexpr auto fields = Glim::joinFields(
       std::array{Glim::Field{"intfId", Glim::FieldType::text, offsetof(Row, intfId), sizeof(Key)}},
-      Glim::fieldsAt(::Interface::QueueCounter::intfQueueStatsFields(), offsetof(Row, statistics)));
+      Glim::fieldsAt(::Interface::QueueCounter::intfQueueStatsFields(), offsetof(Row, statistics)),
+      Glim::fieldsAt(::Interface::QueueCounter::kQueueCountsFields, offsetof(Row, intfCounts)));
   static Key const& key(Row const& row) { return row.intfId; }
 };

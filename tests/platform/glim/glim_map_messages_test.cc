@@ -272,7 +272,7 @@ class GlimMapOfQueues : public TableTest {
     Row row;
     row.intfId = "default";
     std::array<::Interface::QueueCounter::IntfQueueStat, 3> queues{};
-    for (std::size_t i = 0; i < queues.size(); ++i) queues[i].pkts = 100 + i;
+    for (std::size_t i = 0; i < queues.size(); ++i) queues[i].counts.pkts = 100 + i;
     row.statistics.set(queues.size(), queues.data());
     return row;
   }
@@ -288,14 +288,14 @@ TEST_F(GlimMapOfQueues, ADetachedTableAnswersTheDefaultRecordWithItsArray) {
   EXPECT_FALSE(found);
   EXPECT_EQ(out, defaultRow());
   EXPECT_EQ(out.statistics.size(), 3u);
-  EXPECT_EQ(out.statistics[Index(2)].pkts, 102u);
+  EXPECT_EQ(out.statistics[Index(2)].counts.pkts, 102u);
   out = Row();
   EXPECT_FALSE(sut.first(out));
   EXPECT_EQ(out, defaultRow());
 }
 
 TEST_F(GlimMapOfQueues, ACorruptTableAnswersTheDefaultRecordWithItsArray) {
-  sut.write({.intfId = "Ethernet1", .statistics = {}});
+  sut.write({.intfId = "Ethernet1", .statistics = {}, .intfCounts = {}});
   Vandal(file()).rowWord(0, 7) ^= 1;
   bool found = true;
   Row out;

@@ -23,16 +23,16 @@ TEST(QueueIndex, OutsideIsRefusedToTheLetter) {
 }
 
 TEST(IntfQueueCounter, EqualsOverAllMembers) {
-  IntfQueueCounter const sut{.intfId = "Ethernet1", .statistics = {}};
-  EXPECT_EQ(sut, (IntfQueueCounter{.intfId = "Ethernet1", .statistics = {}}));
-  EXPECT_NE(sut, (IntfQueueCounter{.intfId = "Ethernet2", .statistics = {}}));
+  IntfQueueCounter const sut{.intfId = "Ethernet1", .statistics = {}, .intfCounts = {}};
+  EXPECT_EQ(sut, (IntfQueueCounter{.intfId = "Ethernet1", .statistics = {}, .intfCounts = {}}));
+  EXPECT_NE(sut, (IntfQueueCounter{.intfId = "Ethernet2", .statistics = {}, .intfCounts = {}}));
   IntfQueueCounter other = sut;
   other.statistics.sizeIs(1);
   EXPECT_NE(sut, other);
 }
 
 TEST(IntfQueueCounter, IsKeyedByItsInterface) {
-  IntfQueueCounter const sut{.intfId = "Ethernet1", .statistics = {}};
+  IntfQueueCounter const sut{.intfId = "Ethernet1", .statistics = {}, .intfCounts = {}};
   EXPECT_EQ(Glim::RecordTraits<IntfQueueCounter>::key(sut), Pekt::IntfId("Ethernet1"));
 }
 

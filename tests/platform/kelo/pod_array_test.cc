@@ -18,7 +18,7 @@ using Interface::QueueCounter::QueueIndex;
 class PodArray : public testing::Test {
  protected:
   PodArray() {
-    for (std::size_t i = 0; i < buffer.size(); ++i) buffer[i].pkts = i + 1;
+    for (std::size_t i = 0; i < buffer.size(); ++i) buffer[i].counts.pkts = i + 1;
   }
   // The message of set's error.
   std::string refusal(std::size_t count) {
@@ -42,16 +42,16 @@ TEST_F(PodArray, IsEmptyWhenNew) {
 TEST_F(PodArray, SetCopiesRecordsAndSetsTheirNumber) {
   sut.set(3, buffer.data());
   EXPECT_EQ(sut.size(), 3u);
-  EXPECT_EQ(sut[QueueIndex(0)].pkts, 1u);
-  EXPECT_EQ(sut[QueueIndex(2)].pkts, 3u);
-  EXPECT_EQ(sut[QueueIndex(3)].pkts, 0u);
+  EXPECT_EQ(sut[QueueIndex(0)].counts.pkts, 1u);
+  EXPECT_EQ(sut[QueueIndex(2)].counts.pkts, 3u);
+  EXPECT_EQ(sut[QueueIndex(3)].counts.pkts, 0u);
   EXPECT_EQ(sut.end() - sut.begin(), 3);
 }
 
 TEST_F(PodArray, SetTakesAsManyAsThereIsRoomFor) {
   sut.set(17, buffer.data());
   EXPECT_EQ(sut.size(), 17u);
-  EXPECT_EQ(sut[QueueIndex(16)].pkts, 17u);
+  EXPECT_EQ(sut[QueueIndex(16)].counts.pkts, 17u);
 }
 
 TEST_F(PodArray, SetOfMoreIsRefusedToTheLetter) {
@@ -100,7 +100,7 @@ TEST_F(PodArray, EqualsByRecordsAndNumber) {
   sut.set(2, buffer.data());
   other.set(2, buffer.data());
   EXPECT_EQ(sut, other);
-  other[QueueIndex(1)].dropOctets = 1;
+  other[QueueIndex(1)].counts.dropOctets = 1;
   EXPECT_NE(sut, other);
   other = sut;
   other.sizeIs(1);
