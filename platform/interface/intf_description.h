@@ -98,6 +98,13 @@ constexpr std::string_view name(OperState state) {
   return n < names.size() ? names[n] : std::string_view();
 }
 
+// The queue counters as the bits of IntfDescription::unsupportedQueue: bit n is
+// kQueueCounterNames[n] of the single queues, bit 4 + n that of all queues together.
+inline constexpr std::array<std::string_view, 4> kQueueCounterNames{"pkts", "octets", "dropPkts",
+                                                                    "dropOctets"};
+inline constexpr std::uint32_t kNoSingleQueues = 0x0f;
+inline constexpr std::uint32_t kNoQueuesTogether = 0xf0;
+
 // A row of the agent's own table of interfaces.
 struct IntfDescription {
   Pekt::IntfId intfId;
@@ -110,6 +117,8 @@ struct IntfDescription {
   AdminState adminState = AdminState::unknown;
   OperState operState = OperState::none;
   std::uint16_t reserved = 0;
+  std::uint32_t txQueues = 0;  // transmit queues, which may be more than a row has; 0: unknown
+  std::uint32_t unsupportedQueue = 0;  // the queue counters that the chip cannot count
 
   bool operator==(IntfDescription const&) const = default;
 };
@@ -131,6 +140,8 @@ struct Glim::RecordTraits<Interface::IntfDescription> {
       Glim::Field{"ifIndex", Glim::FieldType::u32, offsetof(Row, ifIndex)},
       Glim::Field{"adminState", Glim::FieldType::u8, offsetof(Row, adminState)},
       Glim::Field{"operState", Glim::FieldType::u8, offsetof(Row, operState)},
-      Glim::Field{"reserved", Glim::FieldType::u16, offsetof(Row, reserved)}};
+      Glim::Field{"reserved", Glim::FieldType::u16, offsetof(Row, reserved)},
+      Glim::Field{"txQueues", Glim::FieldType::u32, offsetof(Row, txQueues)},
+      Glim::Field{"unsupportedQueue", Glim::FieldType::u32, offsetof(Row, unsupportedQueue)}};
   static Key const& key(Row const& row) { return row.intfId; }
 };
