@@ -1,9 +1,13 @@
 #include "counters/counters_sm.h"
 
 #include "counters/counters_sm_reactors.h"
+#include "counters/pollers/intf_acl_drop_counters_sm.h"
+#include "counters/pollers/intf_queue_counters_sm.h"
 #include "counters/pollers/port_counters_sm.h"
 #include "counters/pollers/unit.h"
 #include "platform/interface/counter_tables.h"
+
+template class Kel::StateMachine<Oru::Counters::CountersSm, Oru::OruBaseSm>;
 
 namespace Oru::Counters {
 
@@ -178,5 +182,22 @@ void CountersSm::portCountersSmDel(Pekt::IntfId const& intfId) {
   _portCountersSm.deleteMember(intfId);
 }
 void CountersSm::portCountersSmDelAll() { _portCountersSm.emptyAllBuckets(); }
+
+Kel::Ptr<IntfQueueCountersSm> CountersSm::intfQueueCountersSm(Pekt::IntfId const& intfId) const {
+  return _intfQueueCountersSm.member(intfId);
+}
+void CountersSm::intfQueueCountersSmDel(Pekt::IntfId const& intfId) {
+  _intfQueueCountersSm.deleteMember(intfId);
+}
+void CountersSm::intfQueueCountersSmDelAll() { _intfQueueCountersSm.emptyAllBuckets(); }
+
+Kel::Ptr<IntfAclDropCountersSm> CountersSm::intfAclDropCountersSm(
+    Pekt::IntfId const& intfId) const {
+  return _intfAclDropCountersSm.member(intfId);
+}
+void CountersSm::intfAclDropCountersSmDel(Pekt::IntfId const& intfId) {
+  _intfAclDropCountersSm.deleteMember(intfId);
+}
+void CountersSm::intfAclDropCountersSmDelAll() { _intfAclDropCountersSm.emptyAllBuckets(); }
 
 }  // namespace Oru::Counters

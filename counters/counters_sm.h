@@ -17,7 +17,8 @@
 
 namespace Glim::Interface {
 class AllDropCounterDir;
-}
+struct DropCounter;
+}  // namespace Glim::Interface
 namespace Interface {
 class AllEthIntfCounterGlim;
 class AllVlanIntfCounterGlim;
@@ -41,6 +42,8 @@ std::ostream& operator<<(std::ostream& out, CounterType type);
 
 namespace Oru::Counters {
 
+class IntfAclDropCountersSm;
+class IntfQueueCountersSm;
 class PortCountersSm;
 
 // Keeps one poller per interface and kind of counter, for the interfaces that
@@ -236,6 +239,33 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
   void portCountersSmDel(Pekt::IntfId const& intfId);
   void portCountersSmDelAll();
 
+  // The same of the queue pollers.
+  template <class... Rest>
+  Kel::Ptr<IntfQueueCountersSm> intfQueueCountersSmIs(Kel::Ptr<OruCommonSmData> const& ocsd,
+                                                      Pekt::IntfId const& intfId,
+                                                      Rest const&... rest) {
+    return _intfQueueCountersSm.newMember(intfId, ocsd, intfId, rest...);
+  }
+  Kel::Ptr<IntfQueueCountersSm> intfQueueCountersSm(Pekt::IntfId const& intfId) const;
+  Kel::HashMap<IntfQueueCountersSm, Pekt::IntfId> const& intfQueueCountersSm() const {
+    return _intfQueueCountersSm;
+  }
+  void intfQueueCountersSmDel(Pekt::IntfId const& intfId);
+  void intfQueueCountersSmDelAll();
+
+  // The same of the ACL drop pollers.
+  template <class... Rest>
+  Kel::Ptr<IntfAclDropCountersSm> intfAclDropCountersSmIs(Pekt::IntfId const& intfId,
+                                                          Rest const&... rest) {
+    return _intfAclDropCountersSm.newMember(intfId, intfId, rest...);
+  }
+  Kel::Ptr<IntfAclDropCountersSm> intfAclDropCountersSm(Pekt::IntfId const& intfId) const;
+  Kel::HashMap<IntfAclDropCountersSm, Pekt::IntfId> const& intfAclDropCountersSm() const {
+    return _intfAclDropCountersSm;
+  }
+  void intfAclDropCountersSmDel(Pekt::IntfId const& intfId);
+  void intfAclDropCountersSmDelAll();
+
   static constexpr auto kelDescription() {
     using Sm = CountersSm;
     return Kel::describe(
@@ -265,6 +295,8 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
         Kel::value("counterPollPeriod", &Sm::counterPollPeriod, &Sm::counterPollPeriodIs),
         Kel::value("initialized", &Sm::initialized, &Sm::initializedIs),
         Kel::collection("portCountersSm", &Sm::_portCountersSm),
+        Kel::collection("intfQueueCountersSm", &Sm::_intfQueueCountersSm),
+        Kel::collection("intfAclDropCountersSm", &Sm::_intfAclDropCountersSm),
         Kel::operation<Pekt::IntfId>("handleIntf", &Sm::handleIntf),
         Kel::operation<Kel::String>("doClearCounters", &Sm::doClearCounters),
         Kel::operation<Pekt::IntfId>("handleCpuIntf", &Sm::handleCpuIntf),
@@ -303,6 +335,7 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
   void intfPresent(Pekt::IntfId const& intfId);
   void intfAbsent(Pekt::IntfId const& intfId, bool statusExists);
   void addRows(Pekt::IntfId const& intfId);
+  Glim::Interface::DropCounter addDropRow(Pekt::IntfId const& intfId);
 
   // In the order in which the constructor makes them.
   Kel::Input<KelEthPhyIntfConfigDir, Interface::AllEthPhyIntfConfigDir const> _ethPhyIntfConfigDir;
@@ -311,6 +344,8 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
   Kel::Ptr<OruHelper::OruHelperCountersSm> const _platformHelper;
   Kel::Ptr<Interface::GlobalIntfConfig const> const _globalIntfConfig;
   Kel::HashMap<PortCountersSm, Pekt::IntfId> _portCountersSm;
+  Kel::HashMap<IntfQueueCountersSm, Pekt::IntfId> _intfQueueCountersSm;
+  Kel::HashMap<IntfAclDropCountersSm, Pekt::IntfId> _intfAclDropCountersSm;
   Kel::Ptr<Interface::QueueCounter::WriterConfig> _writerConfig;
   Kel::Ptr<Interface::EthIntfCounterWriterStatus> _ethIntfCounterWriterStatus;
   Kel::Ptr<Interface::AclDropConfig> _aclDropConfig;
@@ -356,3 +391,5 @@ Kel::Ptr<CountersSm> countersSmFactory(
     Kel::Ptr<Interface::AllEthIntfCounterGlim> const& allIntfClearCounters);
 
 }  // namespace Oru::Counters
+
+extern template class Kel::StateMachine<Oru::Counters::CountersSm, Oru::OruBaseSm>;

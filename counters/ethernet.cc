@@ -1,6 +1,8 @@
 // Ethernet interfaces as they come and go: their rows, writer status and
 // pollers.
 #include "counters/counters_sm.h"
+#include "counters/pollers/intf_acl_drop_counters_sm.h"
+#include "counters/pollers/intf_queue_counters_sm.h"
 #include "counters/pollers/port_counters_sm.h"
 #include "counters/pollers/unit.h"
 #include "platform/interface/counter_tables.h"
@@ -50,6 +52,19 @@ void CountersSm::intfPresent(Pekt::IntfId const& intfId) {
                                        allIntfCounters(), allIntfClearCounters());
   poller->counterPollPeriodIs(counterPollPeriod());
   poller->initializedIs(true);
+  if (portCountersSm(intfId) != poller) return;  // ended by what that set off, in part or whole
+
+  if (allIntfQueueCounters()) {
+    auto const queues =
+        intfQueueCountersSmIs(ocsd(), intfId, counterPollPeriod(), clock, platformHelper(),
+                              allIntfQueueCounters(), allIntfClearQueueCounters());
+    queues->initializedIs(true);
+    if (intfQueueCountersSm(intfId) != queues) return;
+  }
+  if (platformHelper()->aclDropCountersSupported()) {
+    auto const drops = addDropRow(intfId);
+    intfAclDropCountersSmIs(intfId, clock, drops, intfAclDropCountersDir(), platformHelper());
+  }
 }
 
 // Zero rows in both tables; an interface that has its row keeps it, and the
@@ -60,6 +75,16 @@ void CountersSm::addRows(Pekt::IntfId const& intfId) {
   row.intfId = intfId;
   allIntfCounters()->counterIs(row);
   allIntfClearCounters()->counterIs(row);
+}
+
+// The row as it stood before: the default one where there was none.
+Glim::Interface::DropCounter CountersSm::addDropRow(Pekt::IntfId const& intfId) {
+  auto const found = intfAclDropCountersDir()->counter(intfId);
+  if (found == Glim::Interface::DropCounter()) {
+    if (auto t = trace(6)) t << " Adding Glim entry acldrop for " << intfId;
+    intfAclDropCountersDir()->counterIs({.intfId = intfId});
+  }
+  return found;
 }
 
 void CountersSm::intfAbsent(Pekt::IntfId const& intfId, bool statusExists) {
@@ -75,6 +100,8 @@ void CountersSm::intfAbsent(Pekt::IntfId const& intfId, bool statusExists) {
     poller->handleExit();
     portCountersSmDel(intfId);
   }
+  intfQueueCountersSmDel(intfId);
+  intfAclDropCountersSmDel(intfId);
 }
 
 }  // namespace Oru::Counters

@@ -2,6 +2,8 @@
 #include <ostream>
 
 #include "counters/counters_sm.h"
+#include "counters/pollers/intf_acl_drop_counters_sm.h"
+#include "counters/pollers/intf_queue_counters_sm.h"
 #include "counters/pollers/port_counters_sm.h"
 #include "counters/pollers/unit.h"
 
@@ -46,10 +48,16 @@ void CountersSm::handleQosAclSliceHwStatusDir(Kel::Name) {}
 
 void CountersSm::updateCounters(OruTypes::CounterType type, Pekt::IntfId intf) {
   if (auto t = trace(7)) t << "updateCounters counter type: " << type << ", intf: " << intf;
+  auto const update = [](auto const& poller) {
+    if (poller) poller->updateCounters();
+  };
   switch (type) {
+    case OruTypes::CounterType::queue:
+      return update(intfQueueCountersSm(intf));
     case OruTypes::CounterType::port:
-      if (auto const poller = portCountersSm(intf)) poller->updateCounters();
-      return;
+      return update(portCountersSm(intf));
+    case OruTypes::CounterType::aclDrop:
+      return update(intfAclDropCountersSm(intf));
     case OruTypes::CounterType::vlan:
     case OruTypes::CounterType::snapshot:
       require(false, "0");

@@ -3,6 +3,8 @@
 // This file is linked into the shared object itself: in a static library the
 // linker would drop it, since nothing refers to it.
 #include "counters/counters_sm.h"
+#include "counters/pollers/intf_acl_drop_counters_sm.h"
+#include "counters/pollers/intf_queue_counters_sm.h"
 #include "counters/pollers/port_counters_sm.h"
 
 namespace Oru::Counters {
@@ -11,8 +13,9 @@ namespace {
 struct Unit {
   Kel::String const ns = "ns-";
 
-  static constexpr Kel::TypeNode const* kTypes[] = {&PortCountersSm::_kelType,
-                                                    &CountersSm::_kelType};
+  static constexpr Kel::TypeNode const* kTypes[] = {
+      &IntfAclDropCountersSm::_kelType, &IntfQueueCountersSm::_kelType, &PortCountersSm::_kelType,
+      &CountersSm::_kelType};
 
   Unit() {
     for (auto const* type : kTypes) Kel::typeNodeIs(*type);

@@ -1,8 +1,7 @@
 #include "counters/pollers/port_counters_sm.h"
 
-#include <algorithm>
-
 #include "counters/pollers/unit.h"
+#include "counters/pollers/wake_ups.h"
 #include "platform/interface/counter_tables.h"
 
 namespace Oru::Counters {
@@ -76,8 +75,7 @@ void PortCountersSm::handleInitialized() {
   require(initialized(), "initialized()");
   prevCountersIs();
   platformHelper()->initialize(intfId());
-  Kel::Seconds const now = Kel::System::currentTime();
-  _clock->timeMinIs(now + std::max(counterPollPeriod(), platformHelper()->firstSyncDelay()));
+  _clock->timeMinIs(firstWakeUp(*platformHelper(), counterPollPeriod()));
 }
 
 void PortCountersSm::handlePeriodPoll() {
@@ -87,13 +85,7 @@ void PortCountersSm::handlePeriodPoll() {
 void PortCountersSm::handleTime() {
   if (!initialized()) return;
   if (counterPollPeriod() == 0.0) return;  // stops for good: nothing re-arms the clock
-  try {
-    updateCounters();
-  } catch (...) {
-    setNextWakeUp();  // one poll that fails is not the last
-    throw;
-  }
-  setNextWakeUp();
+  pollAndSetNext([this] { updateCounters(); }, [this] { setNextWakeUp(); });
 }
 
 void PortCountersSm::setNextWakeUp() {

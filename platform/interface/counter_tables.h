@@ -64,6 +64,14 @@ class AllIntfQueueCounters : public Glim::Collection<IntfQueueCounter> {
 
   void intfQueueCounterIs(IntfQueueCounter const& counter) { write(counter); }
   void intfQueueCounterDel(Pekt::IntfId const& intfId) { remove(intfId); }
+  // The row; for an absent one, a row of the interface without queues.
+  IntfQueueCounter intfQueueCounter(Pekt::IntfId const& intfId) {
+    IntfQueueCounter row;
+    bool found = false;
+    safeLookup(intfId, found, row);
+    if (!found) row.intfId = intfId;
+    return row;
+  }
 };
 
 }  // namespace QueueCounter
@@ -78,6 +86,8 @@ class AllDropCounterDir : public Glim::Collection<DropCounter> {
 
   void counterIs(DropCounter const& counter) { write(counter); }
   void counterDel(Pekt::IntfId const& intfId) { remove(intfId); }
+  // The row, or the default one.
+  DropCounter counter(Pekt::IntfId const& intfId) { return lookup(intfId); }
   void counterCommit(Slot const& slot) { commit(slot); }
 };
 

@@ -7,6 +7,13 @@
 //
 //   Kel::Ptr<Sm> sm = Kel::instance<Sm>(parameters...);
 //
+// The class of a state machine that owns others names those only, where its header ends with
+//
+//   extern template class Kel::StateMachine<Sm, Base>;
+//
+// and its source says the same without `extern`: whoever uses it, or derives from it, then need not
+// know them.
+//
 // The order of its end, when the last reference goes: it and its reactors become
 // zombies; its collections are emptied; its reactors lose their way back to it;
 // its members are released in reverse order of declaration.
@@ -30,31 +37,11 @@ template <class Self, class Base>
 class StateMachine : public Base {
  public:
   // Reaches the reactors, then the children in the collections.
-  void hasNotificationActiveIs(bool active) override {
-    if (active == this->hasNotificationActive()) return;
-    Base::hasNotificationActiveIs(active);
-    eachInput(self(), [&](auto& input) { input.hasNotificationActiveIs(active); });
-    eachCollection(self(), [&](auto& members) {
-      for (auto const& [key, member] : members.walk()) member->hasNotificationActiveIs(active);
-    });
-  }
-
+  void hasNotificationActiveIs(bool active) override;
   TypeNode const* fwkType() const override { return &Self::_kelType; }
-
   // Reaches the reactors, not the children.
-  void kelDoZombieReactors(bool zombie) override {
-    if (zombie == this->kelMarkedForDeletion()) return;
-    eachInput(self(), [&](auto& input) { input.kelDoZombieReactors(zombie); });
-    Base::kelDoZombieReactors(zombie);
-    this->kelMarkedForDeletionIs(zombie);
-  }
-
-  void zeroReferencesIs(bool zero) override {
-    this->kelDoZombieReactors(true);
-    eachCollection(self(), [](auto& members) { members.emptyAllBuckets(); });
-    eachInput(self(), [](auto& input) { input.ownerDel(); });
-    Base::zeroReferencesIs(zero);
-  }
+  void kelDoZombieReactors(bool zombie) override;
+  void zeroReferencesIs(bool zero) override;
 
   // A constructor that throws comes back through operator delete, so that what
   // was recorded is taken back and the memory freed.
@@ -75,6 +62,32 @@ class StateMachine : public Base {
  private:
   Self& self() { return static_cast<Self&>(*this); }
 };
+
+template <class Self, class Base>
+void StateMachine<Self, Base>::hasNotificationActiveIs(bool active) {
+  if (active == this->hasNotificationActive()) return;
+  Base::hasNotificationActiveIs(active);
+  eachInput(self(), [&](auto& input) { input.hasNotificationActiveIs(active); });
+  eachCollection(self(), [&](auto& members) {
+    for (auto const& [key, member] : members.walk()) member->hasNotificationActiveIs(active);
+  });
+}
+
+template <class Self, class Base>
+void StateMachine<Self, Base>::kelDoZombieReactors(bool zombie) {
+  if (zombie == this->kelMarkedForDeletion()) return;
+  eachInput(self(), [&](auto& input) { input.kelDoZombieReactors(zombie); });
+  Base::kelDoZombieReactors(zombie);
+  this->kelMarkedForDeletionIs(zombie);
+}
+
+template <class Self, class Base>
+void StateMachine<Self, Base>::zeroReferencesIs(bool zero) {
+  this->kelDoZombieReactors(true);
+  eachCollection(self(), [](auto& members) { members.emptyAllBuckets(); });
+  eachInput(self(), [](auto& input) { input.ownerDel(); });
+  Base::zeroReferencesIs(zero);
+}
 
 template <class Sm, class... Params>
 concept MadeFrom = std::constructible_from<Sm, Params const&...>;

@@ -8,14 +8,13 @@
 namespace Kelo {
 
 std::string podArraySizeText(std::size_t capacity, std::size_t count, void const* buffer,
-                             std::size_t recordSize) {
+                             std::size_t size) {
   std::ostringstream text;
   text << "PodArray::set expected size <= " << capacity << ", instead got " << count
        << ". Buffer is at address: " << buffer << " with contents: " << std::hex
        << std::setfill('0');
   auto const* bytes = static_cast<unsigned char const*>(buffer);
-  for (std::size_t i = 0; i < count * recordSize; ++i)
-    text << std::setw(2) << static_cast<unsigned>(bytes[i]);
+  for (std::size_t i = 0; i < size; ++i) text << std::setw(2) << static_cast<unsigned>(bytes[i]);
   return text.str();
 }
 

@@ -10,9 +10,9 @@
 
 namespace Kelo {
 
-// The text of the error of PodArray::set, with a hexadecimal dump of the buffer.
+// The text of the error of PodArray::set, with a hexadecimal dump of so many bytes of the buffer.
 std::string podArraySizeText(std::size_t capacity, std::size_t count, void const* buffer,
-                             std::size_t recordSize);
+                             std::size_t bytes);
 [[noreturn]] void throwPodArraySize(std::string const& text);
 
 // Up to N records of type T, of which the first size() are in use. Index is
@@ -35,9 +35,17 @@ class PodArray {
   // Takes `count` records from a raw buffer. Throws Dov::InvalidSizeException,
   // naming both sizes and dumping the buffer, when count is above N.
   void set(std::size_t count, void const* data) {
-    if (count > N) throwPodArraySize(podArraySizeText(N, count, data, sizeof(T)));
+    if (count > N) throwPodArraySize(podArraySizeText(N, count, data, count * sizeof(T)));
     if (count) std::memcpy(_entries.data(), data, count * sizeof(T));
     _count = static_cast<std::uint32_t>(count);
+  }
+
+  // Takes the records of another array. One that was made from damaged memory may say that it has
+  // more than N: that is the same error, with a dump of the N that there are.
+  void set(PodArray const& other) {
+    if (other._count > N)
+      throwPodArraySize(podArraySizeText(N, other._count, other._entries.data(), N * sizeof(T)));
+    set(other._count, other._entries.data());
   }
 
   bool operator==(PodArray const&) const = default;

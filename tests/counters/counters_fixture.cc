@@ -18,12 +18,20 @@ void RecordingHelper::completeSample() {
 
 CountersFixture::CountersFixture() { cliCounterConfig->periodPollIs(5.0); }
 
+void CountersFixture::withQueuesAndDrops() {
+  allIntfQueueCounters = tables.table<RecordingQueueTable>("queues", log, "intfQueueCounter");
+  allIntfClearQueueCounters =
+      tables.table<RecordingQueueTable>("clearQueues", log, "intfQueueCounter");
+  intfAclDropCountersDir = tables.table<RecordingDropTable>("drops", log, "counter");
+  helper->aclDropsSupported = true;
+}
+
 void CountersFixture::make() {
   sut = Oru::Counters::countersSmFactory(
       ocsd, configDir, statusDir, cliCounterConfig, helper, globalIntfConfig, cliConfig,
       qosSliceHwStatus, qosSliceHwStatusDir, qosAclSliceHwStatus, qosAclSliceHwStatusDir,
-      vlanIntfConfigDir, vlanIntfStatusDir, nullptr, nullptr, nullptr, allIntfCounters,
-      allIntfClearCounters);
+      vlanIntfConfigDir, vlanIntfStatusDir, intfAclDropCountersDir, allIntfQueueCounters,
+      allIntfClearQueueCounters, allIntfCounters, allIntfClearCounters);
   sut->writerConfigIs(writerConfig);
   sut->ethIntfCounterWriterStatusIs(writerStatus);
   sut->aclDropConfigIs(aclDropConfig);

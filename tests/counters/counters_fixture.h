@@ -5,10 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <map>
 #include <string>
 
 #include "counters/counters_sm.h"
 #include "counters/pollers/counter_records.h"
+#include "counters/pollers/intf_acl_drop_counters_sm.h"
+#include "counters/pollers/intf_queue_counters_sm.h"
 #include "counters/pollers/port_counters_sm.h"
 #include "platform/dov/exception.h"
 #include "platform/interface/counter_tables.h"
@@ -27,7 +30,10 @@ class RecordingHelper : public OruHelper::OruHelperCountersSm {
     _log("hwInit");
     if (duringHwInit) duringHwInit();
   }
-  void initialize(Pekt::IntfId id) override { _log("initialize", id); }
+  void initialize(Pekt::IntfId id) override {
+    _log("initialize", id);
+    if (duringInitialize) duringInitialize();
+  }
   void deinitialize(Pekt::IntfId id) override {
     _log("deinitialize", id);
     if (duringDeinitialize) duringDeinitialize();
@@ -35,7 +41,21 @@ class RecordingHelper : public OruHelper::OruHelperCountersSm {
   Kel::Seconds firstSyncDelay() const override { return firstSync; }
   void getCounters(Pekt::IntfId id, Kel::Ptr<OruTypes::IntfCounters> newCounters,
                    Kel::Ptr<OruTypes::IntfCounters> prevCounters) override;
+  void getIntfQueueType(Pekt::IntfId id, Kel::Ptr<OruTypes::IntfQueueType> queueType) override {
+    _log("getIntfQueueType", id);
+    for (auto const& [index, type] : queueTypes) queueType->queueTypeIs(index, type);
+  }
+  void getIntfQueueCounters(Pekt::IntfId id,
+                            Kel::Ptr<OruTypes::IntfQueueCounters> counters) override {
+    _log("getIntfQueueCounters", id);
+    if (fillQueueCounters) fillQueueCounters(*counters);
+  }
   void doClearCounters(Kel::String request) override { _log("helper.doClearCounters", request); }
+  bool aclDropCountersSupported() override { return aclDropsSupported; }
+  std::uint64_t getIntfAclDropCounters(Pekt::IntfId id) override {
+    _log("getIntfAclDropCounters", id);
+    return aclDrops;
+  }
 
   // Fills in the sample's error totals from its classes, as a chip must.
   void completeSample();
@@ -43,35 +63,58 @@ class RecordingHelper : public OruHelper::OruHelperCountersSm {
   Kel::Ptr<OruTypes::IntfCounters> const sample = Kel::make<OruTypes::IntfCounters>();
   Kel::Seconds firstSync = 0.0;
   std::uint64_t prevInOctets = 0;  // of the last getCounters
-  std::function<void()> duringHwInit, duringGetCounters, duringDeinitialize;
+  std::map<std::uint8_t, OruTypes::QueueType> queueTypes{{0, OruTypes::QueueType::unicast}};
+  bool aclDropsSupported = false;
+  std::uint64_t aclDrops = 0;
+  std::function<void()> duringHwInit, duringInitialize, duringGetCounters, duringDeinitialize;
+  std::function<void(OruTypes::IntfQueueCounters&)> fillQueueCounters;
 
  private:
   CallLog& _log;
 };
 
-// Records what is written.
-class RecordingTable : public Interface::AllEthIntfCounterGlim {
+// Records what is written. `what` is the table's word for a row in its operations.
+template <class Table>
+class Recording : public Table {
  public:
-  RecordingTable(Dov::Platform::DebugHandler& handler, Glim::RootPath const& path,
-                 Glim::TableLimits const& limits, CallLog& log)
-      : AllEthIntfCounterGlim(handler, path, limits), _log(log), _name(path.glimName()) {}
+  using Record = typename Table::Record;
+  using Key = typename Table::Key;
 
-  void write(Interface::EthIntfCounterGlim const& row) override {
-    _log(_name + ".counterIs", row.intfId);
+  Recording(Dov::Platform::DebugHandler& handler, Glim::RootPath const& path,
+            Glim::TableLimits const& limits, CallLog& log, std::string const& what)
+      : Table(handler, path, limits),
+        _log(log),
+        _path(path.glimName()),
+        _name(_path + '.' + what) {}
+
+  void write(Record const& row) override {
+    _log(_name + "Is", row.intfId);
     if (full) Dov::ResourceException::throwException("the table is full");
-    AllEthIntfCounterGlim::write(row);
+    Table::write(row);
   }
-  void remove(Pekt::IntfId const& id) override {
-    _log(_name + ".counterDel", id);
-    AllEthIntfCounterGlim::remove(id);
+  void remove(Key const& id) override {
+    _log(_name + "Del", id);
+    Table::remove(id);
+  }
+  typename Table::Slot directWrite(Key const& id) override {
+    _log(_path + ".directWrite", id);
+    return Table::directWrite(id);
+  }
+  void commit(typename Table::Slot const& slot) override {
+    _log(_name + "Commit", slot->intfId);
+    if (full) Dov::ResourceException::throwException("the table is full");
+    Table::commit(slot);
   }
 
   bool full = false;
 
  private:
   CallLog& _log;
-  std::string const _name;
+  std::string const _path, _name;
 };
+using RecordingTable = Recording<Interface::AllEthIntfCounterGlim>;
+using RecordingQueueTable = Recording<Interface::QueueCounter::AllIntfQueueCounters>;
+using RecordingDropTable = Recording<Glim::Interface::AllDropCounterDir>;
 
 // Records the calls on a writer status or configuration, those that change nothing included.
 template <class Flags>
@@ -97,6 +140,9 @@ class CountersFixture : public testing::Test {
  public:
   CountersFixture();
 
+  // Gives `sut` the tables of queues and drops, and the helper its ACL drop counters. Before
+  // make().
+  void withQueuesAndDrops();
   // Makes `sut` with all inputs, its notifications on, not initialized.
   void make();
   void makeInitialized();
@@ -128,9 +174,12 @@ class CountersFixture : public testing::Test {
   Kel::Ptr<Interface::VlanIntfStatusDir> vlanIntfStatusDir =
       Kel::make<Interface::VlanIntfStatusDir>();
   Kel::Ptr<Interface::AllEthIntfCounterGlim> allIntfCounters =
-      tables.table<RecordingTable>("live", log);
+      tables.table<RecordingTable>("live", log, "counter");
   Kel::Ptr<Interface::AllEthIntfCounterGlim> allIntfClearCounters =
-      tables.table<RecordingTable>("clear", log);
+      tables.table<RecordingTable>("clear", log, "counter");
+  // Null unless withQueuesAndDrops().
+  Kel::Ptr<RecordingQueueTable> allIntfQueueCounters, allIntfClearQueueCounters;
+  Kel::Ptr<RecordingDropTable> intfAclDropCountersDir;
 
   Kel::Ptr<Interface::QueueCounter::WriterConfig> writerConfig =
       Kel::make<RecordingFlags<Interface::QueueCounter::WriterConfig>>(log, "writerConfig");

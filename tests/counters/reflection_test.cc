@@ -15,12 +15,17 @@ using Support::eth1;
 class Reflection : public Support::CountersFixture {
  public:
   Reflection() {
+    withQueuesAndDrops();
     makeInitialized();
     addIntf(eth1);
     poller = sut->portCountersSm(eth1);
+    queuePoller = sut->intfQueueCountersSm(eth1);
+    dropPoller = sut->intfAclDropCountersSm(eth1);
     log.clear();
   }
   Kel::Ptr<Oru::Counters::PortCountersSm> poller;
+  Kel::Ptr<Oru::Counters::IntfQueueCountersSm> queuePoller;
+  Kel::Ptr<Oru::Counters::IntfAclDropCountersSm> dropPoller;
 };
 
 Calls names(Kel::TypeNode const& type) {
@@ -32,12 +37,16 @@ Calls names(Kel::TypeNode const& type) {
 TEST_F(Reflection, TypesAreRegisteredInOrder) {
   Calls registered;
   for (auto const* type : Kel::typeNodes()) registered.emplace_back(type->name());
-  EXPECT_EQ(registered, (Calls{"Oru::Counters::PortCountersSm", "Oru::Counters::CountersSm"}));
+  EXPECT_EQ(registered,
+            (Calls{"Oru::Counters::IntfAclDropCountersSm", "Oru::Counters::IntfQueueCountersSm",
+                   "Oru::Counters::PortCountersSm", "Oru::Counters::CountersSm"}));
 }
 
 TEST_F(Reflection, ObjectsKnowTheirType) {
   EXPECT_EQ(sut->fwkType(), &Oru::Counters::CountersSm::_kelType);
   EXPECT_EQ(poller->fwkType(), &Oru::Counters::PortCountersSm::_kelType);
+  EXPECT_EQ(queuePoller->fwkType(), &Oru::Counters::IntfQueueCountersSm::_kelType);
+  EXPECT_EQ(dropPoller->fwkType(), &Oru::Counters::IntfAclDropCountersSm::_kelType);
 }
 
 TEST_F(Reflection, CountersSmDeclaresItsAttributes) {
@@ -68,6 +77,8 @@ TEST_F(Reflection, CountersSmDeclaresItsAttributes) {
                                                                "counterPollPeriod",
                                                                "initialized",
                                                                "portCountersSm",
+                                                               "intfQueueCountersSm",
+                                                               "intfAclDropCountersSm",
                                                                "handleIntf",
                                                                "doClearCounters",
                                                                "handleCpuIntf",
@@ -77,6 +88,20 @@ TEST_F(Reflection, CountersSmDeclaresItsAttributes) {
                                                                "handleQosSliceHwStatusDir",
                                                                "handleQosAclSliceHwStatusDir",
                                                                "updateCounters"}));
+}
+
+TEST_F(Reflection, IntfQueueCountersSmDeclaresItsAttributes) {
+  EXPECT_EQ(names(*queuePoller->fwkType()),
+            (Calls{"ocsd", "intfId", "counterPollPeriod", "clock", "platformHelper",
+                   "allIntfQueueCounters", "allIntfClearQueueCounters", "prevCounters",
+                   "initialized", "addQueues", "handleTime", "updateCounters"}));
+}
+
+TEST_F(Reflection, IntfAclDropCountersSmDeclaresItsAttributes) {
+  EXPECT_EQ(names(*dropPoller->fwkType()),
+            (Calls{"intfId", "clock", "intfAclDropCounter", "intfAclDropCountersDir",
+                   "platformHelper", "prevCounters", "pollInterval", "initialized",
+                   "handleInitialized", "handleTime", "updateCounters"}));
 }
 
 // Every attribute answers exactly what its kind offers.
@@ -109,6 +134,13 @@ void expectEveryAttributeAnswers(Kel::PtrInterface& object) {
 TEST_F(Reflection, EveryAttributeOfCountersSmAnswers) { expectEveryAttributeAnswers(*sut); }
 TEST_F(Reflection, EveryAttributeOfPortCountersSmAnswers) { expectEveryAttributeAnswers(*poller); }
 
+TEST_F(Reflection, EveryAttributeOfIntfQueueCountersSmAnswers) {
+  expectEveryAttributeAnswers(*queuePoller);
+}
+TEST_F(Reflection, EveryAttributeOfIntfAclDropCountersSmAnswers) {
+  expectEveryAttributeAnswers(*dropPoller);
+}
+
 TEST_F(Reflection, EveryOperationOfCountersSmCanBeInvoked) {
   std::map<std::string, Calls> const arguments{{"handleIntf", {"Ethernet1"}},
                                                {"doClearCounters", {"all"}},
@@ -124,6 +156,8 @@ TEST_F(Reflection, EveryOperationOfCountersSmCanBeInvoked) {
     if (!a.invoke) continue;
     SCOPED_TRACE(std::string(a.name));
     ASSERT_TRUE(arguments.contains(std::string(a.name)));
+    // A second handling of an interface with its ACL drop poller is refused.
+    if (a.name == "handleIntf") sut->intfAclDropCountersSmDelAll();
     EXPECT_NO_THROW(Kel::invoke(*sut, a.name, arguments.at(std::string(a.name))));
     EXPECT_THROW(Kel::invoke(*sut, a.name, {"1", "2", "3"}), Kel::RangeException);
     ++invoked;
@@ -141,6 +175,33 @@ TEST_F(Reflection, EveryOperationOfPortCountersSmCanBeInvoked) {
   EXPECT_EQ(log.calls(),
             (Calls{"getCounters Ethernet1", "live.counterIs Ethernet1", "getCounters Ethernet1",
                    "live.counterIs Ethernet1", "deinitialize Ethernet1"}));
+}
+
+TEST_F(Reflection, EveryOperationOfIntfQueueCountersSmCanBeInvoked) {
+  Kel::invoke(*queuePoller, "addQueues");
+  Kel::invoke(*queuePoller, "updateCounters");
+  Kel::invoke(*queuePoller, "handleTime");
+  EXPECT_EQ(log.calls(),
+            (Calls{"getIntfQueueType Ethernet1", "getIntfQueueCounters Ethernet1",
+                   "queues.intfQueueCounterIs Ethernet1", "getIntfQueueCounters Ethernet1",
+                   "queues.intfQueueCounterIs Ethernet1"}));
+}
+
+TEST_F(Reflection, EveryOperationOfIntfAclDropCountersSmCanBeInvoked) {
+  Calls const poll{"getIntfAclDropCounters Ethernet1", "drops.directWrite Ethernet1",
+                   "drops.counterCommit Ethernet1"};
+  for (auto const* operation : {"handleInitialized", "handleTime", "updateCounters"}) {
+    log.clear();
+    Kel::invoke(*dropPoller, operation);
+    EXPECT_EQ(log.calls(), poll) << operation;
+  }
+}
+
+TEST_F(Reflection, TheIntervalOfADropPollerIsSetByName) {
+  Kel::set(*Kel::iterObj(*sut, "intfAclDropCountersSm", "Ethernet1"), "pollInterval", "5");
+  EXPECT_EQ(dropPoller->pollInterval(), 5.0);
+  EXPECT_THROW(Kel::set(*dropPoller, "pollInterval", "-1"), Kel::RangeException);
+  EXPECT_EQ(Kel::read(*dropPoller, "pollInterval"), "5");
 }
 
 TEST_F(Reflection, ValuesAreReadAndSetAsText) {

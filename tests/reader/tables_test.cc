@@ -376,7 +376,9 @@ TEST_F(TablesCommands, DumpDecodesByTheSchemaInTheFile) {
                                      {"ifIndex", 0},
                                      {"adminState", 1},
                                      {"operState", 1},
-                                     {"reserved", 0}}));
+                                     {"reserved", 0},
+                                     {"txQueues", 0},
+                                     {"unsupportedQueue", 0}}));
 }
 
 TEST_F(TablesCommands, DumpHasTheTableInFrontAndARowOnALine) {
