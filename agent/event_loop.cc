@@ -17,11 +17,11 @@ namespace {
   throw std::system_error(errno, std::generic_category(), call);
 }
 
-void add(int epoll, int fd) {
+void control(int epoll, int operation, int fd, std::uint32_t events) {
   epoll_event event{};
-  event.events = EPOLLIN;
+  event.events = events;
   event.data.fd = fd;
-  if (::epoll_ctl(epoll, EPOLL_CTL_ADD, fd, &event) != 0) failed("epoll_ctl");
+  if (::epoll_ctl(epoll, operation, fd, &event) != 0) failed("epoll_ctl");
 }
 
 }  // namespace
@@ -32,17 +32,56 @@ EventLoop::EventLoop()
       _timer(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
   if (!_epoll) failed("epoll_create1");
   if (!_timer) failed("timerfd_create");
-  add(_epoll.get(), _timer.get());
+  control(_epoll.get(), EPOLL_CTL_ADD, _timer.get(), EPOLLIN);
 }
 
 void EventLoop::readableIs(int fd, Handler onReadable) {
-  auto handler = std::make_shared<Handler>(std::move(onReadable));
-  auto const [at, isNew] = _handlers.insert_or_assign(fd, std::move(handler));
-  if (isNew) add(_epoll.get(), fd);
+  auto const at = _watches.find(fd);
+  Watch watch = at == _watches.end() ? Watch() : at->second;
+  watch.readable = std::make_shared<Handler>(std::move(onReadable));
+  watchIs(fd, watch);
+}
+
+void EventLoop::writableIs(int fd, Handler onWritable) {
+  auto const at = _watches.find(fd);
+  Watch watch = at == _watches.end() ? Watch() : at->second;
+  watch.writable = std::make_shared<Handler>(std::move(onWritable));
+  watchIs(fd, watch);
 }
 
 void EventLoop::readableDel(int fd) {
-  if (_handlers.erase(fd) != 0) ::epoll_ctl(_epoll.get(), EPOLL_CTL_DEL, fd, nullptr);
+  auto const at = _watches.find(fd);
+  if (at != _watches.end() && at->second.readable) watchIs(fd, {nullptr, at->second.writable});
+}
+
+void EventLoop::writableDel(int fd) {
+  auto const at = _watches.find(fd);
+  if (at != _watches.end() && at->second.writable) watchIs(fd, {at->second.readable, nullptr});
+}
+
+// One that is heeded in no way is taken out altogether: its end would be told again and again.
+void EventLoop::watchIs(int fd, Watch const& watch) {
+  std::uint32_t const events = (watch.readable ? std::uint32_t{EPOLLIN} : 0u) |
+                               (watch.writable ? std::uint32_t{EPOLLOUT} : 0u);
+  if (events == 0) {
+    _watches.erase(fd);
+    ::epoll_ctl(_epoll.get(), EPOLL_CTL_DEL, fd, nullptr);
+  } else {
+    control(_epoll.get(), _watches.contains(fd) ? EPOLL_CTL_MOD : EPOLL_CTL_ADD, fd, events);
+    _watches[fd] = watch;
+  }
+}
+
+// A handler may drop any descriptor, so each is looked up when its turn comes.
+void EventLoop::handle(int fd, std::uint32_t events) {
+  auto const call = [&](std::uint32_t meant, std::shared_ptr<Handler> Watch::*which) {
+    if ((events & (meant | EPOLLERR | EPOLLHUP)) == 0 || _stopped) return;
+    auto const at = _watches.find(fd);
+    if (at == _watches.end()) return;
+    if (auto const handler = at->second.*which) (*handler)();  // it may drop itself
+  };
+  call(EPOLLIN, &Watch::readable);
+  call(EPOLLOUT, &Watch::writable);
 }
 
 void EventLoop::sleepFor(Kel::Seconds seconds) {
@@ -71,10 +110,7 @@ void EventLoop::run(Turn const& turn) {
         if (::read(fd, &expirations, sizeof expirations) < 0 && errno != EAGAIN) failed("read");
         continue;
       }
-      auto const at = _handlers.find(fd);
-      if (at == _handlers.end()) continue;  // a handler before it dropped it
-      auto const handler = at->second;      // it may drop itself
-      (*handler)();
+      handle(fd, events[static_cast<std::size_t>(i)].events);
     }
     if (!_stopped) sleepFor(turn());
   }

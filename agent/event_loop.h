@@ -1,4 +1,5 @@
-// What the agent's one thread waits for: descriptors that become readable, and time that passes.
+// What the agent's one thread waits for: descriptors that become readable or writable, and time
+// that passes.
 //
 //   EventLoop loop;
 //   loop.readableIs(signals.fd(), [&] { loop.stop(); });
@@ -7,6 +8,7 @@
 // A handler, and the turn, may add and drop descriptors and stop the loop. Not for two threads.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -29,18 +31,27 @@ class EventLoop {
   // closing it.
   void readableIs(int fd, Handler onReadable);
   void readableDel(int fd);
+  // The same for a descriptor that takes what is written. One that is heeded both ways, and has
+  // come to its end or failed, is called both ways.
+  void writableIs(int fd, Handler onWritable);
+  void writableDel(int fd);
 
-  // Takes turns until stop(): first the readable descriptors, then `turn`. The first turn comes at
-  // once. What a handler or the turn throws ends it, and leaves it as an exception.
+  // Takes turns until stop(): first the descriptors that are ready, then `turn`. The first turn
+  // comes at once. What a handler or the turn throws ends it, and leaves it as an exception.
   void run(Turn const& turn);
   void stop() { _stopped = true; }
 
  private:
+  struct Watch {
+    std::shared_ptr<Handler> readable, writable;
+  };
+  void watchIs(int fd, Watch const& watch);
+  void handle(int fd, std::uint32_t events);
   void sleepFor(Kel::Seconds seconds);
 
   Glim::FileDescriptor _epoll;
   Glim::FileDescriptor _timer;
-  std::map<int, std::shared_ptr<Handler>> _handlers;
+  std::map<int, Watch> _watches;
   bool _stopped = false;
 };
 

@@ -1,5 +1,7 @@
 #include "agent/host.h"
 
+#include <algorithm>
+#include <stdexcept>
 #include <utility>
 
 #include "agent/kernel_chip.h"
@@ -26,7 +28,8 @@ std::unique_ptr<Chip> makeChip(Options const& options, LinkNames const& names, T
 }  // namespace
 
 Host::Host(Options const& options, ClockDriver::Steady steady, Glim::TableLimits const& limits)
-    : _period(options.period),
+    : _directory(options.tables),
+      _period(options.period),
       _clock(Kel::ActivityManagerConfig::clock()),
       _tables(options.tables, limits),
       _interfaces(_entities, _tables),
@@ -47,8 +50,8 @@ Host::Host(Options const& options, ClockDriver::Steady steady, Glim::TableLimits
 
   _counters = Oru::Counters::countersSmFactory(
       _entities.ocsd, _entities.configDir, _entities.statusDir, pollConfig, helper, intfConfig,
-      Kel::make<Oru::HwCliConfig>(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, aclDrops,
-      nullptr, nullptr, _tables.intfCounters(), _tables.intfClearCounters());
+      _cliRequests, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, aclDrops, nullptr,
+      nullptr, _tables.intfCounters(), _tables.intfClearCounters());
   _counters->writerConfigIs(Kel::make<Interface::QueueCounter::WriterConfig>());
   _counters->ethIntfCounterWriterStatusIs(Kel::make<Interface::EthIntfCounterWriterStatus>());
   _counters->aclDropConfigIs(_entities.aclDropConfig);
@@ -62,6 +65,20 @@ void Host::start(EventLoop& loop) {
   _chip->start(loop);
   _interfaces.removeLeftovers();
   _counters->initializedIs(true);
+  openControl(loop);
+}
+
+// Without it the agent counts all the same.
+void Host::openControl(EventLoop& loop) {
+  ObjectTree tree;
+  tree.rootIs("countersSm", _counters);
+  try {
+    _control = std::make_unique<ControlServer>(
+        loop, _directory, ControlRequests(tree, Clearing(_counters, _cliRequests, _tables)),
+        _steady);
+  } catch (std::runtime_error const& error) {
+    say(std::string(error.what()) + "; counters cannot be cleared, nor the agent be asked");
+  }
 }
 
 void Host::clockWasSetBy(Kel::Seconds step) {
@@ -76,7 +93,8 @@ Kel::Seconds Host::turn() {
   retryRefused();
   pollNews();
   beat();
-  return next;
+  // After the clock: what a request reads from the chip was not read before the request came.
+  return _control ? std::min(next, _control->turn()) : next;
 }
 
 void Host::retryRefused() {

@@ -8,6 +8,7 @@
 
 #include "agent/chip.h"
 #include "agent/clock_driver.h"
+#include "agent/control_server.h"
 #include "agent/link_names.h"
 #include "agent/options.h"
 #include "counters/counters_sm.h"
@@ -23,7 +24,8 @@ class Host {
   ~Host();
 
   // Takes in the interfaces that there are, cleans up after an agent before, and starts the
-  // library. Throws std::system_error when the machine does not say what interfaces it has.
+  // library. Throws std::system_error when the machine does not say what interfaces it has. The
+  // loop must outlive the host.
   void start(EventLoop& loop);
 
   // Everything that is due; answers in how many seconds it wants to be called again. Throws
@@ -36,7 +38,9 @@ class Host {
   void retryRefused();
   void askForUnsupported();
   void beat();
+  void openControl(EventLoop& loop);
 
+  std::string const _directory;
   Kel::Seconds const _period;
   Kel::Ptr<Kel::Clock> const _clock;
   InterfaceEntities const _entities;
@@ -53,7 +57,9 @@ class Host {
   bool _refusalTold = false;
   std::set<Pekt::IntfId> _unsupportedDue;
   std::optional<Kel::Seconds> _lastAsked;
+  Kel::Ptr<Oru::HwCliConfig> const _cliRequests = Kel::make<Oru::HwCliConfig>();
   Kel::Ptr<Oru::Counters::CountersSm> _counters;
+  std::unique_ptr<ControlServer> _control;  // none: the socket could not be made
 };
 
 }  // namespace Agent

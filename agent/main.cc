@@ -24,8 +24,8 @@ void run(Agent::Options const& options) {
   // a SIGHUP yet; it must not end the agent either.
   Agent::Signals signals({SIGTERM, SIGINT, SIGHUP});
   std::signal(SIGPIPE, SIG_IGN);  // a closed standard error is no reason to end
-  Agent::Host host(options);
   Agent::EventLoop loop;
+  Agent::Host host(options);
   loop.readableIs(signals.fd(), [&] {
     for (int signal = signals.take(); signal != 0; signal = signals.take())
       if (signal != SIGHUP) loop.stop();

@@ -305,7 +305,7 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
         Kel::operation<Qos::MapType>("handleDynamicPolicyMapType", &Sm::handleDynamicPolicyMapType),
         Kel::operation("handleQosSliceHwStatusDir", &Sm::handleQosSliceHwStatusDir),
         Kel::operation("handleQosAclSliceHwStatusDir", &Sm::handleQosAclSliceHwStatusDir),
-        Kel::operation("updateCounters", &Sm::updateCounters));
+        Kel::operation("updateCounters", &Sm::updateCounters, &Sm::updateCountersRefusal));
   }
   static Kel::TypeNode const _kelType;
 
@@ -320,6 +320,9 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
   class KelQosAclSliceHwStatusDir;
   class KelVlanIntfConfigDir;
   class KelVlanIntfStatusDir;
+
+  static std::string updateCountersRefusal(CountersSm const&, OruTypes::CounterType const& type,
+                                           Pekt::IntfId const&);
 
   // Initialized, and the chip prepared: what makes pollers waits for both.
   bool started() const { return initialized() && _chipPrepared; }

@@ -46,6 +46,14 @@ void CountersSm::handleDynamicPolicyMapType(Qos::MapType type) {
 void CountersSm::handleQosSliceHwStatusDir(Kel::Name) {}
 void CountersSm::handleQosAclSliceHwStatusDir(Kel::Name) {}
 
+std::string CountersSm::updateCountersRefusal(CountersSm const&, OruTypes::CounterType const& type,
+                                              Pekt::IntfId const&) {
+  if (type != OruTypes::CounterType::vlan && type != OruTypes::CounterType::snapshot) return {};
+  return "counters of type " + Kel::toStrep(type) +
+         " have no poller here; there are 0 queue, 1 port, 2 CPU port, 3 VLAN interface, 6 ACL "
+         "drop";
+}
+
 void CountersSm::updateCounters(OruTypes::CounterType type, Pekt::IntfId intf) {
   if (auto t = trace(7)) t << "updateCounters counter type: " << type << ", intf: " << intf;
   auto const update = [](auto const& poller) {

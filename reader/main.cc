@@ -1,4 +1,4 @@
-// oru-counters: shows the counters that an agent publishes.
+// oru-counters: shows the counters that an agent publishes, and asks the agent.
 #include <signal.h>
 #include <sys/ioctl.h>
 #include <time.h>
@@ -10,6 +10,7 @@
 #include <iostream>
 
 #include "platform/kel/system.h"
+#include "reader/control_commands.h"
 #include "reader/options.h"
 #include "reader/plain_top.h"
 #include "reader/screen.h"
@@ -105,6 +106,12 @@ ExitCode run(int argc, char const* const* argv) {
       return verify(options);
     case Options::Command::tablesDump:
       return tablesDump(options, now, std::cout, std::cerr);
+    case Options::Command::clear:
+    case Options::Command::get:
+    case Options::Command::ls:
+    case Options::Command::invoke:
+    case Options::Command::set:
+      return control(options, std::cout, std::cerr);
   }
   return showOrTop(options);
 }

@@ -1,21 +1,23 @@
 #include "reader/options.h"
 
 #include <CLI/CLI.hpp>
-#include <charconv>
 #include <cstdlib>
 #include <ostream>
-#include <sstream>
 #include <string_view>
 
 #include "platform/interface/table_directory_default.h"
+#include "reader/control_options.h"
+#include "reader/seconds_option.h"
 
 namespace Show {
 
 namespace {
 
 constexpr char const* kDescription =
-    "Shows the counters that oru-agentd publishes. Reads its tables only: needs no contact with\n"
-    "the agent, and works while there is none.";
+    "Shows the counters that oru-agentd publishes. show, top and tables read its tables only: "
+    "they\n"
+    "need no contact with the agent, and work while there is none. clear, get, ls, invoke and set\n"
+    "ask the agent.";
 constexpr char const* kNames =
     "Interfaces to show: names (Ethernet3), the kernel's names (eth0), or patterns ('Ethernet*')";
 constexpr char const* kJson = "Everything, as JSON (see docs/oru-counters.md)";
@@ -31,23 +33,6 @@ std::string sortKeyList() {
   for (std::string_view const key : kSortKeyNames)
     list.append(list.empty() ? "" : ", ").append(key);
   return list;
-}
-
-// CLI11's form of a check: the answer is what is wrong, or nothing. It comes before CLI11's own
-// conversion, which lets through more than a user means ("nan", "0x10").
-CLI::Validator secondsWithin(double min, double max) {
-  return CLI::Validator(
-      [=](std::string const& text) {
-        double value = 0.0;
-        auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-        bool const whole = error == std::errc() && end == text.data() + text.size();
-        if (whole && value >= min && value <= max) return std::string();
-        std::ostringstream why;
-        why.precision(10);  // large bounds in full
-        why << "'" << text << "' is not a number of seconds from " << min << " to " << max;
-        return why.str();
-      },
-      "");
 }
 
 ExitCode refused(std::ostream& err, std::string_view why) {
@@ -145,6 +130,8 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
   for (CLI::App* const command : tableFiles.get_subcommands({}))
     command->add_flag("--json", options.json, kJson);
 
+  ControlOptions controlOptions(app, options);
+
   try {
     app.parse(argc, argv);
   } catch (CLI::Success const& success) {
@@ -153,11 +140,16 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
   } catch (CLI::ParseError const& error) {
     return refused(err, error.what());
   }
+  if (tables.count() != 0) options.directoryNamed = true;
+  if (controlOptions.parsed()) {
+    if (auto const wrong = controlOptions.wrong()) return refused(err, *wrong);
+    return std::nullopt;
+  }
   if (show.parsed() && !interfaces.parsed())
     return refused(err, "'show' must be told what: oru-counters show interfaces");
   if (!show.parsed() && !top.parsed() && !tableFiles.parsed())
-    return refused(err, "a command is needed: show interfaces, top, or tables");
-  if (tables.count() != 0) options.directoryNamed = true;
+    return refused(
+        err, "a command is needed: show interfaces, top, tables, clear, get, ls, invoke, or set");
   options.sort = *sortKeyOf(sortKey);
   options.command = top.parsed()          ? Options::Command::top
                     : verify.parsed()     ? Options::Command::tablesVerify

@@ -13,7 +13,18 @@
 namespace Show {
 
 struct Options {
-  enum class Command { showInterfaces, top, tablesList, tablesVerify, tablesDump };
+  enum class Command {
+    showInterfaces,
+    top,
+    tablesList,
+    tablesVerify,
+    tablesDump,
+    clear,
+    get,
+    ls,
+    invoke,
+    set
+  };
 
   Command command = Command::showInterfaces;
   std::string directory;
@@ -33,6 +44,10 @@ struct Options {
 
   // tables verify
   bool progress = false;  // told in any case
+
+  // clear (whose names are above), get, ls, invoke and set
+  std::vector<std::string> words;  // as given: PATH, ATTRIBUTE ...
+  double timeout = 10.0;           // seconds, for each answer
 
   Trust trust() const { return directoryNamed ? Trust::directoryOwner : Trust::ownTables; }
   Basis basis() const { return total ? Basis::total : Basis::sinceClear; }

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <memory>
 
+#include "platform/interface/control_socket.h"
 #include "reader/units.h"
 
 namespace Show {
@@ -39,6 +40,8 @@ std::string_view name(FileKind kind) {
       return "lock";
     case FileKind::corruptionNote:
       return "corruptionNote";
+    case FileKind::controlSocket:
+      return "controlSocket";
     case FileKind::other:
       break;
   }
@@ -63,6 +66,7 @@ FileSeen fileSeen(std::string_view file) {
   }
   if (endsIn(kLock)) return {whole, FileKind::lock, withoutEnd(file, kLock)};
   if (endsIn(kCorruption)) return {whole, FileKind::corruptionNote, withoutEnd(file, kCorruption)};
+  if (file == Interface::kControlSocket) return {whole, FileKind::controlSocket, {}};
   return {whole, FileKind::other, {}};
 }
 

@@ -20,6 +20,7 @@ enum class FileKind {
   beingMade,       // NAME.glim.new, and others that end so: not yet under its name
   lock,            // NAME.lock
   corruptionNote,  // NAME.corruption
+  controlSocket,   // where the agent is asked
   other,
 };
 std::string_view name(FileKind kind);

@@ -95,6 +95,8 @@ std::string fileText(TableDirectory const& directory, FileSeen const& seen) {
       return "the lock of the writer of " + printable(seen.table);
     case FileKind::corruptionNote:
       return corruptionText(directory, seen);
+    case FileKind::controlSocket:
+      return "the socket at which the agent is asked, or what a killed one left of it";
     case FileKind::table:
     case FileKind::other:
       break;
@@ -104,7 +106,7 @@ std::string fileText(TableDirectory const& directory, FileSeen const& seen) {
 
 // The lock beside its table is no news.
 bool isNews(TableDirectory const& directory, FileSeen const& seen) {
-  if (seen.kind == FileKind::table) return false;
+  if (seen.kind == FileKind::table || seen.kind == FileKind::controlSocket) return false;
   if (seen.kind != FileKind::lock) return true;
   return std::none_of(directory.files.begin(), directory.files.end(), [&](FileSeen const& other) {
     return other.kind == FileKind::table && other.table == seen.table;

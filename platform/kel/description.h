@@ -60,10 +60,11 @@ struct MemberCollection {
   std::string_view name;
   Member members;
 };
-template <class Function>
+template <class Function, class Refusal = std::nullptr_t>
 struct Operation {
   std::string_view name;
   Function function;
+  Refusal refusal;
 };
 
 // A constructor parameter.
@@ -104,7 +105,16 @@ constexpr auto collection(std::string_view name, Member members) {
 // operation<Pekt::IntfId>("handleIntf", &Sm::handleIntf).
 template <class... Args, class Sm>
 constexpr auto operation(std::string_view name, void (Sm::*function)(Args...)) {
-  return Operation<void (Sm::*)(Args...)>{name, function};
+  return Operation<void (Sm::*)(Args...)>{name, function, nullptr};
+}
+// The same of a function that REQUIRES something: `refusal` answers what is wrong with a call, or
+// an empty text. Tools may ask for anything, so reflection asks it first, and what is wrong is a
+// RangeException; whoever calls the function itself keeps to what it requires.
+template <class... Args, class Sm>
+constexpr auto operation(
+    std::string_view name, void (Sm::*function)(Args...),
+    std::type_identity_t<std::string (*)(Sm const&, std::decay_t<Args> const&...)> refusal) {
+  return Operation<void (Sm::*)(Args...), decltype(refusal)>{name, function, refusal};
 }
 
 template <class... Items>
@@ -247,7 +257,12 @@ struct Reflected {
   template <class C, class... Args>
   static void invokeWith(PtrInterface& o, Attribute::Texts texts, void (C::*function)(Args...)) {
     [&]<std::size_t... n>(std::index_sequence<n...>) {
-      (self(o).*function)(fromStrep<std::decay_t<Args>>(texts[n])...);
+      std::tuple<std::decay_t<Args>...> arguments{fromStrep<std::decay_t<Args>>(texts[n])...};
+      if constexpr (!std::is_null_pointer_v<decltype(item().refusal)>) {
+        std::string const why = item().refusal(self(o), std::get<n>(arguments)...);
+        if (!why.empty()) throwRangeException(why);
+      }
+      (self(o).*function)(std::get<n>(std::move(arguments))...);
     }
     (std::index_sequence_for<Args...>{});
   }

@@ -1,0 +1,179 @@
+#include "agent/control_requests.h"
+
+#include <exception>
+#include <nlohmann/json.hpp>
+
+#include "platform/dov/exception.h"
+#include "platform/kel/exceptions.h"
+#include "platform/kel/system.h"
+#include "platform/kel/type_node.h"
+
+namespace Agent {
+namespace {
+
+using Json = nlohmann::ordered_json;
+using Kel::Attribute;
+using Kel::AttributeKind;
+using Operation = ControlRequest::Operation;
+
+// Names and values may hold any bytes, JSON may not.
+std::string lineOf(Json const& answer) {
+  return answer.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
+}
+
+char const* kindText(AttributeKind kind) {
+  switch (kind) {
+    case AttributeKind::parameter:
+      return "parameter";
+    case AttributeKind::key:
+      return "key";
+    case AttributeKind::input:
+      return "input";
+    case AttributeKind::value:
+      return "value";
+    case AttributeKind::collection:
+      return "collection";
+    case AttributeKind::operation:
+      return "operation";
+  }
+  return "unknown";
+}
+
+Json attributesJson(Kel::TypeNode const& type) {
+  Json all = Json::array();
+  for (Attribute const& each : type.attributes()) {
+    Json access = Json::array();
+    if (each.read) access.push_back("get");
+    if (each.set) access.push_back("set");
+    if (each.iterKey) access.push_back("ls");
+    if (each.invoke) access.push_back("invoke");
+    Json one{{"name", std::string(each.name)}, {"kind", kindText(each.kind)}, {"access", access}};
+    if (each.invoke) one["arguments"] = each.arity;
+    all.push_back(std::move(one));
+  }
+  return all;
+}
+
+// Where objects of this process lie is nothing for those who may only read.
+std::string withoutAddress(std::string text) {
+  auto const at = text.rfind("@0x");
+  bool const isAddress = at != std::string::npos &&
+                         text.find_first_not_of("0123456789abcdef", at + 3) == std::string::npos;
+  return isAddress ? text.substr(0, at) : text;
+}
+
+void requireAttribute(Kel::PtrInterface const& object, std::string const& name) {
+  for (Attribute const& each : object.fwkType()->attributes())
+    if (each.name == name) return;
+  throw ControlError(ControlCode::unknownPath, std::string(object.fwkType()->name()) + " has no " +
+                                                   name + "; ls of its path lists what it has");
+}
+
+Json get(ObjectTree const& tree, ControlRequest const& request, bool mayWrite) {
+  auto const object = tree.object(request.path);
+  requireAttribute(*object, request.attribute);
+  std::string const value = Kel::read(*object, request.attribute);
+  return {{"ok", true}, {"value", mayWrite ? value : withoutAddress(value)}};
+}
+
+Json ls(ObjectTree const& tree, ControlRequest const& request) {
+  if (request.path.empty() && request.attribute.empty())
+    return {{"ok", true}, {"names", tree.roots()}};
+  auto place = tree.find(request.path);
+  if (!request.attribute.empty()) {
+    place.object = tree.object(request.path);
+    requireAttribute(*place.object, request.attribute);
+    place.collection = request.attribute;
+  }
+  if (!place.collection.empty())
+    return {{"ok", true}, {"names", Kel::iterKey(*place.object, place.collection)}};
+  Kel::TypeNode const& type = *place.object->fwkType();
+  return {{"ok", true}, {"type", std::string(type.name())}, {"attributes", attributesJson(type)}};
+}
+
+Json set(ObjectTree const& tree, ControlRequest const& request) {
+  auto const object = tree.object(request.path);
+  requireAttribute(*object, request.attribute);
+  Kel::set(*object, request.attribute, request.value);
+  return {{"ok", true}};
+}
+
+Json invoke(ObjectTree const& tree, ControlRequest const& request) {
+  auto const object = tree.object(request.path);
+  requireAttribute(*object, request.attribute);
+  Kel::invoke(*object, request.attribute, request.arguments);
+  return {{"ok", true}};
+}
+
+Json clear(Clearing& clearing, ControlRequest const& request) {
+  Json answer{{"ok", true}};
+  if (request.names.empty()) {
+    answer["cleared"] = clearing.all();
+  } else {
+    auto const names = clearing.these(request.names);
+    answer["cleared"] = names.size();
+    answer["names"] = names;
+  }
+  answer["time"] = Kel::System::currentTime();
+  return answer;
+}
+
+Json carriedOut(ObjectTree const& tree, Clearing& clearing, ControlRequest const& request,
+                bool mayWrite) {
+  if (request.changes() && !mayWrite)
+    throw ControlError(ControlCode::noPermission,
+                       "this takes the superuser or the agent's own user; others may only get and "
+                       "ls");
+  switch (request.operation) {
+    case Operation::get:
+      return get(tree, request, mayWrite);
+    case Operation::ls:
+      return ls(tree, request);
+    case Operation::set:
+      return set(tree, request);
+    case Operation::invoke:
+      return invoke(tree, request);
+    case Operation::clear:
+      return clear(clearing, request);
+  }
+  throw ControlError(ControlCode::unknownOperation, "there is no such operation");
+}
+
+// What the framework throws, told in its own words.
+ControlError refusal(Kel::RangeException const& error) {
+  std::string const text = error.what();
+  if (text == "null ValidPtr")
+    return {ControlCode::failed, "this agent has not set up what it takes (" + text + ")"};
+  return {ControlCode::wrongArguments, text};
+}
+
+}  // namespace
+
+std::string controlErrorLine(ControlError const& error) {
+  return lineOf({{"ok", false},
+                 {"error", {{"code", std::string(name(error.code()))}, {"text", error.what()}}}});
+}
+
+ControlRequests::Answer ControlRequests::answer(std::string_view line, bool mayWrite) {
+  bool isLong = false;
+  auto const refused = [&](ControlError const& error) {
+    return Answer{controlErrorLine(error), isLong};
+  };
+  try {
+    ControlRequest const request = readControlRequest(line);
+    isLong = request.operation == Operation::clear;
+    return {lineOf(carriedOut(_tree, _clearing, request, mayWrite)), isLong};
+  } catch (ControlError const& error) {
+    return refused(error);
+  } catch (Kel::OpNotSupportedException const& error) {
+    return refused({ControlCode::notSupported, error.what()});
+  } catch (Kel::RangeException const& error) {
+    return refused(refusal(error));
+  } catch (Dov::Exception const& error) {
+    return refused({ControlCode::failed, error.msg()});
+  } catch (std::exception const& error) {
+    return refused({ControlCode::failed, error.what()});
+  }
+}
+
+}  // namespace Agent

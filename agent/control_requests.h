@@ -1,0 +1,35 @@
+// Carries out the requests of the control socket: reaches objects by what their descriptions
+// declare, and nothing else. It has no list of attributes or operations of its own.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "agent/clearing.h"
+#include "agent/control_request.h"
+#include "agent/object_tree.h"
+
+namespace Agent {
+
+class ControlRequests {
+ public:
+  ControlRequests(ObjectTree tree, Clearing clearing)
+      : _tree(std::move(tree)), _clearing(std::move(clearing)) {}
+
+  struct Answer {
+    std::string line;     // JSON, with its end of line
+    bool isLong = false;  // it took about as long as a poll of everything
+  };
+  // Whatever the line is, and whatever comes of it, there is an answer. A client that may not write
+  // changes nothing. REQUIRES: as Clearing does.
+  Answer answer(std::string_view line, bool mayWrite);
+
+ private:
+  ObjectTree const _tree;
+  Clearing _clearing;
+};
+
+// The line that tells a client why it gets no answer.
+std::string controlErrorLine(ControlError const& error);
+
+}  // namespace Agent

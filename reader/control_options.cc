@@ -1,0 +1,119 @@
+#include "reader/control_options.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <vector>
+
+#include "reader/seconds_option.h"
+
+namespace Show {
+
+namespace {
+
+constexpr char const* kPath =
+    "countersSm, or ROOT/COLLECTION/KEY: countersSm/portCountersSm/Ethernet1";
+
+}  // namespace
+
+struct ControlOptions::Commands {
+  struct Command {
+    CLI::App* app;
+    Options::Command command;
+    std::vector<CLI::Option*> words;
+  };
+  std::vector<Command> all;
+  std::string path, name, value;
+  std::vector<std::string> arguments;
+};
+
+ControlOptions::ControlOptions(CLI::App& app, Options& options)
+    : _commands(std::make_unique<Commands>()), _options(options) {
+  auto const add = [&](char const* name, char const* about, char const* examples,
+                       Options::Command command) -> CLI::App& {
+    CLI::App& added = *app.add_subcommand(name, about);
+    added.footer(std::string("Examples:\n") + examples);
+    added.add_flag("--json", options.json, "The agent's answer as it is (see docs/control.md)");
+    added
+        .add_option("--timeout", options.timeout,
+                    "Time to wait for an answer: 0.1 to 3600, by default 10")
+        ->type_name("SECONDS")
+        ->check(secondsWithin(0.1, 3600.0));
+    _commands->all.push_back({&added, command, {}});
+    return added;
+  };
+  auto const word = [&](CLI::App& to, char const* name, std::string& value, char const* about) {
+    auto* const option = to.add_option(name, value, about)->type_name("");
+    _commands->all.back().words.push_back(option);
+    return option;
+  };
+  Commands& all = *_commands;
+
+  CLI::App& clear = add("clear", "Poll interfaces, and show their counts from now on as from zero",
+                        "  oru-counters clear all\n"
+                        "  oru-counters clear Ethernet1 'eth*'\n",
+                        Options::Command::clear);
+  clear
+      .add_option("NAME", options.names,
+                  "all, or interfaces: names (Ethernet3), the kernel's names (eth0), or patterns "
+                  "('Ethernet*')")
+      ->type_name("")
+      ->required();
+
+  CLI::App& get = add("get", "One value of the agent's state machines, by name",
+                      "  oru-counters get countersSm counterPollPeriod\n"
+                      "  oru-counters get countersSm/portCountersSm/Ethernet1 initialized\n",
+                      Options::Command::get);
+  word(get, "PATH", all.path, kPath)->required();
+  word(get, "ATTRIBUTE", all.name, "One that `ls PATH` lists with get")->required();
+
+  CLI::App& ls = add("ls",
+                     "What the agent's state machines have: a line each of name, kind, what it\n"
+                     "offers, and the number of arguments, with tabs between; or keys, a line each",
+                     "  oru-counters ls                              where paths begin\n"
+                     "  oru-counters ls countersSm                   attributes and operations\n"
+                     "  oru-counters ls countersSm portCountersSm    keys of a collection\n",
+                     Options::Command::ls);
+  word(ls, "PATH", all.path, kPath);
+  word(ls, "COLLECTION", all.name, "One of its collections, to list the keys of");
+
+  CLI::App& invoke = add("invoke", "Run an operation of one of the agent's state machines",
+                         "  oru-counters invoke countersSm handleIntf Ethernet1\n"
+                         "  oru-counters invoke countersSm updateCounters 1 Ethernet1\n",
+                         Options::Command::invoke);
+  word(invoke, "PATH", all.path, kPath)->required();
+  word(invoke, "OPERATION", all.name, "One that `ls PATH` lists with invoke")->required();
+  invoke.add_option("ARGUMENT", all.arguments, "Its arguments; after --, if one begins with -")
+      ->type_name("");
+
+  CLI::App& set =
+      add("set", "Set a value of one of the agent's state machines",
+          "  oru-counters set countersSm/portCountersSm/Ethernet1 counterPollPeriod 5\n",
+          Options::Command::set);
+  word(set, "PATH", all.path, kPath)->required();
+  word(set, "ATTRIBUTE", all.name, "One that `ls PATH` lists with set")->required();
+  word(set, "VALUE", all.value, "The new value; after --, if it begins with -")->required();
+}
+
+ControlOptions::~ControlOptions() = default;
+
+bool ControlOptions::parsed() {
+  auto const at = std::find_if(_commands->all.begin(), _commands->all.end(),
+                               [](auto const& each) { return each.app->parsed(); });
+  if (at == _commands->all.end()) return false;
+  _options.command = at->command;
+  for (CLI::Option const* const word : at->words)
+    if (word->count() != 0) _options.words.push_back(word->as<std::string>());
+  _options.words.insert(_options.words.end(), _commands->arguments.begin(),
+                        _commands->arguments.end());
+  return true;
+}
+
+std::optional<std::string> ControlOptions::wrong() const {
+  auto const& names = _options.names;
+  bool const all = std::find(names.begin(), names.end(), "all") != names.end();
+  if (_options.command == Options::Command::clear && all && names.size() != 1)
+    return "'clear all' takes no further names";
+  return std::nullopt;
+}
+
+}  // namespace Show
