@@ -127,10 +127,9 @@ void print(Json const& answer, std::ostream& out) {
 // The names of the interfaces that are meant. Throws NoAnswer where one means none.
 std::vector<std::string> meant(Options const& options, Snapshot snapshot) {
   auto const unknown = select(snapshot, options.names);
-  auto const& read = snapshot.table[Snapshot::counterTable];
-  bool const readable = read.answer == Glim::Answer::ok;
   auto const wrong = problems(snapshot, unknown);
-  if (!readable && !wrong.empty()) throw NoAnswer(wrong[0].code, wrong[0].text);
+  if (!wasRead(snapshot, Table::counters) && !wrong.empty())
+    throw NoAnswer(wrong[0].code, wrong[0].text);
   if (!unknown.empty()) {
     std::string names;
     for (std::string const& name : unknown) names += (names.empty() ? "" : ", ") + printable(name);
@@ -199,14 +198,15 @@ ExitCode control(Options const& options, ControlWorld const& world, std::ostream
 ExitCode control(Options const& options, std::ostream& out, std::ostream& err) {
   try {
     ControlClient client(options.directory, options.trust(), options.timeout);
-    return control(
-        options,
-        {.ask = [&client](std::string const& line) { return client.ask(line); },
-         .take =
-             [&options] {
-               return Source(options.directory, options.trust()).take(Kel::System::currentTime());
-             }},
-        out, err);
+    return control(options,
+                   {.ask = [&client](std::string const& line) { return client.ask(line); },
+                    .take =
+                        [&options] {
+                          return Source(options.directory, options.trust(),
+                                        {Table::counters, Table::descriptions})
+                              .take(Kel::System::currentTime());
+                        }},
+                   out, err);
   } catch (NoAnswer const& none) {
     return tellNoAnswer(none, false, options, out, err);
   }

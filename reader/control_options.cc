@@ -48,10 +48,11 @@ ControlOptions::ControlOptions(CLI::App& app, Options& options)
   };
   Commands& all = *_commands;
 
-  CLI::App& clear = add("clear", "Poll interfaces, and show their counts from now on as from zero",
-                        "  oru-counters clear all\n"
-                        "  oru-counters clear Ethernet1 'eth*'\n",
-                        Options::Command::clear);
+  CLI::App& clear =
+      add("clear", "Poll interfaces, and keep what they count now: --since-clear shows the rest",
+          "  oru-counters clear all\n"
+          "  oru-counters clear Ethernet1 'eth*'\n",
+          Options::Command::clear);
   clear
       .add_option("NAME", options.names,
                   "all, or interfaces: names (Ethernet3), the kernel's names (eth0), or patterns "

@@ -6,6 +6,11 @@
 
 namespace Show {
 
+std::uint64_t since(std::uint64_t total, std::uint64_t clear) {
+  std::uint64_t const difference = total - clear;
+  return difference >> 63 ? total : difference;
+}
+
 namespace {
 
 using Row = Interface::EthIntfCounterGlim;
@@ -24,12 +29,7 @@ T at(Row const& row, std::size_t offset) {
   return value;
 }
 
-// A clear row that is ahead of the counters is of other counters than these: it says nothing.
-std::uint64_t since(std::uint64_t total, std::uint64_t clear) {
-  std::uint64_t const difference = total - clear;
-  return difference >> 63 ? total : difference;
-}
-std::optional<std::uint64_t> since(Wib::MaybeU63 total, Wib::MaybeU63 clear) {
+std::optional<std::uint64_t> valueSince(Wib::MaybeU63 total, Wib::MaybeU63 clear) {
   if (!total.hasValue()) return std::nullopt;
   Wib::MaybeU63 const difference = total - clear;
   return difference.hasValue() && difference.value() >> 62 == 0 ? difference.value()
@@ -41,7 +41,7 @@ std::optional<std::uint64_t> entry(Row const& row, Row const* clear, Glim::Field
   std::size_t const offset = field.offset + i * Glim::fieldSize(field.type);
   if (field.type == FieldType::u63) {
     auto const total = at<Wib::MaybeU63>(row, offset);
-    return since(total, clear ? at<Wib::MaybeU63>(*clear, offset) : Wib::MaybeU63());
+    return valueSince(total, clear ? at<Wib::MaybeU63>(*clear, offset) : Wib::MaybeU63());
   }
   auto const total = at<std::uint64_t>(row, offset);
   return clear ? since(total, at<std::uint64_t>(*clear, offset)) : total;

@@ -11,9 +11,13 @@
 namespace Show {
 
 enum class Basis {
-  sinceClear,  // since the last clear, as an operator expects of `clear counters`
-  total,       // as published; never goes back
+  total,       // as published
+  sinceClear,  // since the last clear
 };
+
+// What was counted since the clear. A clear that is ahead of the total is of other counters than
+// these, and says nothing.
+std::uint64_t since(std::uint64_t total, std::uint64_t clear);
 
 class Counters {
  public:

@@ -13,11 +13,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-template <class T>
-Json orNull(std::optional<T> const& value) {
-  return value ? Json(*value) : Json();
-}
-
 Json text(std::string_view text) { return text.empty() ? Json() : Json(std::string(text)); }
 
 // Times are seconds since the epoch; 0 stands for "never".
@@ -37,11 +32,11 @@ std::string_view name(Interface::AdminState state) {
 
 Json tablesJson(Snapshot const& snapshot) {
   Json json = Json::object();
-  for (TableRead const& table : snapshot.table) {
-    json[std::string(table.name)] = {{"status", Glim::text(table.answer)},
-                                     {"rows", table.rows},
-                                     {"corruptRows", table.corruptRows},
-                                     {"busyRows", table.busyRows}};
+  for (auto const& [table, read] : snapshot.tables) {
+    json[std::string(name(table))] = {{"status", Glim::text(read.answer)},
+                                      {"rows", read.rows},
+                                      {"corruptRows", read.corruptRows},
+                                      {"busyRows", read.busyRows}};
   }
   return json;
 }
@@ -76,6 +71,19 @@ Json ratesJson(std::optional<Interface::IntfRates> const& known) {
   return json;
 }
 
+Json interfaceJson(Snapshot const& snapshot, Intf const& intf) {
+  Json json = intfJson(snapshot, intf);
+  json.update(sampleJson(snapshot, intf));
+  json["rates"] = ratesJson(rates(intf));
+  json["measuredRates"] = ratesJson(intf.measuredRates);
+  json["cleared"] = orNull(cleared(intf));
+  json["counters"] = countersJson(intf, Basis::total);
+  json["sinceClear"] = countersJson(intf, Basis::sinceClear);
+  return json;
+}
+
+}  // namespace
+
 Json intfJson(Snapshot const& snapshot, Intf const& intf) {
   Json json{{"name", intf.intfId.view()}, {"kernelName", text(intf.kernelName())},
             {"ifIndex", nullptr},         {"alias", nullptr},
@@ -91,16 +99,13 @@ Json intfJson(Snapshot const& snapshot, Intf const& intf) {
     json["lastChange"] = time(description.lastChange);
   }
   json["stale"] = stale(snapshot, intf);
-  json["lastUpdate"] = intf.counters ? time(intf.counters->statistics.lastUpdate) : Json();
-  json["age"] = orNull(age(snapshot, intf));
-  json["rates"] = ratesJson(rates(intf));
-  json["measuredRates"] = ratesJson(intf.measuredRates);
-  json["counters"] = countersJson(intf, Basis::total);
-  json["sinceClear"] = countersJson(intf, Basis::sinceClear);
   return json;
 }
 
-}  // namespace
+Json sampleJson(Snapshot const& snapshot, Intf const& intf) {
+  return {{"lastUpdate", intf.counters ? time(intf.counters->statistics.lastUpdate) : Json()},
+          {"age", orNull(age(snapshot, intf))}};
+}
 
 Json problemsJson(std::vector<Problem> const& problems) {
   Json json = Json::array();
@@ -118,13 +123,17 @@ Json agentJson(AgentStatus const& agent) {
 }
 
 Json json(Snapshot const& snapshot, std::vector<Problem> const& problems) {
+  return json(snapshot, problems, interfaceJson);
+}
+
+Json json(Snapshot const& snapshot, std::vector<Problem> const& problems,
+          IntfToJson const& toJson) {
   Json json{{"format", kJsonFormat},           {"time", snapshot.now},
             {"directory", snapshot.directory}, {"agent", agentJson(snapshot.agent)},
             {"tables", tablesJson(snapshot)},  {"problems", Json::array()},
             {"interfaces", Json::array()}};
   json["problems"] = problemsJson(problems);
-  for (Intf const& intf : snapshot.interfaces)
-    json["interfaces"].push_back(intfJson(snapshot, intf));
+  for (Intf const& intf : snapshot.interfaces) json["interfaces"].push_back(toJson(snapshot, intf));
   return json;
 }
 

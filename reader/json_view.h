@@ -1,7 +1,9 @@
 // The whole of a snapshot as JSON. docs/oru-counters.md lists the keys, which are stable.
 #pragma once
 
+#include <functional>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,7 +15,22 @@ namespace Show {
 // Of every object that this program prints. A change that breaks its readers raises it.
 inline constexpr int kJsonFormat = 1;
 
+// What `show interfaces` and `top` know.
 nlohmann::ordered_json json(Snapshot const& snapshot, std::vector<Problem> const& problems);
+// The same with other objects in the array of interfaces.
+using IntfToJson = std::function<nlohmann::ordered_json(Snapshot const&, Intf const&)>;
+nlohmann::ordered_json json(Snapshot const& snapshot, std::vector<Problem> const& problems,
+                            IntfToJson const& toJson);
+
+// The same pieces in every object of an interface: what it is and whether its rows are current, and
+// when it was sampled.
+nlohmann::ordered_json intfJson(Snapshot const& snapshot, Intf const& intf);
+nlohmann::ordered_json sampleJson(Snapshot const& snapshot, Intf const& intf);
+
+template <class T>
+nlohmann::ordered_json orNull(std::optional<T> const& value) {
+  return value ? nlohmann::ordered_json(*value) : nlohmann::ordered_json();
+}
 
 // The same pieces in every object that this program prints.
 nlohmann::ordered_json problemsJson(std::vector<Problem> const& problems);

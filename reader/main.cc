@@ -14,7 +14,7 @@
 #include "reader/options.h"
 #include "reader/plain_top.h"
 #include "reader/screen.h"
-#include "reader/show_interfaces.h"
+#include "reader/show.h"
 #include "reader/source.h"
 #include "reader/tables_dump.h"
 #include "reader/tables_list.h"
@@ -69,11 +69,11 @@ Place placeOfOutput() {
 
 ExitCode showOrTop(Options const& options) {
   heedSignals();
-  Source source(options.directory, options.trust());
+  Source source(options.directory, options.trust(), tablesOf(options.command));
   RealPace pace;
   auto const take = [&source](double now) { return source.take(now); };
-  if (options.command == Options::Command::showInterfaces)
-    return showInterfaces(options, take(pace.wallClock()), placeOfOutput(), std::cout, std::cerr);
+  if (options.command != Options::Command::top)
+    return show(options, take(pace.wallClock()), placeOfOutput(), std::cout, std::cerr);
   if (::isatty(STDOUT_FILENO) == 1 && ::isatty(STDIN_FILENO) == 1 && !options.duration &&
       !options.json) {
     auto const code = screenTop(options, take, pace, coloursWanted(), [] { return asked != 0; });
@@ -98,6 +98,8 @@ ExitCode run(int argc, char const* const* argv) {
   double const now = Kel::System::currentTime();
   switch (options.command) {
     case Options::Command::showInterfaces:
+    case Options::Command::showQueues:
+    case Options::Command::showDrops:
     case Options::Command::top:
       break;
     case Options::Command::tablesList:

@@ -67,9 +67,11 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
 
   auto const addCommon = [&options](CLI::App& command) {
     command.add_option("NAME", options.names, kNames)->type_name("");
-    command.add_flag("--total", options.total,
-                     "Counts as published, instead of those since the last clear");
     command.add_flag("--json", options.json, kJson);
+  };
+  auto const addSinceClear = [&options](CLI::App& command) {
+    command.add_flag("--since-clear", options.sinceClear,
+                     "Counts since the last clear, and when that was; else as published");
   };
 
   CLI::App& show = *app.add_subcommand("show", "Show what the tables hold now");
@@ -78,18 +80,29 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
       *show.add_subcommand("interfaces", "Counts, rates or errors of the interfaces");
   interfaces.alias("interface");
   addCommon(interfaces);
+  addSinceClear(interfaces);
   interfaces.add_flag("--rates", options.rates,
                       "Bits and packets a second, averaged over the agent's load interval,\n"
                       "and use of the speed");
   interfaces.add_flag("--errors", options.errors, "Errors by their classes");
+  CLI::App& queues =
+      *show.add_subcommand("queues", "What each transmit queue of the interfaces sent and dropped");
+  queues.alias("queue");
+  addCommon(queues);
+  addSinceClear(queues);
+  CLI::App& drops = *show.add_subcommand("drops", "Packets that access lists dropped");
+  drops.alias("drop");
+  addCommon(drops);
 
   CLI::App& top = *app.add_subcommand(
       "top",
       "Rates of the interfaces, live on a terminal, else a plain table each interval.\n"
       "They are those between the agent's last two polls, and until there were two,\n"
       "averages over its load interval.\n"
-      "Keys: q quit, s next sort key, r rates or totals, arrows and page keys scroll");
+      "Keys: q quit, s next sort key, r rates or totals, c counts since the last clear or\n"
+      "as published, arrows and page keys scroll");
   addCommon(top);
+  addSinceClear(top);
   top.add_option("--interval", options.interval,
                  "Time from one table to the next: 0.1 to 3600, by default 1")
       ->type_name("SECONDS")
@@ -145,13 +158,14 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
     if (auto const wrong = controlOptions.wrong()) return refused(err, *wrong);
     return std::nullopt;
   }
-  if (show.parsed() && !interfaces.parsed())
-    return refused(err, "'show' must be told what: oru-counters show interfaces");
+  if (show.parsed() && !interfaces.parsed() && !queues.parsed() && !drops.parsed())
+    return refused(err, "'show' must be told what: interfaces, queues or drops");
   if (!show.parsed() && !top.parsed() && !tableFiles.parsed())
-    return refused(
-        err, "a command is needed: show interfaces, top, tables, clear, get, ls, invoke, or set");
+    return refused(err, "a command is needed: show, top, tables, clear, get, ls, invoke, or set");
   options.sort = *sortKeyOf(sortKey);
   options.command = top.parsed()          ? Options::Command::top
+                    : queues.parsed()     ? Options::Command::showQueues
+                    : drops.parsed()      ? Options::Command::showDrops
                     : verify.parsed()     ? Options::Command::tablesVerify
                     : dump.parsed()       ? Options::Command::tablesDump
                     : tableFiles.parsed() ? Options::Command::tablesList

@@ -15,6 +15,8 @@ namespace Show {
 struct Options {
   enum class Command {
     showInterfaces,
+    showQueues,
+    showDrops,
     top,
     tablesList,
     tablesVerify,
@@ -31,7 +33,7 @@ struct Options {
   bool directoryNamed = false;     // by the user; else it is the usual one
   std::vector<std::string> names;  // of interfaces, or of tables; none: all
   bool json = false;
-  bool total = false;
+  bool sinceClear = false;
 
   // show interfaces
   bool errors = false;
@@ -50,7 +52,7 @@ struct Options {
   double timeout = 10.0;           // seconds, for each answer
 
   Trust trust() const { return directoryNamed ? Trust::directoryOwner : Trust::ownTables; }
-  Basis basis() const { return total ? Basis::total : Basis::sinceClear; }
+  Basis basis() const { return sinceClear ? Basis::sinceClear : Basis::total; }
 };
 
 // Fills the options, or answers how to end at once: help and version go to `out`, what is wrong to

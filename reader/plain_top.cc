@@ -21,7 +21,7 @@ std::string tableText(Snapshot const& snapshot, ErrorWatch const& errors,
   std::vector<Line> lines{{{clockText(snapshot.now) + "  "}}};
   Line const agent = agentLine(snapshot);
   lines[0].insert(lines[0].end(), agent.begin(), agent.end());
-  lines[0].push_back({"; " + std::string(liveRatesNote(snapshot))});
+  lines[0].push_back({topNote(snapshot, options)});
   auto table = topTable(snapshot, errors, options).text();
   lines.push_back(std::move(table.title));
   std::move(table.rows.begin(), table.rows.end(), std::back_inserter(lines));

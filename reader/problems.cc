@@ -7,11 +7,29 @@
 
 namespace Show {
 
-std::string tableText(TablePlace const& place, Glim::Answer answer, std::string const& stranger) {
+namespace {
+
+// Not every chip counts everything, and an agent of an older version knows of fewer tables.
+std::string_view whyMissing(Table table) {
+  switch (table) {
+    case Table::queueCounters:
+    case Table::clearQueueCounters:
+      return "the agent counts no queues; it may be of an older version";
+    case Table::aclDropCounters:
+      return "the agent's chip counts no ACL drops, or the agent is of an older version";
+    default:
+      return kNotPublished;
+  }
+}
+
+}  // namespace
+
+std::string tableText(TablePlace const& place, Glim::Answer answer, std::string const& stranger,
+                      std::string_view whyMissing) {
   std::string const file = place.directory + "/" + place.file;
   switch (answer) {
     case Glim::Answer::missing:
-      return "there is no table " + file + ": the agent has not published it";
+      return "there is no table " + file + ": " + std::string(whyMissing);
     case Glim::Answer::retired:
       return file + " was replaced, and its successor is not there yet";
     case Glim::Answer::unreadable:
@@ -68,23 +86,22 @@ void addRowsLeftOut(std::vector<Problem>& all, std::string const& path, std::uin
 
 std::vector<Problem> problems(Snapshot const& snapshot, std::vector<std::string> const& unknown) {
   std::vector<Problem> all;
-  auto const& tables = snapshot.table;
-  bool const none = std::all_of(tables.begin(), tables.end(), [](TableRead const& table) {
-    return table.answer == Glim::Answer::missing;
+  auto const& tables = snapshot.tables;
+  bool const none = std::all_of(tables.begin(), tables.end(), [](auto const& table) {
+    return table.second.answer == Glim::Answer::missing;
   });
   if (none) return {noTables(snapshot.directory)};
-  auto const fileOf = [](TableRead const& table) { return std::string(table.name) + ".glim"; };
-  for (TableRead const& table : tables)
-    if (exitCodeOf(table.answer) != ExitCode::ok)
-      all.push_back({exitCodeOf(table.answer),
+  auto const fileOf = [](Table table) { return std::string(name(table)) + ".glim"; };
+  for (auto const& [table, read] : tables)
+    if (exitCodeOf(read.answer) != ExitCode::ok)
+      all.push_back({exitCodeOf(read.answer),
                      tableText({snapshot.directory, snapshot.directoryNamed, fileOf(table)},
-                               table.answer, table.stranger)});
-  for (TableRead const& table : tables)
-    addRowsLeftOut(all, snapshot.directory + "/" + fileOf(table), table.corruptRows,
-                   table.busyRows);
-  bool const known = tables[Snapshot::counterTable].answer == Glim::Answer::ok;
+                               read.answer, read.stranger, whyMissing(table))});
+  for (auto const& [table, read] : tables)
+    addRowsLeftOut(all, snapshot.directory + "/" + fileOf(table), read.corruptRows, read.busyRows);
   for (std::string const& name : unknown)
-    if (known) all.push_back({ExitCode::unknownName, "there is no interface " + printable(name)});
+    if (wasRead(snapshot, Table::counters))
+      all.push_back({ExitCode::unknownName, "there is no interface " + printable(name)});
   return all;
 }
 

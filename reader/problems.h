@@ -3,6 +3,7 @@
 
 #include <iosfwd>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "reader/exit_code.h"
@@ -23,7 +24,9 @@ struct TablePlace {
   bool directoryNamed = true;  // by the user
   std::string file;            // within the directory
 };
-std::string tableText(TablePlace const& place, Glim::Answer answer, std::string const& stranger);
+inline constexpr std::string_view kNotPublished = "the agent has not published it";
+std::string tableText(TablePlace const& place, Glim::Answer answer, std::string const& stranger,
+                      std::string_view whyMissing = kNotPublished);
 // There is no table at all.
 Problem noTables(std::string const& directory);
 // Rows that could not be read and were left out: none, one or two problems.

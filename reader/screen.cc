@@ -108,6 +108,9 @@ std::optional<Key> keyOf(int code) {
     case 'r':
     case 'R':
       return Key::rates;
+    case 'c':
+    case 'C':
+      return Key::sinceClear;
     case KEY_UP:
     case 'k':
       return Key::up;

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,12 +17,17 @@
 
 namespace Show {
 
-// One interface: known to at least one of the tables of counters and descriptions.
+// One interface: known to at least one of the tables that were read, other than those of clears.
 struct Intf {
+  using Queues = Interface::QueueCounter::IntfQueueCounter;
+
   Pekt::IntfId intfId;
   std::optional<Interface::EthIntfCounterGlim> counters;     // totals
   std::optional<Interface::EthIntfCounterGlim> atLastClear;  // the totals at the last clear
   std::optional<Interface::IntfDescription> description;
+  std::optional<Queues> queues;             // totals
+  std::optional<Queues> queuesAtLastClear;  // the totals at the last clear
+  std::optional<Glim::Interface::DropCounter> drops;
   std::optional<Interface::IntfRates> measuredRates;  // between two samples: live_rates.h
 
   std::string_view kernelName() const {
@@ -31,7 +37,6 @@ struct Intf {
 
 // How the reading of one table went.
 struct TableRead {
-  std::string_view name;
   Glim::Answer answer = Glim::Answer::missing;  // of the whole table
   std::uint64_t rows = 0;                       // read
   std::uint64_t corruptRows = 0;                // failed their checksum, and were left out
@@ -57,20 +62,41 @@ struct AgentStatus {
   bool alive() const { return state == AgentState::running; }
 };
 
+// In the order in which they are told of.
+enum class Table : std::uint8_t {
+  counters,
+  clearCounters,
+  descriptions,
+  queueCounters,
+  clearQueueCounters,
+  aclDropCounters,
+};
+inline constexpr std::array<std::string_view, 6> kTableNames{
+    Interface::kIntfCounters,      Interface::kIntfClearCounters,      Interface::kIntfDescriptions,
+    Interface::kIntfQueueCounters, Interface::kIntfClearQueueCounters, Interface::kAclDropCounters};
+constexpr std::string_view name(Table table) {
+  return kTableNames[static_cast<std::size_t>(table)];
+}
+
 struct Snapshot {
   double now = 0.0;  // seconds since the epoch
   std::string directory;
   bool directoryNamed = true;  // by the user, who thereby trusts it
   AgentStatus agent;
-  enum Table : std::size_t { counterTable, clearTable, descriptionTable, tables };
-  std::array<TableRead, tables> table{{{.name = Interface::kIntfCounters},
-                                       {.name = Interface::kIntfClearCounters},
-                                       {.name = Interface::kIntfDescriptions}}};
-  std::vector<Intf> interfaces;  // in the order of their names
+  std::map<Table, TableRead> tables;  // those that the command takes
+  std::vector<Intf> interfaces;       // in the order of their names
 };
+
+// Whether the table was asked for, and could be read.
+bool wasRead(Snapshot const& snapshot, Table table);
 
 // Seconds since the row's sample; nothing when there was none yet. Never negative.
 std::optional<double> age(Snapshot const& snapshot, Intf const& intf);
+
+// When the counters of the interface were last cleared, in seconds since the epoch: the time of the
+// sample to which the counts since then relate. Nothing when they never were.
+std::optional<double> cleared(Intf const& intf);
+bool anyCleared(Snapshot const& snapshot);
 
 // Whether the link went, and its rows were kept.
 inline bool gone(Intf const& intf) {

@@ -1,5 +1,6 @@
 #include "reader/source.h"
 
+#include <algorithm>
 #include <map>
 #include <utility>
 #include <vector>
@@ -11,21 +12,35 @@ namespace {
 // A table can be replaced while it is read; more often than this in a row, it is given up.
 constexpr int kAttempts = 4;
 
-std::string pathOf(std::string const& directory, std::string_view table) {
-  return directory + "/" + std::string(table);
+// A clear alone tells of no interface.
+bool isKnown(Intf const& intf) {
+  return intf.counters || intf.description || intf.queues || intf.drops;
 }
 
 }  // namespace
 
-Source::Source(std::string directory, Trust trust)
+template <class Record>
+Source::Rows<Record>::Rows(std::string const& directory, Table table,
+                           std::optional<Record> Intf::*place)
+    : which(table), member(place), reader(directory + "/" + std::string(name(table))) {}
+
+Source::Source(std::string directory, Trust trust, std::vector<Table> const& wanted)
     : _directory(std::move(directory)),
       _trust(trust),
-      _counters(pathOf(_directory, Interface::kIntfCounters)),
-      _clearCounters(pathOf(_directory, Interface::kIntfClearCounters)),
-      _descriptions(pathOf(_directory, Interface::kIntfDescriptions)) {}
+      _tables(EthRows(_directory, Table::clearCounters, &Intf::atLastClear),
+              QueueRows(_directory, Table::clearQueueCounters, &Intf::queuesAtLastClear),
+              EthRows(_directory, Table::counters, &Intf::counters),
+              DescriptionRows(_directory, Table::descriptions, &Intf::description),
+              QueueRows(_directory, Table::queueCounters, &Intf::queues),
+              DropRows(_directory, Table::aclDropCounters, &Intf::drops)) {
+  auto const want = [&wanted](auto& table) {
+    table.wanted = std::find(wanted.begin(), wanted.end(), table.which) != wanted.end();
+  };
+  std::apply([&want](auto&... table) { (want(table), ...); }, _tables);
+}
 
 template <class Record>
-Glim::Answer Source::refresh(Table<Record>& table) const {
+Glim::Answer Source::refresh(Rows<Record>& table) const {
   std::string const path = table.reader.table().path();
   Glim::ReaderOptions const options = readerOptions(_trust, path + ".glim");
   if (table.options.owner != options.owner) table.reader = Glim::Reader<Record>(path, options);
@@ -33,8 +48,8 @@ Glim::Answer Source::refresh(Table<Record>& table) const {
   return table.reader.refresh();
 }
 
-template <class Record, class Visit>
-void Source::read(Table<Record>& table, TableRead& read, Visit visit) {
+template <class Record>
+std::vector<Record> Source::read(Rows<Record>& table, TableRead& read) {
   std::vector<Record> rows;
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     read.answer = refresh(table);
@@ -51,8 +66,8 @@ void Source::read(Table<Record>& table, TableRead& read, Visit visit) {
   }
   if (read.answer == Glim::Answer::unsafe)
     read.stranger = strangerOf(table.reader.table().path() + ".glim");
-  if (read.answer != Glim::Answer::ok) return;
-  for (Record const& row : rows) visit(row);
+  if (read.answer != Glim::Answer::ok) rows.clear();
+  return rows;
 }
 
 Snapshot Source::take(double now) {
@@ -61,17 +76,17 @@ Snapshot Source::take(double now) {
   snapshot.directory = _directory;
   snapshot.directoryNamed = _trust == Trust::directoryOwner;
   std::map<Pekt::IntfId, Intf> interfaces;
-  read(_counters, snapshot.table[Snapshot::counterTable],
-       [&](auto const& row) { interfaces[row.intfId].counters = row; });
-  read(_descriptions, snapshot.table[Snapshot::descriptionTable],
-       [&](auto const& row) { interfaces[row.intfId].description = row; });
-  read(_clearCounters, snapshot.table[Snapshot::clearTable], [&](auto const& row) {
-    auto const intf = interfaces.find(row.intfId);
-    if (intf != interfaces.end()) intf->second.atLastClear = row;
-  });
-  if (_counters.reader.attached()) snapshot.agent = agentStatus(_counters.reader.status());
+  auto const join = [&](auto& table) {
+    if (!table.wanted) return;
+    for (auto const& row : read(table, snapshot.tables[table.which]))
+      interfaces[row.intfId].*table.member = row;
+    if (table.which == Table::counters && table.reader.attached())
+      snapshot.agent = agentStatus(table.reader.status());
+  };
+  std::apply([&join](auto&... table) { (join(table), ...); }, _tables);
   snapshot.interfaces.reserve(interfaces.size());
   for (auto& [intfId, intf] : interfaces) {
+    if (!isKnown(intf)) continue;
     intf.intfId = intfId;
     snapshot.interfaces.push_back(std::move(intf));
   }

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <string>
+#include <tuple>
+#include <vector>
 
 #include "platform/glim/reader.h"
 #include "reader/agent_status.h"
@@ -12,31 +14,39 @@ namespace Show {
 
 class Source {
  public:
-  Source(std::string directory, Trust trust);
+  // Opens nothing but the tables that are named.
+  Source(std::string directory, Trust trust, std::vector<Table> const& wanted);
 
-  // Reads everything. A table that is not there, or became unreadable, is told in the snapshot, and
+  // Reads those tables. One that is not there, or became unreadable, is told in the snapshot, and
   // tried again with the next one; so agents may come, go and replace their tables meanwhile.
   Snapshot take(double now);
 
  private:
+  // A table, and where its rows stand in a snapshot.
   template <class Record>
-  struct Table {
-    explicit Table(std::string const& path) : reader(path) {}
+  struct Rows {
+    Rows(std::string const& directory, Table table, std::optional<Record> Intf::*place);
 
+    Table which;
+    std::optional<Record> Intf::*member;
+    bool wanted = false;
     Glim::Reader<Record> reader;
     Glim::ReaderOptions options;
   };
+  using EthRows = Rows<Interface::EthIntfCounterGlim>;
+  using DescriptionRows = Rows<Interface::IntfDescription>;
+  using QueueRows = Rows<Intf::Queues>;
+  using DropRows = Rows<Glim::Interface::DropCounter>;
 
-  template <class Record, class Visit>
-  void read(Table<Record>& table, TableRead& read, Visit visit);
   template <class Record>
-  Glim::Answer refresh(Table<Record>& table) const;
+  std::vector<Record> read(Rows<Record>& table, TableRead& read);
+  template <class Record>
+  Glim::Answer refresh(Rows<Record>& table) const;
 
   std::string _directory;
   Trust _trust;
-  Table<Interface::EthIntfCounterGlim> _counters;
-  Table<Interface::EthIntfCounterGlim> _clearCounters;
-  Table<Interface::IntfDescription> _descriptions;
+  // The clears come first: one that is made meanwhile would be ahead of the counts.
+  std::tuple<EthRows, QueueRows, EthRows, DescriptionRows, QueueRows, DropRows> _tables;
 };
 
 }  // namespace Show

@@ -5,7 +5,7 @@
 
 #include "reader/exit_code.h"
 #include "reader/options.h"
-#include "reader/show_interfaces.h"
+#include "reader/show.h"
 
 namespace Show {
 

@@ -42,6 +42,9 @@ bool TopPage::press(Key key) {
     case Key::rates:
       _options.totals = !_options.totals;
       break;
+    case Key::sinceClear:
+      _options.basis = _options.basis == Basis::total ? Basis::sinceClear : Basis::total;
+      break;
     case Key::up:
       _first -= std::min<std::size_t>(_first, 1);
       break;
@@ -79,7 +82,7 @@ std::vector<Line> TopPage::lines(std::size_t width, std::size_t height) {
   lines.push_back({{"oru-counters  " + clockText(_snapshot.now) + "  ", Style::bold},
                    {summary(_snapshot, _errors)}});
   lines.push_back(agentLine(_snapshot));
-  if (!_options.totals) lines.back().push_back({"; " + std::string(liveRatesNote(_snapshot))});
+  lines.back().push_back({topNote(_snapshot, _options)});
   for (std::string const& problem : _problems) lines.push_back({{problem, Style::warning}});
   lines.push_back(std::move(table.title));
   for (std::size_t i = 0; i < shown; ++i) lines.push_back(std::move(table.rows[_first + i]));
@@ -92,7 +95,8 @@ std::vector<Line> TopPage::lines(std::size_t width, std::size_t height) {
 
 Line TopPage::footer(std::size_t width, std::size_t shown, std::size_t hidden) const {
   std::string text = "q quit  s sort: " + std::string(name(_options.sort)) + "  r " +
-                     (_options.totals ? "rates" : "totals");
+                     (_options.totals ? "rates" : "totals") + "  c " +
+                     (_options.basis == Basis::total ? "since clear" : "as published");
   std::size_t const rows = _snapshot.interfaces.size();
   if (shown < rows)
     text += "  arrows scroll: " + std::to_string(_first + 1) + "-" +

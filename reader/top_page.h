@@ -12,7 +12,7 @@
 
 namespace Show {
 
-enum class Key { quit, sort, rates, up, down, pageUp, pageDown, home, end };
+enum class Key { quit, sort, rates, sinceClear, up, down, pageUp, pageDown, home, end };
 
 class TopPage {
  public:

@@ -65,7 +65,7 @@ void addTotals(TextTable::Row& row, Counters const& counters) {
   row.cells.push_back(countCell(counters.outPkts()));
 }
 
-std::vector<Column> columns(bool totals) {
+std::vector<Column> columns(bool totals, Basis basis) {
   std::vector<Column> all{{"Interface", kLeft}, {"Device", kLeft, 2}, {"State", kLeft, 1, 4}};
   auto const add = [&all](Column column) { all.push_back(std::move(column)); };
   if (totals) {
@@ -84,6 +84,7 @@ std::vector<Column> columns(bool totals) {
   add({"Discards", kRight, 8});
   add({"Errors", kRight, 4});
   add({"Age", kRight, 5, 5});
+  if (totals && basis == Basis::sinceClear) add({kClearedTitle, kRight, 5});
   return all;
 }
 
@@ -115,7 +116,7 @@ void sort(Snapshot& snapshot, TopOptions const& options) {
 }
 
 TextTable topTable(Snapshot const& snapshot, ErrorWatch const& errors, TopOptions const& options) {
-  TextTable table(columns(options.totals));
+  TextTable table(columns(options.totals, options.basis));
   for (Intf const& intf : snapshot.interfaces) {
     Counters const counters(intf, options.basis);
     std::uint64_t const speed = intf.description ? intf.description->speed : 0;
@@ -133,9 +134,21 @@ TextTable topTable(Snapshot const& snapshot, ErrorWatch const& errors, TopOption
     if (errors.rising(snapshot, intf)) errorCell.style = Style::alert;
     row.cells.push_back(std::move(errorCell));
     row.cells.push_back(ageCell(snapshot, intf));
+    if (options.totals && options.basis == Basis::sinceClear)
+      row.cells.push_back(clearedCell(snapshot, intf));
     table.add(std::move(row));
   }
   return table;
+}
+
+std::string topNote(Snapshot const& snapshot, TopOptions const& options) {
+  std::string note;
+  if (!options.totals) note += "; " + std::string(liveRatesNote(snapshot));
+  if (options.basis == Basis::sinceClear)
+    note += "; counts since the last clear";
+  else if (anyCleared(snapshot))
+    note += "; counts as published: there was a clear";
+  return note;
 }
 
 std::string summary(Snapshot const& snapshot, ErrorWatch const& errors) {

@@ -46,13 +46,17 @@ class ErrorWatch {
 struct TopOptions {
   SortKey sort = SortKey::name;  // by name ascending, else the largest first
   bool totals = false;           // octets and packets in the place of their rates
-  Basis basis = Basis::sinceClear;
+  Basis basis = Basis::total;
 };
 
 // By the natural order of names where the key tells no difference; what has no value comes last.
 void sort(Snapshot& snapshot, TopOptions const& options);
 
 TextTable topTable(Snapshot const& snapshot, ErrorWatch const& errors, TopOptions const& options);
+
+// What the rates and counts are, to follow the agent's line: "; rates from poll to poll; counts
+// since the last clear".
+std::string topNote(Snapshot const& snapshot, TopOptions const& options);
 
 // "64 interfaces, 40 up, 3 with new errors".
 std::string summary(Snapshot const& snapshot, ErrorWatch const& errors);

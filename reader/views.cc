@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "reader/clock_text.h"
 #include "reader/units.h"
 
 namespace Show {
@@ -45,12 +46,14 @@ void appendNamed(std::vector<Line>& lines, Snapshot const& snapshot, Basis basis
   std::vector<Column> columns{{std::string(title), kLeft}};
   for (Named const& one : named) columns.push_back({std::string(one.title), kRight, one.hideOrder});
   columns.push_back({"Age"});
+  if (basis == Basis::sinceClear) columns.push_back({kClearedTitle, kRight, 2});
   TextTable table(std::move(columns));
   for (Intf const& intf : snapshot.interfaces) {
     Counters const counters(intf, basis);
     TextTable::Row row{{nameCell(intf)}, rowStyle(intf)};
     for (Named const& one : named) row.cells.push_back(countCell(counters[one.counter]));
     row.cells.push_back(ageCell(snapshot, intf));
+    if (basis == Basis::sinceClear) row.cells.push_back(clearedCell(snapshot, intf));
     table.add(std::move(row));
   }
   appendTable(lines, table.text(width));
@@ -112,6 +115,11 @@ Span kernelNameCell(Intf const& intf) {
 }
 Span countCell(std::optional<std::uint64_t> value) { return {count(value)}; }
 
+Span clearedCell(Snapshot const& snapshot, Intf const& intf) {
+  auto const time = cleared(intf);
+  return {time ? clockText(*time, snapshot.now) : "never"};
+}
+
 Span ageCell(Snapshot const& snapshot, Intf const& intf) {
   auto const seconds = age(snapshot, intf);
   if (stale(snapshot, intf) && seconds) return {"stale " + ageText(seconds), Style::warning};
@@ -119,35 +127,32 @@ Span ageCell(Snapshot const& snapshot, Intf const& intf) {
 }
 
 std::vector<Line> countersView(Snapshot const& snapshot, Basis basis, std::size_t width) {
-  TextTable table({{"Interface", kLeft},
-                   {"Device", kLeft, 2},
-                   {"State", kLeft, 1},
-                   {"In octets", kRight, 3},
-                   {"In packets", kRight, 7},
-                   {"In discards", kRight, 8},
-                   {"In errors", kRight, 6},
-                   {"Out octets", kRight, 4},
-                   {"Out packets", kRight, 7},
-                   {"Out discards", kRight, 8},
-                   {"Out errors", kRight, 6},
-                   {"Age", kRight, 5},
-                   {"Alias", kLeft, 9}});
+  std::vector<Column> columns{
+      {"Interface", kLeft},        {"Device", kLeft, 2},      {"State", kLeft, 1},
+      {"In octets", kRight, 3},    {"In packets", kRight, 8}, {"In discards", kRight, 9},
+      {"In errors", kRight, 7},    {"Out octets", kRight, 4}, {"Out packets", kRight, 8},
+      {"Out discards", kRight, 9}, {"Out errors", kRight, 7}, {"Age", kRight, 6}};
+  if (basis == Basis::sinceClear) columns.push_back({kClearedTitle, kRight, 5});
+  columns.push_back({"Alias", kLeft, 10});
+  TextTable table(std::move(columns));
   for (Intf const& intf : snapshot.interfaces) {
     Counters const counters(intf, basis);
-    table.add({{nameCell(intf),
-                kernelNameCell(intf),
-                {std::string(stateName(intf))},
-                countCell(counters["inOctets"]),
-                countCell(counters.inPkts()),
-                countCell(counters["inDiscards"]),
-                countCell(counters["inErrors"]),
-                countCell(counters["outOctets"]),
-                countCell(counters.outPkts()),
-                countCell(counters["outDiscards"]),
-                countCell(counters["outErrors"]),
-                ageCell(snapshot, intf),
-                aliasCell(intf, width)},
-               rowStyle(intf)});
+    TextTable::Row row{{nameCell(intf),
+                        kernelNameCell(intf),
+                        {std::string(stateName(intf))},
+                        countCell(counters["inOctets"]),
+                        countCell(counters.inPkts()),
+                        countCell(counters["inDiscards"]),
+                        countCell(counters["inErrors"]),
+                        countCell(counters["outOctets"]),
+                        countCell(counters.outPkts()),
+                        countCell(counters["outDiscards"]),
+                        countCell(counters["outErrors"]),
+                        ageCell(snapshot, intf)},
+                       rowStyle(intf)};
+    if (basis == Basis::sinceClear) row.cells.push_back(clearedCell(snapshot, intf));
+    row.cells.push_back(aliasCell(intf, width));
+    table.add(std::move(row));
   }
   std::vector<Line> lines;
   appendTable(lines, table.text(width));

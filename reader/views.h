@@ -29,6 +29,13 @@ Span countCell(std::optional<std::uint64_t> value);
 Span ageCell(Snapshot const& snapshot, Intf const& intf);
 inline Style rowStyle(Intf const& intf) { return isDown(intf) ? Style::dim : Style::plain; }
 
+// When counts since the last clear are shown, this column tells the clear.
+inline constexpr char const* kClearedTitle = "Cleared";
+Span clearedCell(Snapshot const& snapshot, Intf const& intf);
+// What to tell where they are not shown, although there was a clear.
+inline constexpr std::string_view kClearedNote =
+    "Counters were cleared; --since-clear shows the counts since then.";
+
 // Each takes the interfaces of the snapshot as they are: select first.
 std::vector<Line> countersView(Snapshot const& snapshot, Basis basis, std::size_t width);
 // What to tell before the rates.

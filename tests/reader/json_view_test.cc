@@ -40,7 +40,7 @@ TEST_F(JsonView, TheKeysAreStable) {
   EXPECT_THAT(keys(all["interfaces"][0]),
               ElementsAre("name", "kernelName", "ifIndex", "alias", "adminState", "operState",
                           "speed", "lastChange", "stale", "lastUpdate", "age", "rates",
-                          "measuredRates", "counters", "sinceClear"));
+                          "measuredRates", "cleared", "counters", "sinceClear"));
   EXPECT_THAT(keys(all["interfaces"][0]["rates"]),
               ElementsAre("inBitsRate", "inPktsRate", "outBitsRate", "outPktsRate", "lastUpdate"));
 }
@@ -88,6 +88,14 @@ TEST_F(JsonView, CountsAreThereAsPublishedAndSinceTheClear) {
   first().counters->statistics.inOctets = 130;
   EXPECT_EQ(parsedIntf()["counters"]["inOctets"], 130);
   EXPECT_EQ(parsedIntf()["sinceClear"]["inOctets"], 30);
+}
+
+TEST_F(JsonView, TheTimeOfTheClearIsThatOfTheClearRow) {
+  EXPECT_TRUE(parsedIntf()["cleared"].is_null());
+  first().atLastClear.emplace();
+  EXPECT_TRUE(parsedIntf()["cleared"].is_null()) << "a row that no clear wrote";
+  first().atLastClear->statistics.lastUpdate = 12.5;
+  EXPECT_EQ(parsedIntf()["cleared"], 12.5);
 }
 
 TEST_F(JsonView, TheDescriptionIsThereWhole) {
@@ -171,7 +179,7 @@ TEST_F(JsonView, ProblemsComeWithTheirExitCode) {
 }
 
 TEST_F(JsonView, TheStatusOfATableIsThere) {
-  snapshot.table[Snapshot::clearTable].answer = Glim::Answer::missing;
+  snapshot.tables[Table::clearCounters].answer = Glim::Answer::missing;
   EXPECT_EQ(parsed()["tables"]["intfCounters"]["status"], "ok");
   EXPECT_EQ(parsed()["tables"]["intfClearCounters"]["status"], "missing");
 }

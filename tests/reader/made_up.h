@@ -36,16 +36,28 @@ inline void giveRates(Intf& intf, double in, double out, double packets) {
                           .seeded = kNow - 100.0};
 }
 
-// With an agent that lives.
+// Queues 0 and on, unicast; queue n has sent 100 + n packets of 64 octets, and dropped n of them.
+// All together are what the chip would count.
+inline Intf::Queues queueRow(Intf const& intf, std::uint32_t queues) {
+  using namespace Interface::QueueCounter;
+  Intf::Queues row{.intfId = intf.intfId, .statistics = {}, .intfCounts = {}};
+  row.statistics.sizeIs(queues);
+  for (std::uint32_t i = 0; i < queues; ++i) {
+    QueueCounts& counts = row.statistics[QueueIndex(i)].counts;
+    counts = {.pkts = 100 + i, .octets = 64 * (100 + i), .dropPkts = i, .dropOctets = 64 * i};
+    row.intfCounts += counts;
+  }
+  return row;
+}
+
+// With an agent that lives, and the tables that `show interfaces` reads.
 inline Snapshot snapshot(std::vector<Intf> interfaces) {
   Snapshot made;
   made.now = kNow;
   made.directory = "/tables";
   made.agent = {.state = AgentState::running, .pid = 4711, .heartbeatAge = 0.4};
-  for (TableRead& table : made.table) {
-    table.answer = Glim::Answer::ok;
-    table.rows = interfaces.size();
-  }
+  for (Table const table : {Table::counters, Table::clearCounters, Table::descriptions})
+    made.tables[table] = {.answer = Glim::Answer::ok, .rows = interfaces.size()};
   made.interfaces = std::move(interfaces);
   return made;
 }

@@ -30,14 +30,36 @@ TEST_F(CommandLine, ShowInterfacesTakesNames) {
   EXPECT_EQ(parse({"show", "interfaces", "Ethernet1", "eth*"}), std::nullopt);
   EXPECT_EQ(sut.command, Options::Command::showInterfaces);
   EXPECT_THAT(sut.names, ElementsAre("Ethernet1", "eth*"));
-  EXPECT_EQ(sut.basis(), Basis::sinceClear);
+  EXPECT_EQ(sut.basis(), Basis::total);
 }
 
 TEST_F(CommandLine, ShowInterfacesTakesItsFlags) {
-  EXPECT_EQ(parse({"show", "interfaces", "--errors", "--rates", "--json", "--total"}),
+  EXPECT_EQ(parse({"show", "interfaces", "--errors", "--rates", "--json", "--since-clear"}),
             std::nullopt);
   EXPECT_TRUE(sut.errors && sut.rates && sut.json);
+  EXPECT_EQ(sut.basis(), Basis::sinceClear);
+}
+
+TEST_F(CommandLine, ShowQueuesTakesNamesAndFlags) {
+  EXPECT_EQ(parse({"show", "queues", "Ethernet1", "eth*"}), std::nullopt);
+  EXPECT_EQ(sut.command, Options::Command::showQueues);
+  EXPECT_THAT(sut.names, ElementsAre("Ethernet1", "eth*"));
   EXPECT_EQ(sut.basis(), Basis::total);
+  EXPECT_EQ(parse({"show", "queues", "--since-clear", "--json"}), std::nullopt);
+  EXPECT_TRUE(sut.json);
+  EXPECT_EQ(sut.basis(), Basis::sinceClear);
+}
+
+TEST_F(CommandLine, ShowDropsTakesNamesAndJson) {
+  EXPECT_EQ(parse({"show", "drops", "Ethernet1", "--json"}), std::nullopt);
+  EXPECT_EQ(sut.command, Options::Command::showDrops);
+  EXPECT_THAT(sut.names, ElementsAre("Ethernet1"));
+  EXPECT_TRUE(sut.json);
+}
+
+TEST_F(CommandLine, TopCountsSinceTheClearWhenTold) {
+  EXPECT_EQ(parse({"top", "--since-clear"}), std::nullopt);
+  EXPECT_EQ(sut.basis(), Basis::sinceClear);
 }
 
 TEST_F(CommandLine, TopTakesItsOptions) {
@@ -125,7 +147,9 @@ TEST_F(CommandLine, WrongUsageIsRefusedWithAMessage) {
        {Arguments{}, Arguments{"show"}, Arguments{"shw"}, Arguments{"top", "--interval", "0"},
         Arguments{"top", "--interval", "soon"}, Arguments{"top", "--for", "-1"},
         Arguments{"top", "--sort", "colour"}, Arguments{"show", "interfaces", "--loud"},
-        Arguments{"top", "--rates"}, Arguments{"--tables", "", "top"}}) {
+        Arguments{"top", "--rates"}, Arguments{"show", "drops", "--since-clear"},
+        Arguments{"show", "queues", "--rates"}, Arguments{"show", "interfaces", "--total"},
+        Arguments{"--tables", "", "top"}}) {
     err.str("");
     EXPECT_EQ(parse(wrong), ExitCode::usage);
     EXPECT_THAT(err.str(), Not(IsEmpty()));

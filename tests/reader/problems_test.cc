@@ -16,7 +16,7 @@ using testing::SizeIs;
 class ProblemsOfASnapshot : public testing::Test {
  protected:
   std::vector<Problem> of(Glim::Answer answer) {
-    snapshot.table[Snapshot::counterTable].answer = answer;
+    snapshot.tables[Table::counters].answer = answer;
     return problems(snapshot, {});
   }
   Snapshot snapshot = Show::snapshot({intf("Ethernet1", "eth0")});
@@ -28,7 +28,7 @@ TEST_F(ProblemsOfASnapshot, ThereAreNoneWhenAllWasRead) {
 }
 
 TEST_F(ProblemsOfASnapshot, NoTablesAtAllIsOneProblemThatSaysWhatToDo) {
-  for (TableRead& table : snapshot.table) table.answer = Glim::Answer::missing;
+  for (auto& [table, read] : snapshot.tables) read.answer = Glim::Answer::missing;
   auto const found = problems(snapshot, {"Ethernet7"});
   ASSERT_THAT(found, SizeIs(1));
   EXPECT_EQ(found[0].text,
@@ -50,7 +50,7 @@ TEST_F(ProblemsOfASnapshot, EachStateOfATableHasItsOwnMessage) {
 }
 
 TEST_F(ProblemsOfASnapshot, ATableOfAStrangerIsToldByItsOwner) {
-  auto& table = snapshot.table[Snapshot::counterTable];
+  auto& table = snapshot.tables[Table::counters];
   table.stranger = "alice (user 1000)";
   EXPECT_THAT(of(Glim::Answer::unsafe)[0].text, HasSubstr("it belongs to alice (user 1000)"));
   snapshot.directoryNamed = false;
@@ -72,7 +72,7 @@ TEST_F(ProblemsOfASnapshot, EachKindOfProblemHasItsOwnExitCode) {
 }
 
 TEST_F(ProblemsOfASnapshot, CorruptRowsAreCounted) {
-  snapshot.table[Snapshot::counterTable].corruptRows = 2;
+  snapshot.tables[Table::counters].corruptRows = 2;
   auto const found = problems(snapshot, {});
   ASSERT_THAT(found, SizeIs(1));
   EXPECT_EQ(found[0].text, "2 corrupt rows of /tables/intfCounters.glim were left out");
@@ -80,7 +80,7 @@ TEST_F(ProblemsOfASnapshot, CorruptRowsAreCounted) {
 }
 
 TEST_F(ProblemsOfASnapshot, ARowThatKeepsChangingIsTold) {
-  snapshot.table[Snapshot::counterTable].busyRows = 1;
+  snapshot.tables[Table::counters].busyRows = 1;
   auto const found = problems(snapshot, {});
   ASSERT_THAT(found, SizeIs(1));
   EXPECT_EQ(found[0].text, "1 row of /tables/intfCounters.glim kept changing and was left out");
@@ -94,14 +94,14 @@ TEST_F(ProblemsOfASnapshot, AnUnknownIntfIsNamed) {
 }
 
 TEST_F(ProblemsOfASnapshot, NoIntfIsCalledUnknownWhenTheTableCouldNotBeRead) {
-  snapshot.table[Snapshot::counterTable].answer = Glim::Answer::unreadable;
+  snapshot.tables[Table::counters].answer = Glim::Answer::unreadable;
   EXPECT_THAT(problems(snapshot, {"Ethernet7"}), SizeIs(1));
 }
 
 TEST_F(ProblemsOfASnapshot, TablesCountBeforeRowsAndRowsBeforeNames) {
-  snapshot.table[Snapshot::counterTable].corruptRows = 1;
+  snapshot.tables[Table::counters].corruptRows = 1;
   EXPECT_EQ(exitCode(problems(snapshot, {"Ethernet7"})), ExitCode::rowsLeftOut);
-  snapshot.table[Snapshot::descriptionTable].answer = Glim::Answer::unsafe;
+  snapshot.tables[Table::descriptions].answer = Glim::Answer::unsafe;
   EXPECT_EQ(exitCode(problems(snapshot, {"Ethernet7"})), ExitCode::unsafeTable);
 }
 

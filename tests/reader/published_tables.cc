@@ -31,26 +31,32 @@ std::string PublishedTables::file(std::string_view table) const {
   return _directory + "/" + std::string(table) + ".glim";
 }
 
+template <class Rows>
+void PublishedTables::take(Kel::Ptr<Rows>& rows, std::string_view table, std::uint32_t maxRows) {
+  Glim::RootPath const root(_debug, _directory + "/" + std::string(table), true);
+  rows = Kel::Ptr<Rows>::adopt(new Rows(_debug, root, Glim::TableLimits{.maxRows = maxRows}));
+}
+
 void PublishedTables::start(std::uint32_t maxRows) {
-  auto const root = [this](std::string_view table) {
-    return Glim::RootPath(_debug, _directory + "/" + std::string(table), true);
-  };
-  Glim::TableLimits const limits{.maxRows = maxRows};
-  using Counters = Interface::AllEthIntfCounterGlim;
-  using Descriptions = Interface::AllIntfDescription;
-  _counters =
-      Kel::Ptr<Counters>::adopt(new Counters(_debug, root(Interface::kIntfCounters), limits));
-  _clear =
-      Kel::Ptr<Counters>::adopt(new Counters(_debug, root(Interface::kIntfClearCounters), limits));
-  _descriptions = Kel::Ptr<Descriptions>::adopt(
-      new Descriptions(_debug, root(Interface::kIntfDescriptions), limits));
+  take(_counters, Interface::kIntfCounters, maxRows);
+  take(_clear, Interface::kIntfClearCounters, maxRows);
+  take(_descriptions, Interface::kIntfDescriptions, maxRows);
   _counters->heartbeat();
+}
+
+void PublishedTables::startQueuesAndDrops(std::uint32_t maxRows) {
+  take(_queues, Interface::kIntfQueueCounters, maxRows);
+  take(_clearQueues, Interface::kIntfClearQueueCounters, maxRows);
+  take(_drops, Interface::kAclDropCounters, maxRows);
 }
 
 void PublishedTables::stop() {
   _counters = nullptr;
   _clear = nullptr;
   _descriptions = nullptr;
+  _queues = nullptr;
+  _clearQueues = nullptr;
+  _drops = nullptr;
 }
 
 void PublishedTables::writeTwo() {

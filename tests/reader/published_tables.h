@@ -26,12 +26,18 @@ class PublishedTables {
 
   // An agent starts: takes the tables and their rows over. Its tables have room for so many rows.
   void start(std::uint32_t maxRows = 64);
+  // An agent that counts queues and ACL drops besides. REQUIRES: start()
+  void startQueuesAndDrops(std::uint32_t maxRows = 64);
   // It ends in good order.
   void stop();
 
   void write(Interface::EthIntfCounterGlim const& row) { _counters->counterIs(row); }
   void writeClear(Interface::EthIntfCounterGlim const& row) { _clear->counterIs(row); }
   void write(Interface::IntfDescription const& row) { _descriptions->descriptionIs(row); }
+  using Queues = Interface::QueueCounter::IntfQueueCounter;
+  void write(Queues const& row) { _queues->intfQueueCounterIs(row); }
+  void writeClear(Queues const& row) { _clearQueues->intfQueueCounterIs(row); }
+  void write(Glim::Interface::DropCounter const& row) { _drops->counterIs(row); }
   // Two interfaces: Ethernet1 (eth0, up) and Ethernet2 (eth1, down), with a row of each.
   void writeTwo();
 
@@ -41,11 +47,17 @@ class PublishedTables {
   void write(std::string_view table, std::string_view content) const;
 
  private:
+  template <class Rows>
+  void take(Kel::Ptr<Rows>& rows, std::string_view table, std::uint32_t maxRows);
+
   std::string _directory;
   Dov::Platform::DebugHandler _debug{0};
   Kel::Ptr<Interface::AllEthIntfCounterGlim> _counters;
   Kel::Ptr<Interface::AllEthIntfCounterGlim> _clear;
   Kel::Ptr<Interface::AllIntfDescription> _descriptions;
+  Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> _queues;
+  Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> _clearQueues;
+  Kel::Ptr<Glim::Interface::AllDropCounterDir> _drops;
 };
 
 }  // namespace Show

@@ -51,8 +51,10 @@ class SourceOfTables : public testing::Test {
     ASSERT_EQ(::chown(tables.directory().c_str(), kStranger, kStranger), 0);
   }
   static constexpr uid_t kStranger = 54321;
-  Source sut{tables.directory(), Trust::directoryOwner};
-  Source unnamed{tables.directory(), Trust::ownTables};
+  inline static std::vector<Table> const kOfInterfaces{Table::counters, Table::clearCounters,
+                                                       Table::descriptions};
+  Source sut{tables.directory(), Trust::directoryOwner, kOfInterfaces};
+  Source unnamed{tables.directory(), Trust::ownTables, kOfInterfaces};
 };
 
 TEST_F(SourceOfTables, ReadsAllThreeTables) {
@@ -63,7 +65,7 @@ TEST_F(SourceOfTables, ReadsAllThreeTables) {
   clear.statistics.inOctets = 600;
   tables.writeClear(clear);
   Snapshot const snapshot = take();
-  for (TableRead const& table : snapshot.table) EXPECT_EQ(table.answer, Glim::Answer::ok);
+  for (auto const& [table, read] : snapshot.tables) EXPECT_EQ(read.answer, Glim::Answer::ok);
   ASSERT_EQ(snapshot.interfaces.size(), 2u);
   EXPECT_EQ(snapshot.interfaces[0].intfId, Pekt::IntfId("Ethernet1"));
   EXPECT_EQ(snapshot.interfaces[0].counters->statistics.inOctets, 1000u);
@@ -104,9 +106,43 @@ TEST_F(SourceOfTables, AClearAloneMakesNone) {
   EXPECT_TRUE(take().interfaces.empty());
 }
 
+TEST_F(SourceOfTables, ReadsTheTablesOfQueuesAndDropsWhenAskedTo) {
+  tables.start();
+  tables.startQueuesAndDrops();
+  tables.writeTwo();
+  PublishedTables::Queues queues;
+  queues.intfId = "Ethernet1";
+  queues.statistics.sizeIs(3);
+  tables.write(queues);
+  queues.statistics.sizeIs(2);
+  tables.writeClear(queues);
+  tables.write(Glim::Interface::DropCounter{"Ethernet3", 12});
+  Source all(
+      tables.directory(), Trust::directoryOwner,
+      {Table::counters, Table::queueCounters, Table::clearQueueCounters, Table::aclDropCounters});
+  Snapshot const snapshot = all.take(0.0);
+  EXPECT_EQ(snapshot.tables.size(), 4u);
+  ASSERT_EQ(snapshot.interfaces.size(), 3u);
+  EXPECT_EQ(snapshot.interfaces[0].queues->statistics.size(), 3u);
+  EXPECT_EQ(snapshot.interfaces[0].queuesAtLastClear->statistics.size(), 2u);
+  EXPECT_FALSE(snapshot.interfaces[1].queues);
+  EXPECT_EQ(snapshot.interfaces[2].drops->aclDropPkts, 12u);
+  EXPECT_FALSE(snapshot.interfaces[0].description) << "was not asked for";
+}
+
+TEST_F(SourceOfTables, TablesThatAreNotAskedForAreNotTold) {
+  tables.start();
+  tables.startQueuesAndDrops();
+  tables.write(Glim::Interface::DropCounter{"Ethernet3", 12});
+  Snapshot const snapshot = take();
+  EXPECT_EQ(snapshot.tables.size(), 3u);
+  EXPECT_FALSE(snapshot.tables.contains(Table::aclDropCounters));
+  EXPECT_TRUE(snapshot.interfaces.empty());
+}
+
 TEST_F(SourceOfTables, WithoutTablesTheAgentIsUnknown) {
   Snapshot const snapshot = take();
-  for (TableRead const& table : snapshot.table) EXPECT_EQ(table.answer, Glim::Answer::missing);
+  for (auto const& [table, read] : snapshot.tables) EXPECT_EQ(read.answer, Glim::Answer::missing);
   EXPECT_EQ(snapshot.agent.state, AgentState::unknown);
 }
 
@@ -152,7 +188,7 @@ TEST_F(SourceOfTables, FollowsATableThatWasReplaced) {
   row.intfId = "Ethernet3";
   tables.write(row);
   Snapshot const snapshot = take();
-  EXPECT_EQ(snapshot.table[Snapshot::counterTable].answer, Glim::Answer::ok);
+  EXPECT_EQ(snapshot.tables.at(Table::counters).answer, Glim::Answer::ok);
   EXPECT_EQ(snapshot.interfaces.size(), 3u);
 }
 
@@ -172,9 +208,9 @@ TEST_F(SourceOfTables, OfADirectoryThatNobodyNamedShowsNoOtherUsersTables) {
   Snapshot const refused = unnamed.take(0.0);
   EXPECT_TRUE(refused.interfaces.empty());
   EXPECT_EQ(refused.agent.state, AgentState::unknown);
-  for (TableRead const& table : refused.table) {
-    EXPECT_EQ(table.answer, Glim::Answer::unsafe);
-    EXPECT_EQ(table.stranger, "user 54321");
+  for (auto const& [table, read] : refused.tables) {
+    EXPECT_EQ(read.answer, Glim::Answer::unsafe);
+    EXPECT_EQ(read.stranger, "user 54321");
   }
   EXPECT_EQ(take().interfaces.size(), 2u) << "of one that was named, the owner's";
 }
@@ -210,8 +246,8 @@ TEST_F(SourceOfTables, LeavesACorruptRowOut) {
   tables.stop();
   tables.damageRow(Interface::kIntfCounters, 0);
   Snapshot const snapshot = take();
-  EXPECT_EQ(snapshot.table[Snapshot::counterTable].corruptRows, 1u);
-  EXPECT_EQ(snapshot.table[Snapshot::counterTable].rows, 1u);
+  EXPECT_EQ(snapshot.tables.at(Table::counters).corruptRows, 1u);
+  EXPECT_EQ(snapshot.tables.at(Table::counters).rows, 1u);
   ASSERT_EQ(snapshot.interfaces.size(), 2u);  // both are described
   EXPECT_NE(snapshot.interfaces[0].counters.has_value(),
             snapshot.interfaces[1].counters.has_value());

@@ -431,7 +431,8 @@ TEST_F(TablesCommands, DumpAsTextHasAFieldOnALine) {
   EXPECT_EQ(dump("intfDescriptions"), ExitCode::ok);
   EXPECT_THAT(out.str(), StartsWith("intfDescriptions.glim: 2 rows of IntfDescription, epoch 1, "
                                     "ready, writer running, process "));
-  EXPECT_THAT(out.str(), HasSubstr("\n\nEthernet2\n  kernelName   eth1\n  alias        \"\"\n"));
+  EXPECT_THAT(out.str(),
+              HasSubstr("\n\nEthernet2\n  kernelName        eth1\n  alias             \"\"\n"));
 }
 
 TEST_F(TablesCommands, DumpLeavesACorruptRowOutAndSaysSo) {

@@ -78,7 +78,7 @@ Ethernet2   wan0    down         n/a      0 b/s      n/a       0 p/s      0 b/s 
 Ethernet10  dummy0  up     10.0 Gb/s  1.25 Gb/s   12.5 %   84.2 kp/s  5.00 Mb/s    0.1 %    84.2 kp/s         0       0  0.4 s
 Ethernet11  fresh0  up           n/a        n/a      n/a         n/a        n/a      n/a          n/a         0       0  0.4 s
 
-q quit  s sort: name  r totals
+q quit  s sort: name  r totals  c since clear
 )");
 }
 
@@ -95,7 +95,7 @@ Ethernet2   wan0    down         0 B           0         0 B            0       
 Ethernet10  dummy0  up           0 B           0         0 B            0         0       0  0.4 s
 Ethernet11  fresh0  up           0 B           0         0 B            0         0       0  0.4 s
 
-q quit  s sort: name  r rates
+q quit  s sort: name  r rates  c since clear
 )");
 }
 
@@ -110,8 +110,38 @@ Ethernet1   eth0    up     2.00 Mb/s  1.00 Gb/s       0
 Ethernet2   wan0    down       0 b/s      0 b/s       4
 Ethernet10  dummy0  up     1.25 Gb/s  5.00 Mb/s       0
 Ethernet11  fresh0  up           n/a        n/a       0
-q quit  s sort: name  r totals  7 columns hidden
+q quit  s sort: name  r totals  c since clear  7 columns hi~
 )");
+}
+
+TEST_F(LiveTable, APageShowsCountsSinceTheClearAfterTheKey) {
+  Intf& first = snapshot.interfaces[0];
+  first.atLastClear = first.counters;
+  first.atLastClear->statistics.inOctets = 8'000'000;
+  TopPage sut({.totals = true});
+  sut.show(snapshot, {});
+  EXPECT_THAT(plainText(sut.lines(132, 9)[1]),
+              testing::EndsWith("; counts as published: there was a clear"));
+  sut.press(Key::sinceClear);
+  EXPECT_EQ("\n" + text(sut.lines(132, 9)), R"(
+oru-counters  1970-01-12 13:46:40  4 interfaces, 3 up
+Agent running, process 4711, heartbeat 0.4 s ago; counts since the last clear
+Interface   Device  State  In octets  In packets  Out octets  Out packets  Discards  Errors    Age   Cleared
+Ethernet1   eth0    up       1.00 MB           0         0 B            0         0       0  0.4 s  13:46:39
+Ethernet2   wan0    down         0 B           0         0 B            0         0       4  0.4 s     never
+Ethernet10  dummy0  up           0 B           0         0 B            0         0       0  0.4 s     never
+Ethernet11  fresh0  up           0 B           0         0 B            0         0       0  0.4 s     never
+
+q quit  s sort: name  r rates  c as published
+)");
+  sut.press(Key::sinceClear);
+  EXPECT_THAT(text(sut.lines(132, 9)), HasSubstr("9.00 MB"));
+}
+
+TEST_F(LiveTable, WithoutAClearNothingIsSaidOfOne) {
+  TopPage sut({.totals = true});
+  sut.show(snapshot, {});
+  EXPECT_THAT(plainText(sut.lines(132, 9)[1]), Not(HasSubstr("clear")));
 }
 
 // The widest that there are: a name, a kernel's name, a state and an age.
@@ -286,6 +316,16 @@ TEST_F(PlainTop, ShowsTheRatesBetweenItsTables) {
   EXPECT_THAT(out.str(), HasSubstr("8.00 Mb/s"));
 }
 
+TEST_F(PlainTop, CountsErrorsSinceTheClearWhenTold) {
+  options.duration = 0.0;
+  options.sinceClear = true;
+  snapshot.interfaces[1].atLastClear = snapshot.interfaces[1].counters;
+  snapshot.interfaces[1].counters->statistics.inErrors += 2;
+  run();
+  EXPECT_THAT(out.str(), HasSubstr("load interval; counts since the last clear\n"));
+  EXPECT_THAT(out.str(), HasSubstr("0       2  0.4 s\n"));
+}
+
 TEST_F(PlainTop, EndsWhenItIsAskedTo) {
   pace.endAt = 2.5;
   EXPECT_EQ(run(), ExitCode::ok);
@@ -311,7 +351,7 @@ TEST_F(PlainTop, TellsAProblemOnceWhileItLasts) {
   options.duration = 4.0;
   each = [this](Snapshot& taken) {
     bool const gone = times.size() >= 2 && times.size() <= 4;
-    if (gone) taken.table[Snapshot::descriptionTable].answer = Glim::Answer::missing;
+    if (gone) taken.tables[Table::descriptions].answer = Glim::Answer::missing;
   };
   EXPECT_EQ(run(), ExitCode::ok);
   std::string const text = err.str();

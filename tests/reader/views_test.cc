@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include "tests/reader/made_up.h"
 
 namespace Show {
@@ -13,6 +15,7 @@ using Interface::OperState;
 class Views : public testing::Test {
  protected:
   Views() {
+    ::setenv("TZ", "UTC", 1);  // times of clears are local
     auto& busy = snapshot.interfaces[0];
     busy.description->speed = 10'000'000'000;
     auto& counts = busy.counters->statistics;
@@ -107,11 +110,46 @@ TEST_F(Views, CountersSinceTheLastClearLeaveOutWhatWasBefore) {
   snapshot.interfaces.resize(1);
   snapshot.interfaces[0].atLastClear = snapshot.interfaces[0].counters;
   snapshot.interfaces[0].counters->statistics.outOctets += 5;
-  EXPECT_EQ("\n" + plain(countersView(snapshot, Basis::sinceClear, 60)), R"(
-Interface  Device  State  In octets  Out octets    Age
-Ethernet1  eth0    up             0           5  0.4 s
+  EXPECT_EQ("\n" + plain(countersView(snapshot, Basis::sinceClear, kUnlimited)), R"(
+Interface  Device  State  In octets  In packets  In discards  In errors  Out octets  Out packets  Out discards  Out errors    Age   Cleared  Alias
+Ethernet1  eth0    up             0           0            0          0           5            0             0           0  0.4 s  13:46:39  n/a
+)");
+}
+
+TEST_F(Views, TheClearOfOneIntfIsNotThatOfTheOthers) {
+  snapshot.interfaces[1].atLastClear = snapshot.interfaces[1].counters;
+  snapshot.interfaces[1].atLastClear->statistics.lastUpdate = kNow - 86400.0;
+  EXPECT_EQ("\n" + plain(countersView(snapshot, Basis::sinceClear, 90)), R"(
+Interface   Device  State               In octets  Out octets    Age              Cleared
+Ethernet1   eth0    up       18446744073709551615        4200  0.4 s                never
+Ethernet2   wan0    down                        0           0  0.4 s  1970-01-11 13:46:40
+Ethernet10  dummy0  unknown                   n/a         n/a  never                never
 7 columns hidden: the terminal is too narrow
 )");
+  EXPECT_EQ("\n" + plain(countersView(snapshot, Basis::sinceClear, 85)), R"(
+Interface   Device  State               In octets  Out octets              Cleared
+Ethernet1   eth0    up       18446744073709551615        4200                never
+Ethernet2   wan0    down                        0           0  1970-01-11 13:46:40
+Ethernet10  dummy0  unknown                   n/a         n/a                never
+8 columns hidden: the terminal is too narrow
+)");
+}
+
+TEST_F(Views, AClearRowWithoutATimeIsNoClear) {
+  snapshot.interfaces[0].atLastClear.emplace();
+  EXPECT_EQ(clearedCell(snapshot, snapshot.interfaces[0]).text, "never");
+  EXPECT_FALSE(anyCleared(snapshot));
+}
+
+TEST_F(Views, ErrorsSinceTheLastClearTellTheClear) {
+  snapshot.interfaces.resize(1);
+  snapshot.interfaces[0].atLastClear = snapshot.interfaces[0].counters;
+  snapshot.interfaces[0].counters->ethStatistics[EthCounter::fcsErrors] += 2;
+  auto const lines = errorsView(snapshot, Basis::sinceClear, kUnlimited);
+  for (std::size_t const title : {0u, 3u})
+    EXPECT_TRUE(plainText(lines[title]).ends_with("    Age   Cleared"));
+  EXPECT_EQ(plainText(lines[1]).find("Ethernet1       0          0    2"), 0u);
+  EXPECT_TRUE(plainText(lines[1]).ends_with("  0.4 s  13:46:39"));
 }
 
 TEST_F(Views, TheStateOfAnIntfThatIsSwitchedOffIsThat) {

@@ -1,8 +1,9 @@
-// The command `show interfaces`.
+// The commands `show`.
 #pragma once
 
 #include <cstddef>
 #include <iosfwd>
+#include <vector>
 
 #include "reader/exit_code.h"
 #include "reader/options.h"
@@ -17,8 +18,11 @@ struct Place {
   bool colours = false;
 };
 
+// The tables that a command about interfaces takes: those that `show` and `top` read.
+std::vector<Table> tablesOf(Options::Command command);
+
 // What the options ask for goes to `out`, what is wrong to `err`, a line each.
-ExitCode showInterfaces(Options const& options, Snapshot snapshot, Place const& place,
-                        std::ostream& out, std::ostream& err);
+ExitCode show(Options const& options, Snapshot snapshot, Place const& place, std::ostream& out,
+              std::ostream& err);
 
 }  // namespace Show

@@ -1,0 +1,122 @@
+// What the commands `show` print as a whole, of snapshots that were made up.
+#include "reader/show.h"
+
+#include <gmock/gmock.h>
+
+#include <sstream>
+
+#include "tests/reader/made_up.h"
+
+namespace Show {
+namespace {
+
+using Command = Options::Command;
+using testing::AllOf;
+using testing::Contains;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr char const* kNote = "Counters were cleared; --since-clear shows the counts since then.\n";
+
+class ShowCommands : public testing::Test {
+ protected:
+  ExitCode show(Command command) {
+    options.command = command;
+    out.str("");
+    err.str("");
+    for (Table const table : tablesOf(command))
+      snapshot.tables.try_emplace(table, TableRead{.answer = Glim::Answer::ok});
+    return Show::show(options, snapshot, {}, out, err);
+  }
+  void clearFirst() { snapshot.interfaces[0].atLastClear = snapshot.interfaces[0].counters; }
+
+  Options options;
+  std::ostringstream out, err;
+  Snapshot snapshot = Show::snapshot({intf("Ethernet1", "eth0"), intf("Ethernet2", "eth1")});
+};
+
+TEST_F(ShowCommands, ShowInterfacesTakesNoTableOfQueuesOrDrops) {
+  for (Command const command : {Command::showInterfaces, Command::top})
+    EXPECT_THAT(tablesOf(command),
+                testing::ElementsAre(Table::counters, Table::clearCounters, Table::descriptions));
+  EXPECT_THAT(tablesOf(Command::showQueues), Not(Contains(Table::aclDropCounters)));
+  EXPECT_THAT(tablesOf(Command::showDrops), Not(Contains(Table::queueCounters)));
+}
+
+TEST_F(ShowCommands, CountsThatWereClearedAreToldWhereTheyAreShownAsPublished) {
+  for (Command const command : {Command::showInterfaces, Command::showQueues}) {
+    show(command);
+    EXPECT_THAT(out.str(), Not(HasSubstr(kNote)));
+  }
+  clearFirst();
+  for (Command const command : {Command::showInterfaces, Command::showQueues}) {
+    show(command);
+    EXPECT_THAT(out.str(), StartsWith("Agent running, process 4711, heartbeat 0.4 s ago\n" +
+                                      std::string(kNote) + "\nInterface"));
+  }
+}
+
+TEST_F(ShowCommands, CountsSinceTheClearNeedNoNote) {
+  clearFirst();
+  options.sinceClear = true;
+  show(Command::showInterfaces);
+  EXPECT_THAT(out.str(), AllOf(Not(HasSubstr(kNote)), HasSubstr("Cleared")));
+}
+
+TEST_F(ShowCommands, AClearIsNotToldOfIntfsThatAreNotShown) {
+  clearFirst();
+  options.names = {"Ethernet2"};
+  show(Command::showInterfaces);
+  EXPECT_THAT(out.str(), Not(HasSubstr(kNote)));
+}
+
+TEST_F(ShowCommands, AClearSaysNothingOfRatesAndDrops) {
+  clearFirst();
+  show(Command::showDrops);
+  EXPECT_THAT(out.str(), Not(HasSubstr(kNote)));
+  options.rates = true;
+  show(Command::showInterfaces);
+  EXPECT_THAT(out.str(), Not(HasSubstr(kNote)));
+  options.errors = true;
+  show(Command::showInterfaces);
+  EXPECT_THAT(out.str(), HasSubstr(kNote));
+}
+
+TEST_F(ShowCommands, WithoutItsTableOfDropsACommandSaysWhatThatMeans) {
+  snapshot.tables[Table::aclDropCounters].answer = Glim::Answer::missing;
+  EXPECT_EQ(show(Command::showDrops), ExitCode::tableMissing);
+  EXPECT_THAT(out.str(), IsEmpty());
+  EXPECT_EQ(err.str(),
+            "oru-counters: there is no table /tables/aclDropCounters.glim: the agent's chip counts "
+            "no ACL drops, or the agent is of an older version\n");
+}
+
+TEST_F(ShowCommands, WithoutItsTableOfQueuesACommandSaysWhatThatMeans) {
+  snapshot.tables[Table::queueCounters].answer = Glim::Answer::missing;
+  EXPECT_EQ(show(Command::showQueues), ExitCode::tableMissing);
+  EXPECT_THAT(out.str(), IsEmpty());
+  EXPECT_EQ(err.str(),
+            "oru-counters: there is no table /tables/intfQueueCounters.glim: the agent counts no "
+            "queues; it may be of an older version\n");
+}
+
+TEST_F(ShowCommands, WithoutTheQueuesAtTheClearTheirCountsAreShown) {
+  snapshot.tables[Table::clearQueueCounters].answer = Glim::Answer::missing;
+  snapshot.interfaces[0].queues = queueRow(snapshot.interfaces[0], 1);
+  EXPECT_EQ(show(Command::showQueues), ExitCode::tableMissing);
+  EXPECT_THAT(out.str(), HasSubstr("Ethernet1  eth0        0  unicast      100"));
+  EXPECT_THAT(err.str(), HasSubstr("intfClearQueueCounters.glim"));
+}
+
+TEST_F(ShowCommands, WithoutIntfsACommandSaysSo) {
+  snapshot.interfaces.clear();
+  for (Command const command : {Command::showInterfaces, Command::showQueues, Command::showDrops}) {
+    EXPECT_EQ(show(command), ExitCode::ok);
+    EXPECT_THAT(out.str(), HasSubstr("\nNo interfaces.\n"));
+  }
+}
+
+}  // namespace
+}  // namespace Show
