@@ -1,10 +1,12 @@
 #include "counters/counters_sm.h"
 
 #include "counters/counters_sm_reactors.h"
+#include "counters/pollers/cpu_port_counters_sm.h"
 #include "counters/pollers/intf_acl_drop_counters_sm.h"
 #include "counters/pollers/intf_queue_counters_sm.h"
 #include "counters/pollers/port_counters_sm.h"
 #include "counters/pollers/unit.h"
+#include "counters/pollers/vlan_intf_counters_sm.h"
 #include "platform/interface/counter_tables.h"
 
 template class Kel::StateMachine<Oru::Counters::CountersSm, Oru::OruBaseSm>;
@@ -199,5 +201,21 @@ void CountersSm::intfAclDropCountersSmDel(Pekt::IntfId const& intfId) {
   _intfAclDropCountersSm.deleteMember(intfId);
 }
 void CountersSm::intfAclDropCountersSmDelAll() { _intfAclDropCountersSm.emptyAllBuckets(); }
+
+Kel::Ptr<CpuPortCountersSm> CountersSm::cpuPortCountersSm(Pekt::IntfId const& intfId) const {
+  return _cpuPortCountersSm.member(intfId);
+}
+void CountersSm::cpuPortCountersSmDel(Pekt::IntfId const& intfId) {
+  _cpuPortCountersSm.deleteMember(intfId);
+}
+void CountersSm::cpuPortCountersSmDelAll() { _cpuPortCountersSm.emptyAllBuckets(); }
+
+Kel::Ptr<VlanIntfCountersSm> CountersSm::vlanIntfCountersSm(Pekt::IntfId const& intfId) const {
+  return _vlanIntfCountersSm.member(intfId);
+}
+void CountersSm::vlanIntfCountersSmDel(Pekt::IntfId const& intfId) {
+  _vlanIntfCountersSm.deleteMember(intfId);
+}
+void CountersSm::vlanIntfCountersSmDelAll() { _vlanIntfCountersSm.emptyAllBuckets(); }
 
 }  // namespace Oru::Counters

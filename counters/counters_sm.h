@@ -42,9 +42,11 @@ std::ostream& operator<<(std::ostream& out, CounterType type);
 
 namespace Oru::Counters {
 
+class CpuPortCountersSm;
 class IntfAclDropCountersSm;
 class IntfQueueCountersSm;
 class PortCountersSm;
+class VlanIntfCountersSm;
 
 // Keeps one poller per interface and kind of counter, for the interfaces that
 // the agent serves, and their rows in the counter tables.
@@ -266,6 +268,33 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
   void intfAclDropCountersSmDel(Pekt::IntfId const& intfId);
   void intfAclDropCountersSmDelAll();
 
+  // The same of the CPU port pollers.
+  template <class... Rest>
+  Kel::Ptr<CpuPortCountersSm> cpuPortCountersSmIs(Kel::Ptr<OruCommonSmData> const& ocsd,
+                                                  Pekt::IntfId const& intfId, Rest const&... rest) {
+    return _cpuPortCountersSm.newMember(intfId, ocsd, intfId, rest...);
+  }
+  Kel::Ptr<CpuPortCountersSm> cpuPortCountersSm(Pekt::IntfId const& intfId) const;
+  Kel::HashMap<CpuPortCountersSm, Pekt::IntfId> const& cpuPortCountersSm() const {
+    return _cpuPortCountersSm;
+  }
+  void cpuPortCountersSmDel(Pekt::IntfId const& intfId);
+  void cpuPortCountersSmDelAll();
+
+  // The same of the VLAN interface pollers.
+  template <class... Rest>
+  Kel::Ptr<VlanIntfCountersSm> vlanIntfCountersSmIs(Kel::Ptr<OruCommonSmData> const& ocsd,
+                                                    Pekt::IntfId const& intfId,
+                                                    Rest const&... rest) {
+    return _vlanIntfCountersSm.newMember(intfId, ocsd, intfId, rest...);
+  }
+  Kel::Ptr<VlanIntfCountersSm> vlanIntfCountersSm(Pekt::IntfId const& intfId) const;
+  Kel::HashMap<VlanIntfCountersSm, Pekt::IntfId> const& vlanIntfCountersSm() const {
+    return _vlanIntfCountersSm;
+  }
+  void vlanIntfCountersSmDel(Pekt::IntfId const& intfId);
+  void vlanIntfCountersSmDelAll();
+
   static constexpr auto kelDescription() {
     using Sm = CountersSm;
     return Kel::describe(
@@ -297,6 +326,8 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
         Kel::collection("portCountersSm", &Sm::_portCountersSm),
         Kel::collection("intfQueueCountersSm", &Sm::_intfQueueCountersSm),
         Kel::collection("intfAclDropCountersSm", &Sm::_intfAclDropCountersSm),
+        Kel::collection("cpuPortCountersSm", &Sm::_cpuPortCountersSm),
+        Kel::collection("vlanIntfCountersSm", &Sm::_vlanIntfCountersSm),
         Kel::operation<Pekt::IntfId>("handleIntf", &Sm::handleIntf),
         Kel::operation<Kel::String>("doClearCounters", &Sm::doClearCounters),
         Kel::operation<Pekt::IntfId>("handleCpuIntf", &Sm::handleCpuIntf),
@@ -340,6 +371,18 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
   void addRows(Pekt::IntfId const& intfId);
   Glim::Interface::DropCounter addDropRow(Pekt::IntfId const& intfId);
 
+  // The same of handleVlanIntf(vlanIntfId).
+  struct VlanIntf {
+    bool served = false;
+    Kel::Ptr<Interface::VlanIntfStatus const> status;
+    Kel::Ptr<Interface::VlanIntfConfig const> config;
+    bool counted = false;  // there is a table
+    bool present() const { return served && status && config && counted; }
+  };
+  VlanIntf vlanIntf(Pekt::IntfId const& vlanIntfId) const;
+  void vlanIntfPresent(Pekt::IntfId const& vlanIntfId, VlanIntf const& now);
+  void vlanIntfAbsent(Pekt::IntfId const& vlanIntfId);
+
   // In the order in which the constructor makes them.
   Kel::Input<KelEthPhyIntfConfigDir, Interface::AllEthPhyIntfConfigDir const> _ethPhyIntfConfigDir;
   Kel::Input<KelEthPhyIntfStatusDir, Interface::AllEthPhyIntfStatusDir const> _ethPhyIntfStatusDir;
@@ -357,10 +400,12 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
   Kel::Input<KelQosSliceHwStatusDir, Kel::Dir> _qosSliceHwStatusDir;
   Kel::Input<KelQosAclSliceHwStatus, Qos::AclSliceHwStatus> _qosAclSliceHwStatus;
   Kel::Input<KelQosAclSliceHwStatusDir, Kel::Dir> _qosAclSliceHwStatusDir;
+  Kel::HashMap<CpuPortCountersSm, Pekt::IntfId> _cpuPortCountersSm;
   Kel::Input<KelVlanIntfConfigDir, Interface::VlanIntfConfigDir const> _vlanIntfConfigDir;
   Kel::Input<KelVlanIntfStatusDir, Interface::VlanIntfStatusDir const> _vlanIntfStatusDir;
   Kel::Ptr<Interface::AllVlanIntfCounterGlim> _allVlanIntfCounters;
   Kel::Ptr<Interface::VlanIntfCounterWriterStatus> _vlanIntfCounterWriterStatus;
+  Kel::HashMap<VlanIntfCountersSm, Pekt::IntfId> _vlanIntfCountersSm;
   Kel::Ptr<Glim::Interface::AllDropCounterDir> const _intfAclDropCountersDir;
   Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> const _allIntfQueueCounters;
   Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> const _allIntfClearQueueCounters;

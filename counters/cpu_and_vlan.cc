@@ -1,6 +1,10 @@
 // CPU ports and routed VLAN interfaces as they come and go.
 #include "counters/counters_sm.h"
+#include "counters/pollers/cpu_port_counters_sm.h"
 #include "counters/pollers/unit.h"
+#include "counters/pollers/vlan_intf_counters_sm.h"
+#include "platform/interface/counter_tables.h"
+#include "platform/kel/activity.h"
 
 namespace Oru::Counters {
 
@@ -13,6 +17,10 @@ void CountersSm::handleCpuIntf() {
 void CountersSm::handleCpuIntf(Pekt::IntfId intf) {
   if (!started()) return;
   if (auto t = trace(7)) t << "CountersSm::handleCpuIntf(" << intf << ')';
+  if (!ocsd() || !ocsd()->cpuIntf(intf)) return cpuPortCountersSmDel(intf);
+  cpuPortCountersSmIs(ocsd(), intf, counterPollPeriod(), Kel::ActivityManagerConfig::clock(),
+                      platformHelper())
+      ->initializedIs(true);
 }
 
 void CountersSm::handleVlanIntf() {
@@ -23,8 +31,52 @@ void CountersSm::handleVlanIntf() {
 }
 
 void CountersSm::handleVlanIntf(Pekt::IntfId vlanIntfId) {
-  if (auto t = trace(8))
-    t << "void Oru::Counters::CountersSm::handleVlanIntf(Pekt::IntfId) vlanIntf: " << vlanIntfId;
+  constexpr char const* function = "void Oru::Counters::CountersSm::handleVlanIntf(Pekt::IntfId)";
+  if (auto t = trace(8)) t << function << " vlanIntf: " << vlanIntfId;
+  if (!started()) return;
+  if (!Pekt::VlanIntfId::isVlanIntfId(vlanIntfId)) return;
+  VlanIntf const now = vlanIntf(vlanIntfId);
+  if (auto t = trace(7))
+    t << function << " interface " << vlanIntfId << " status " << bool(now.status) << " config "
+      << bool(now.config) << " counters " << now.counted << " ocsd " << now.served;
+  if (now.present()) {
+    if (auto t = trace(7))
+      t << function << " Initializing counter state machine for VLAN interface " << vlanIntfId;
+    vlanIntfPresent(vlanIntfId, now);
+  } else if (vlanIntfCountersSm(vlanIntfId)) {
+    if (auto t = trace(7))
+      t << function << " Deleting counter state machine vlanIntf: " << vlanIntfId;
+    vlanIntfAbsent(vlanIntfId);
+  }
+}
+
+CountersSm::VlanIntf CountersSm::vlanIntf(Pekt::IntfId const& vlanIntfId) const {
+  auto const statuses = vlanIntfStatusDir();
+  auto const configs = vlanIntfConfigDir();
+  return {.served = ocsd() && ocsd()->vlanIntf(vlanIntfId),
+          .status = statuses ? statuses->intfStatus(vlanIntfId) : nullptr,
+          .config = configs ? configs->intfConfig(vlanIntfId) : nullptr,
+          .counted = bool(allVlanIntfCounters())};
+}
+
+// The order of the steps is part of the contract, here and in vlanIntfAbsent. The helper is told
+// each time, also of an interface that has its poller.
+void CountersSm::vlanIntfPresent(Pekt::IntfId const& vlanIntfId, VlanIntf const& now) {
+  std::uint16_t const vlanId = Pekt::VlanIntfId::vlanId(vlanIntfId);
+  if (!platformHelper()->initializeVlanIntfCounters(vlanIntfId, vlanId)) return;
+  if (vlanIntfCountersSm(vlanIntfId)) return;
+  vlanIntfCountersSmIs(ocsd(), vlanIntfId, counterPollPeriod(), Kel::ActivityManagerConfig::clock(),
+                       platformHelper(), globalIntfConfig(), now.config, now.status,
+                       allVlanIntfCounters())
+      ->initializedIs(true);
+  vlanIntfCounterWriterStatus()->intfIs(vlanIntfId, true);
+}
+
+void CountersSm::vlanIntfAbsent(Pekt::IntfId const& vlanIntfId) {
+  if (vlanIntfCounterWriterStatus()) vlanIntfCounterWriterStatus()->intfDel(vlanIntfId);
+  platformHelper()->deleteVlanIntfCounters(vlanIntfId);
+  vlanIntfCountersSmDel(vlanIntfId);
+  allVlanIntfCounters()->counterDel(vlanIntfId);
 }
 
 }  // namespace Oru::Counters

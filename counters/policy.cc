@@ -2,10 +2,12 @@
 #include <ostream>
 
 #include "counters/counters_sm.h"
+#include "counters/pollers/cpu_port_counters_sm.h"
 #include "counters/pollers/intf_acl_drop_counters_sm.h"
 #include "counters/pollers/intf_queue_counters_sm.h"
 #include "counters/pollers/port_counters_sm.h"
 #include "counters/pollers/unit.h"
+#include "counters/pollers/vlan_intf_counters_sm.h"
 
 namespace OruTypes {
 
@@ -64,6 +66,10 @@ void CountersSm::updateCounters(OruTypes::CounterType type, Pekt::IntfId intf) {
       return update(intfQueueCountersSm(intf));
     case OruTypes::CounterType::port:
       return update(portCountersSm(intf));
+    case OruTypes::CounterType::cpuPort:
+      return update(cpuPortCountersSm(intf));
+    case OruTypes::CounterType::vlanIntf:
+      return update(vlanIntfCountersSm(intf));
     case OruTypes::CounterType::aclDrop:
       return update(intfAclDropCountersSm(intf));
     case OruTypes::CounterType::vlan:

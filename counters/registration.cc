@@ -3,9 +3,11 @@
 // This file is linked into the shared object itself: in a static library the
 // linker would drop it, since nothing refers to it.
 #include "counters/counters_sm.h"
+#include "counters/pollers/cpu_port_counters_sm.h"
 #include "counters/pollers/intf_acl_drop_counters_sm.h"
 #include "counters/pollers/intf_queue_counters_sm.h"
 #include "counters/pollers/port_counters_sm.h"
+#include "counters/pollers/vlan_intf_counters_sm.h"
 
 namespace Oru::Counters {
 namespace {
@@ -14,8 +16,9 @@ struct Unit {
   Kel::String const ns = "ns-";
 
   static constexpr Kel::TypeNode const* kTypes[] = {
-      &IntfAclDropCountersSm::_kelType, &IntfQueueCountersSm::_kelType, &PortCountersSm::_kelType,
-      &CountersSm::_kelType};
+      &VlanIntfCountersSm::_kelType,    &CpuPortCountersSm::_kelType,
+      &IntfAclDropCountersSm::_kelType, &IntfQueueCountersSm::_kelType,
+      &PortCountersSm::_kelType,        &CountersSm::_kelType};
 
   Unit() {
     for (auto const* type : kTypes) Kel::typeNodeIs(*type);

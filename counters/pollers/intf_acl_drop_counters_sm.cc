@@ -45,10 +45,7 @@ void IntfAclDropCountersSm::handleInitialized() {
 
 void IntfAclDropCountersSm::handleTime() {
   if (pollInterval() == 0.0) return;  // stops for good: nothing re-arms the clock
-  pollAndSetNext([this] { updateCounters(); },
-                 [this] {
-                   if (_clock) _clock->timeMinIs(Kel::System::currentTime() + pollInterval());
-                 });
+  pollAndSetNext([this] { updateCounters(); }, [this] { wakeUpAfter(_clock, pollInterval()); });
 }
 
 void IntfAclDropCountersSm::updateCounters() {

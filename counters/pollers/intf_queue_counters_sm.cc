@@ -71,10 +71,7 @@ void IntfQueueCountersSm::handleTime() {
   if (!initialized()) return;
   if (counterPollPeriod() == 0.0) return;  // stops for good: nothing re-arms the clock
   pollAndSetNext([this] { updateCounters(); },
-                 [this] {
-                   if (!_clock) return;  // the poll has taken it away
-                   _clock->timeMinIs(Kel::System::currentTime() + counterPollPeriod());
-                 });
+                 [this] { wakeUpAfter(_clock, counterPollPeriod()); });
 }
 
 void IntfQueueCountersSm::updateCounters() {

@@ -89,8 +89,7 @@ void PortCountersSm::handleTime() {
 }
 
 void PortCountersSm::setNextWakeUp() {
-  if (!initialized() || !_clock) return;  // ended, or without its clock, by what the poll set off
-  _clock->timeMinIs(Kel::System::currentTime() + counterPollPeriod());
+  if (initialized()) wakeUpAfter(_clock, counterPollPeriod());  // else the poll has ended it
 }
 
 void PortCountersSm::updateCounters() {
@@ -120,9 +119,8 @@ void PortCountersSm::updateCounters() {
   if (auto t = trace(8))
     t << "updateCounters " << intfId() << " intfStatsDelta is " << intfStatsDelta;
   intfCounter.rates = Interface::updateIntfMovingAverages(
-      intfCounter.rates, intfStatsDelta, now,
-      ethPhyIntfConfig() ? ethPhyIntfConfig()->loadInterval() : Interface::LoadInterval(),
-      globalIntfConfig() ? globalIntfConfig()->loadInterval() : Interface::LoadInterval());
+      intfCounter.rates, intfStatsDelta, now, Interface::loadIntervalOf(ethPhyIntfConfig()),
+      Interface::loadIntervalOf(globalIntfConfig()));
 
   if (auto t = trace(8))
     t << "updateCounters " << intfId() << " old intfCounter.statistics is "

@@ -24,6 +24,12 @@ class IntfConfig : public Kel::Notifier {
   LoadInterval _loadInterval;
 };
 
+// That of a configuration; one that is missing has none.
+template <class Config>
+LoadInterval loadIntervalOf(Kel::Ptr<Config> const& config) {
+  return config ? config->loadInterval() : LoadInterval();
+}
+
 // Settings for all interfaces that have none of their own.
 class GlobalIntfConfig : public IntfConfig {};
 // Configuration of one Ethernet interface.

@@ -11,6 +11,15 @@ void RecordingHelper::getCounters(Pekt::IntfId id, Kel::Ptr<OruTypes::IntfCounte
   if (duringGetCounters) duringGetCounters();
 }
 
+void RecordingHelper::getVlanIntfCounters(Pekt::IntfId id,
+                                          Kel::Ptr<OruTypes::VlanIntfCounters> newCounters,
+                                          Kel::Ptr<OruTypes::VlanIntfCounters> prevCounters) {
+  _log("getVlanIntfCounters", id);
+  prevInOctets = prevCounters->intfStats().inOctets;
+  newCounters->intfStatsIs(vlanSample);
+  if (duringGetVlanIntfCounters) duringGetVlanIntfCounters();
+}
+
 void RecordingHelper::completeSample() {
   sample->intfStats().inErrors = receiveErrorSum(sample->ethStats());
   sample->intfStats().outErrors = transmitErrorSum(sample->ethStats());

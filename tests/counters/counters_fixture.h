@@ -38,6 +38,11 @@ class RecordingHelper : public OruHelper::OruHelperCountersSm {
     _log("deinitialize", id);
     if (duringDeinitialize) duringDeinitialize();
   }
+  void initializeCpuPort(Kel::String intfName) override { _log("initializeCpuPort", intfName); }
+  void getCoppCounters() override {
+    _log("getCoppCounters");
+    if (duringGetCoppCounters) duringGetCoppCounters();
+  }
   Kel::Seconds firstSyncDelay() const override { return firstSync; }
   void getCounters(Pekt::IntfId id, Kel::Ptr<OruTypes::IntfCounters> newCounters,
                    Kel::Ptr<OruTypes::IntfCounters> prevCounters) override;
@@ -50,6 +55,13 @@ class RecordingHelper : public OruHelper::OruHelperCountersSm {
     _log("getIntfQueueCounters", id);
     if (fillQueueCounters) fillQueueCounters(*counters);
   }
+  void getVlanIntfCounters(Pekt::IntfId id, Kel::Ptr<OruTypes::VlanIntfCounters> newCounters,
+                           Kel::Ptr<OruTypes::VlanIntfCounters> prevCounters) override;
+  bool initializeVlanIntfCounters(Pekt::IntfId id, std::uint16_t vlanId) override {
+    _log("initializeVlanIntfCounters", id, vlanId);
+    return countsVlanIntfs;
+  }
+  void deleteVlanIntfCounters(Pekt::IntfId id) override { _log("deleteVlanIntfCounters", id); }
   void doClearCounters(Kel::String request) override { _log("helper.doClearCounters", request); }
   bool aclDropCountersSupported() override { return aclDropsSupported; }
   std::uint64_t getIntfAclDropCounters(Pekt::IntfId id) override {
@@ -66,7 +78,10 @@ class RecordingHelper : public OruHelper::OruHelperCountersSm {
   std::map<std::uint8_t, OruTypes::QueueType> queueTypes{{0, OruTypes::QueueType::unicast}};
   bool aclDropsSupported = false;
   std::uint64_t aclDrops = 0;
+  bool countsVlanIntfs = true;
+  Interface::IntfStatistics vlanSample;
   std::function<void()> duringHwInit, duringInitialize, duringGetCounters, duringDeinitialize;
+  std::function<void()> duringGetCoppCounters, duringGetVlanIntfCounters;
   std::function<void(OruTypes::IntfQueueCounters&)> fillQueueCounters;
 
  private:
@@ -113,6 +128,7 @@ class Recording : public Table {
   std::string const _path, _name;
 };
 using RecordingTable = Recording<Interface::AllEthIntfCounterGlim>;
+using RecordingVlanTable = Recording<Interface::AllVlanIntfCounterGlim>;
 using RecordingQueueTable = Recording<Interface::QueueCounter::AllIntfQueueCounters>;
 using RecordingDropTable = Recording<Glim::Interface::AllDropCounterDir>;
 
@@ -191,6 +207,6 @@ class CountersFixture : public testing::Test {
   Kel::Ptr<Oru::Counters::CountersSm> sut;
 };
 
-inline Pekt::IntfId const eth1("Ethernet1"), eth2("Ethernet2");
+inline Pekt::IntfId const eth1("Ethernet1"), eth2("Ethernet2"), vlan7("Vlan7"), cpu("Cpu");
 
 }  // namespace Support

@@ -38,7 +38,8 @@ TEST_F(Reflection, TypesAreRegisteredInOrder) {
   Calls registered;
   for (auto const* type : Kel::typeNodes()) registered.emplace_back(type->name());
   EXPECT_EQ(registered,
-            (Calls{"Oru::Counters::IntfAclDropCountersSm", "Oru::Counters::IntfQueueCountersSm",
+            (Calls{"Oru::Counters::VlanIntfCountersSm", "Oru::Counters::CpuPortCountersSm",
+                   "Oru::Counters::IntfAclDropCountersSm", "Oru::Counters::IntfQueueCountersSm",
                    "Oru::Counters::PortCountersSm", "Oru::Counters::CountersSm"}));
 }
 
@@ -79,6 +80,8 @@ TEST_F(Reflection, CountersSmDeclaresItsAttributes) {
                                                                "portCountersSm",
                                                                "intfQueueCountersSm",
                                                                "intfAclDropCountersSm",
+                                                               "cpuPortCountersSm",
+                                                               "vlanIntfCountersSm",
                                                                "handleIntf",
                                                                "doClearCounters",
                                                                "handleCpuIntf",
