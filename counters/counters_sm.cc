@@ -86,6 +86,7 @@ Kel::Ptr<CountersSm> countersSmFactory(
 void CountersSm::handleInitialized() {
   Initializing const once(*this);
   if (auto t = trace(8)) t << "virtual void Oru::Counters::CountersSm::handleInitialized()";
+  _chipPrepared = false;
   platformHelper()->hwInit();
   _chipPrepared = true;
   initializedIs(true);

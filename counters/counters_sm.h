@@ -66,8 +66,8 @@ class VlanIntfCountersSm;
 class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
  public:
   // Any input may be null; nothing is then heard of it. The helper must be there
-  // when the object is initialized, and the clear table whenever the table of
-  // counters is.
+  // when the object is initialized, the clear tables whenever their tables of
+  // counters are, and the table of ACL drops whenever the helper supports those.
   CountersSm(
       Kel::Ptr<OruCommonSmData> const& ocsd,
       Kel::Ptr<Interface::AllEthPhyIntfConfigDir const> const& ethPhyIntfConfigDir,

@@ -62,8 +62,10 @@ void CountersSm::intfPresent(Pekt::IntfId const& intfId) {
     if (intfQueueCountersSm(intfId) != queues) return;
   }
   if (platformHelper()->aclDropCountersSupported()) {
-    auto const drops = addDropRow(intfId);
-    intfAclDropCountersSmIs(intfId, clock, drops, intfAclDropCountersDir(), platformHelper());
+    auto const before = addDropRow(intfId);
+    intfAclDropCountersSmIs(intfId, clock, before, intfAclDropCountersDir(), platformHelper());
+    // Its construction polls, which may have ended the interface as well.
+    if (portCountersSm(intfId) != poller) intfAclDropCountersSmDel(intfId);
   }
 }
 
@@ -77,7 +79,7 @@ void CountersSm::addRows(Pekt::IntfId const& intfId) {
   allIntfClearCounters()->counterIs(row);
 }
 
-// The row as it stood before: the default one where there was none.
+// Answers the row as it stood before: the default one where there was none.
 Glim::Interface::DropCounter CountersSm::addDropRow(Pekt::IntfId const& intfId) {
   auto const found = intfAclDropCountersDir()->counter(intfId);
   if (found == Glim::Interface::DropCounter()) {
@@ -100,6 +102,9 @@ void CountersSm::intfAbsent(Pekt::IntfId const& intfId, bool statusExists) {
     poller->handleExit();
     portCountersSmDel(intfId);
   }
+  // One that is just being polled, or that somebody else holds, must not write its row any more.
+  if (auto const poller = intfQueueCountersSm(intfId)) poller->kelDoZombieReactors(true);
+  if (auto const poller = intfAclDropCountersSm(intfId)) poller->kelDoZombieReactors(true);
   intfQueueCountersSmDel(intfId);
   intfAclDropCountersSmDel(intfId);
 }

@@ -77,7 +77,7 @@ void CountersSm::updateCounters(OruTypes::CounterType type, Pekt::IntfId intf) {
       require(false, "0");
       return;
     default:
-      return;  // a kind without pollers
+      return;  // above 6: no kind
   }
 }
 

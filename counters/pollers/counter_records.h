@@ -1,7 +1,6 @@
 // The samples that travel from the helper to the pollers.
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <map>
@@ -62,13 +61,12 @@ class IntfQueueCounters : public Kel::PtrInterface {
   using QueueCounts = Interface::QueueCounter::QueueCounts;
   using QueueIndex = Interface::QueueCounter::QueueIndex;
 
-  // How many queues it holds: the highest index that was set, plus 1.
-  std::uint32_t queues() const { return _queues; }
+  // Whether the queue was counted; what is not is all zeros.
+  bool contains(QueueIndex index) const { return _counted[index.value()]; }
   QueueCounts const& queueCounts(QueueIndex index) const { return _queueCounts[index.value()]; }
-  // Queues below that were not set are all zeros.
   void queueCountsIs(QueueIndex index, QueueCounts const& counts) {
     _queueCounts[index.value()] = counts;
-    _queues = std::max(_queues, index.value() + 1);
+    _counted[index.value()] = true;
   }
 
   // Of all queues together; none where the chip does not count them so.
@@ -78,14 +76,14 @@ class IntfQueueCounters : public Kel::PtrInterface {
   // As when new.
   void clear() {
     _queueCounts = {};
+    _counted = {};
     _intfCounts.reset();
-    _queues = 0;
   }
 
  private:
   std::array<QueueCounts, QueueIndex::max + 1> _queueCounts{};
+  std::array<bool, QueueIndex::max + 1> _counted{};
   std::optional<QueueCounts> _intfCounts;
-  std::uint32_t _queues = 0;
 };
 
 }  // namespace OruTypes

@@ -22,7 +22,9 @@ CpuPortCountersSm::CpuPortCountersSm(Kel::Ptr<OruCommonSmData> const& ocsd, Pekt
       _intfId(intfId),
       _counterPollPeriod(counterPollPeriod),
       _clock(*this, clock),
-      _platformHelper(platformHelper) {}
+      _platformHelper(platformHelper) {
+  Kel::requirePeriod(counterPollPeriod);
+}
 
 CpuPortCountersSm::~CpuPortCountersSm() = default;
 

@@ -18,6 +18,7 @@ namespace Oru::Counters {
 // neither polls nor sets another: polling has then stopped for good.
 class CpuPortCountersSm : public Kel::StateMachine<CpuPortCountersSm, OruBaseSm> {
  public:
+  // Throws Kel::RangeException for what is no period.
   CpuPortCountersSm(Kel::Ptr<OruCommonSmData> const& ocsd, Pekt::IntfId intfId,
                     Kel::Seconds counterPollPeriod, Kel::Ptr<Kel::Clock const> const& clock,
                     Kel::Ptr<OruHelper::OruHelperCountersSm> const& platformHelper);

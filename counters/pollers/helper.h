@@ -20,8 +20,9 @@ namespace OruHelper {
 // What a chip does for the counters. Each platform derives from it and
 // overrides what its chip supports; the defaults are those of a machine without
 // a chip: nothing is counted and nothing is supported. Everything is called on
-// the agent's thread, and no operation reports an error: what the chip cannot
-// tell stays as the record was given.
+// the agent's thread, and no operation has to report an error: what the chip
+// cannot tell stays as the record was given. What an operation throws all the
+// same ends the poll, and the next one is made as usual.
 class OruHelperCountersSm : public Oru::OruBaseHelper {
  public:
   class NotifieeConst : public Kel::NotifieeOn<OruHelperCountersSm> {
@@ -55,7 +56,9 @@ class OruHelperCountersSm : public Oru::OruBaseHelper {
   // Tells the queues of an interface.
   virtual void getIntfQueueType(Pekt::IntfId, Kel::Ptr<OruTypes::IntfQueueType>) {}
   // Fills the queue counters: increments since the previous call while
-  // queueCountersIncrement() is set, otherwise absolute counts.
+  // queueCountersIncrement() is set, in a record that comes empty; otherwise
+  // absolute counts, in the record as it was filled before. What is not set
+  // leaves the interface's row as it is.
   virtual void getIntfQueueCounters(Pekt::IntfId, Kel::Ptr<OruTypes::IntfQueueCounters>) {}
   // As getCounters, for a VLAN interface.
   virtual void getVlanIntfCounters(Pekt::IntfId,

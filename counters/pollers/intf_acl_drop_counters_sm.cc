@@ -54,6 +54,7 @@ void IntfAclDropCountersSm::updateCounters() {
     return;
   }
   std::uint64_t const count = platformHelper()->getIntfAclDropCounters(intfId());
+  if (kelMarkedForDeletion()) return;  // the interface went, and its row with it
   auto const slot = intfAclDropCountersDir()->directWrite(intfId());
   slot->aclDropPkts = count;
   intfAclDropCountersDir()->counterCommit(slot);

@@ -50,7 +50,7 @@ class IntfAclDropCountersSm : public Kel::StateMachine<IntfAclDropCountersSm, Ke
   }
   Kel::Ptr<OruHelper::OruHelperCountersSm> const& platformHelper() const { return _platformHelper; }
 
-  // The count that was read last.
+  // The count that was published last.
   std::uint64_t prevCounters() const { return _prevCounters; }
   void prevCountersIs(std::uint64_t count) { _prevCounters = count; }
 

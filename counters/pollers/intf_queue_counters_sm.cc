@@ -31,7 +31,9 @@ IntfQueueCountersSm::IntfQueueCountersSm(
       _clock(*this, clock),
       _platformHelper(platformHelper),
       _allIntfQueueCounters(allIntfQueueCounters),
-      _allIntfClearQueueCounters(allIntfClearQueueCounters) {}
+      _allIntfClearQueueCounters(allIntfClearQueueCounters) {
+  Kel::requirePeriod(counterPollPeriod);
+}
 
 IntfQueueCountersSm::~IntfQueueCountersSm() = default;
 
@@ -63,8 +65,9 @@ void IntfQueueCountersSm::addQueues() {
     row.statistics[index].queueType = type;
   }
   if (!allIntfQueueCounters() || known) return;
+  Table& clear = *allIntfClearQueueCounters();  // refused before the first row is there
   allIntfQueueCounters()->intfQueueCounterIs(row);
-  allIntfClearQueueCounters()->intfQueueCounterIs(row);
+  clear.intfQueueCounterIs(row);
 }
 
 void IntfQueueCountersSm::handleTime() {
@@ -76,9 +79,10 @@ void IntfQueueCountersSm::handleTime() {
 
 void IntfQueueCountersSm::updateCounters() {
   if (!initialized()) return;
-  bool const increment = platformHelper()->queueCountersIncrement();
-  if (increment) prevCounters()->clear();  // what the helper leaves as it is would be added again
+  // What the helper leaves as it is would be added again.
+  if (platformHelper()->queueCountersIncrement()) prevCounters()->clear();
   platformHelper()->getIntfQueueCounters(intfId(), prevCounters());
+  if (kelMarkedForDeletion()) return;  // the interface went, and its row with it
   if (!allIntfQueueCounters()) return;
 
   IntfQueueCounter const published = allIntfQueueCounters()->intfQueueCounter(intfId());
@@ -87,15 +91,17 @@ void IntfQueueCountersSm::updateCounters() {
   row.intfCounts = published.intfCounts;
   row.statistics.set(published.statistics);
 
-  auto const merge = [increment](QueueCounts& into, QueueCounts const& sample) {
+  auto const merge = [increment = platformHelper()->queueCountersIncrement()](
+                         QueueCounts& into, QueueCounts const& sample) {
     if (increment)
       into += sample;
     else
       into = sample;
   };
   if (auto const& sample = prevCounters()->intfCounts()) merge(row.intfCounts, *sample);
-  for (std::uint32_t number = 0; number < prevCounters()->queues(); ++number) {
+  for (std::uint32_t number = QueueIndex::min; number <= QueueIndex::max; ++number) {
     QueueIndex const index(number);
+    if (!prevCounters()->contains(index)) continue;
     merge(row.statistics[index].counts, prevCounters()->queueCounts(index));
     row.statistics.sizeIs(std::max(row.statistics.size(), number + 1));
   }

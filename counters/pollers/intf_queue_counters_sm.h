@@ -24,13 +24,14 @@ namespace Oru::Counters {
 // period; each poll sets the next one period after its end. A wake-up that finds the period 0
 // neither polls nor sets another: polling of these queues has then stopped for good.
 //
-// A queue index above 16 is Kel::RangeException: from handleInitialized() of a queue's type, from
-// the helper itself of its counters.
+// Where the helper tells the type of a queue with an index above 16, the start ends in
+// Kel::RangeException. (A sample cannot hold such a queue.)
 class IntfQueueCountersSm : public Kel::StateMachine<IntfQueueCountersSm, OruBaseSm> {
  public:
   using Table = Interface::QueueCounter::AllIntfQueueCounters;
 
-  // Without a table nothing is published.
+  // Without a table nothing is published; with one, the clear table must be there too. Throws
+  // Kel::RangeException for what is no period.
   IntfQueueCountersSm(Kel::Ptr<OruCommonSmData> const& ocsd, Pekt::IntfId intfId,
                       Kel::Seconds counterPollPeriod, Kel::Ptr<Kel::Clock const> const& clock,
                       Kel::Ptr<OruHelper::OruHelperCountersSm> const& platformHelper,
@@ -62,7 +63,7 @@ class IntfQueueCountersSm : public Kel::StateMachine<IntfQueueCountersSm, OruBas
   void prevCountersDel() { _prevCounters = nullptr; }
 
   // Starts the poller: queues made known, rows ensured, first wake-up set.
-  // REQUIRES: initialized().
+  // REQUIRES: initialized(), and clock().
   void handleInitialized() override;
   // Adds rows of the queues that the helper tells, unless the interface has its row.
   void addQueues();

@@ -39,7 +39,9 @@ VlanIntfCountersSm::VlanIntfCountersSm(
       _globalIntfConfig(*this, globalIntfConfig),
       _vlanIntfConfig(vlanIntfConfig),
       _vlanIntfStatus(vlanIntfStatus),
-      _allVlanIntfCounters(allVlanIntfCounters) {}
+      _allVlanIntfCounters(allVlanIntfCounters) {
+  Kel::requirePeriod(counterPollPeriod);
+}
 
 VlanIntfCountersSm::~VlanIntfCountersSm() = default;
 

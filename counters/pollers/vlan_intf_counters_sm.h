@@ -26,6 +26,7 @@ namespace Oru::Counters {
 // neither polls nor sets another: polling of this interface has then stopped for good.
 class VlanIntfCountersSm : public Kel::StateMachine<VlanIntfCountersSm, OruBaseSm> {
  public:
+  // Throws Kel::RangeException for what is no period.
   VlanIntfCountersSm(Kel::Ptr<OruCommonSmData> const& ocsd, Pekt::IntfId intfId,
                      Kel::Seconds counterPollPeriod, Kel::Ptr<Kel::Clock const> const& clock,
                      Kel::Ptr<OruHelper::OruHelperCountersSm> const& platformHelper,

@@ -60,7 +60,12 @@ class HashMap {
       return found;
     }
     Ptr<Value> const made = constructed<Value>(params...);
-    _members.insert_or_assign(key, made);
+    // Its constructor may have had somebody else file one meanwhile.
+    if (Ptr<Value> const found = member(key)) {
+      requireSameParameters(*found, params...);
+      return found;
+    }
+    _members.emplace(key, made);
     made->hasNotificationActiveIs(true);
     return made;
   }

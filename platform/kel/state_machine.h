@@ -7,12 +7,13 @@
 //
 //   Kel::Ptr<Sm> sm = Kel::instance<Sm>(parameters...);
 //
-// The class of a state machine that owns others names those only, where its header ends with
+// The header of a state machine that owns others can do with forward declarations of them, where it
+// ends with
 //
 //   extern template class Kel::StateMachine<Sm, Base>;
 //
-// and its source says the same without `extern`: whoever uses it, or derives from it, then need not
-// know them.
+// and its source says the same without `extern`. Whoever uses it, or derives from it, then need not
+// include them either.
 //
 // The order of its end, when the last reference goes: it and its reactors become
 // zombies; its collections are emptied; its reactors lose their way back to it;

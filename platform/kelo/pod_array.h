@@ -26,7 +26,8 @@ class PodArray {
   std::uint32_t size() const { return _count; }
   T const& operator[](Index index) const { return _entries[index.value()]; }
   T& operator[](Index index) { return _entries[index.value()]; }
-  // Entries between the old and the new size are as they were: zero unless written.
+  // More than N is N. Entries between the old and the new size are as they were: zero unless
+  // written.
   void sizeIs(std::uint32_t count) { _count = count < N ? count : N; }
 
   T const* begin() const { return _entries.data(); }

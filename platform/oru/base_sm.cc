@@ -9,15 +9,13 @@ OruBaseSm::~OruBaseSm() = default;
 
 void OruBaseSm::initializedIs(bool initialized) {
   if (initialized == _initialized) return;
-  _initialized = initialized;
-  if (!initialized || _initializing) return;
-  Initializing const once(*this);
-  try {
-    handleInitialized();
-  } catch (...) {
-    _initialized = false;
-    throw;
+  if (!initialized || _initializing) {
+    _initialized = initialized;
+    return;
   }
+  Initializing const once(*this);
+  _initialized = true;
+  handleInitialized();
 }
 
 }  // namespace Oru

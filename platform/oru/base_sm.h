@@ -1,6 +1,8 @@
 // Base of the agent's state machines.
 #pragma once
 
+#include <exception>
+
 #include "platform/kel/ptr_interface.h"
 
 namespace Oru {
@@ -28,19 +30,29 @@ class OruBaseSm : public Kel::PtrInterface {
   explicit OruBaseSm(Kel::Ptr<OruCommonSmData> const& ocsd);
   ~OruBaseSm() override;
 
-  // Open while handleInitialized() runs, however it was reached.
+  // Open while handleInitialized() runs, however it was reached. An exception that ends it takes
+  // the flag back.
   class Initializing {
    public:
-    explicit Initializing(OruBaseSm& sm) : _sm(&sm), _outer(sm._initializing) {
+    explicit Initializing(OruBaseSm& sm)
+        : _sm(&sm),
+          _outer(sm._initializing),
+          _initialized(sm._initialized),
+          _exceptions(std::uncaught_exceptions()) {
       sm._initializing = true;
     }
-    ~Initializing() { _sm->_initializing = _outer; }
+    ~Initializing() {
+      _sm->_initializing = _outer;
+      if (std::uncaught_exceptions() > _exceptions) _sm->_initialized = _initialized;
+    }
     Initializing(Initializing const&) = delete;
     Initializing& operator=(Initializing const&) = delete;
 
    private:
     Kel::Ptr<OruBaseSm> const _sm;  // a handler may remove it from where it is kept
     bool const _outer;
+    bool const _initialized;
+    int const _exceptions;
   };
 
  private:

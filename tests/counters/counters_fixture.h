@@ -48,6 +48,7 @@ class RecordingHelper : public OruHelper::OruHelperCountersSm {
                    Kel::Ptr<OruTypes::IntfCounters> prevCounters) override;
   void getIntfQueueType(Pekt::IntfId id, Kel::Ptr<OruTypes::IntfQueueType> queueType) override {
     _log("getIntfQueueType", id);
+    if (duringGetIntfQueueType) duringGetIntfQueueType();
     for (auto const& [index, type] : queueTypes) queueType->queueTypeIs(index, type);
   }
   void getIntfQueueCounters(Pekt::IntfId id,
@@ -66,6 +67,7 @@ class RecordingHelper : public OruHelper::OruHelperCountersSm {
   bool aclDropCountersSupported() override { return aclDropsSupported; }
   std::uint64_t getIntfAclDropCounters(Pekt::IntfId id) override {
     _log("getIntfAclDropCounters", id);
+    if (duringGetIntfAclDropCounters) duringGetIntfAclDropCounters();
     return aclDrops;
   }
 
@@ -81,6 +83,7 @@ class RecordingHelper : public OruHelper::OruHelperCountersSm {
   bool countsVlanIntfs = true;
   Interface::IntfStatistics vlanSample;
   std::function<void()> duringHwInit, duringInitialize, duringGetCounters, duringDeinitialize;
+  std::function<void()> duringGetIntfQueueType, duringGetIntfAclDropCounters;
   std::function<void()> duringGetCoppCounters, duringGetVlanIntfCounters;
   std::function<void(OruTypes::IntfQueueCounters&)> fillQueueCounters;
 

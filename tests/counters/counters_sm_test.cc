@@ -240,6 +240,31 @@ TEST_F(CountersSm, AStartThatFailsCanBeTriedAgain) {
   EXPECT_EQ(sut->portCountersSm().size(), 1u);
 }
 
+TEST_F(CountersSm, AStartThatIsCalledDirectlyAndFailsCanBeTriedAgain) {
+  make();
+  helper->duringInitialize = [] { throw std::runtime_error("the port is away"); };
+  addIntf(eth1);
+  EXPECT_THROW(sut->handleInitialized(), std::runtime_error);
+  EXPECT_FALSE(sut->initialized());
+  helper->duringInitialize = nullptr;
+  sut->handleInitialized();
+  EXPECT_TRUE(sut->initialized());
+  EXPECT_TRUE(sut->portCountersSm(eth1)->initialized());
+}
+
+TEST_F(CountersSm, NoPollerIsMadeWhileTheChipIsPreparedAgain) {
+  makeInitialized();
+  sut->initializedIs(false);
+  std::size_t meanwhile = 99;
+  helper->duringHwInit = [&] {
+    addIntf(eth1);
+    meanwhile = sut->portCountersSm().size();
+  };
+  sut->initializedIs(true);
+  EXPECT_EQ(meanwhile, 0u);
+  EXPECT_EQ(sut->portCountersSm().size(), 1u);
+}
+
 TEST_F(CountersSm, AnInputAttachedLaterRunsItsHandlersOnce) {
   makeInitialized();
   ocsd->vlanIntfIs("Vlan7", true);

@@ -67,7 +67,6 @@ TEST_F(CpuPortCountersSm, PollsFirstAfterTheLargerOfSyncDelayAndPeriod) {
   };
   EXPECT_EQ(first(30.0, 5.0), 30.0);
   EXPECT_EQ(first(3.0, 5.0), 5.0);
-  EXPECT_EQ(first(5.0, 5.0), 5.0);
 }
 
 TEST_F(CpuPortCountersSm, PollsEveryPeriod) {
@@ -117,5 +116,7 @@ TEST_F(CpuPortCountersSm, AClockAttachedLaterIsAWakeUp) {
   sut->clockIs(time.clock());
   EXPECT_EQ(polls(), 1u);
 }
+
+TEST_F(CpuPortCountersSm, RefusesWhatIsNoPeriod) { EXPECT_THROW(make(-1.0), Kel::RangeException); }
 
 }  // namespace

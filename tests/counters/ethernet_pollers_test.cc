@@ -255,6 +255,79 @@ TEST_F(EthernetPollers, AnInterfaceThatGoesWhileItsPortIsPreparedGetsNoOtherPoll
   EXPECT_FALSE(intfAclDropCountersDir->contains(eth1));
 }
 
+TEST_F(EthernetPollers, AnInterfaceThatGoesWhileItsQueuesAreAskedGetsNoDropPoller) {
+  makeInitialized();
+  helper->duringGetIntfQueueType = [&] { ocsd->intfDel(eth1); };
+  addIntf(eth1);
+  EXPECT_EQ(pollers(), 0u);
+  EXPECT_FALSE(intfAclDropCountersDir->contains(eth1));
+}
+
+TEST_F(EthernetPollers, AnInterfaceThatGoesInTheFirstPollOfItsDropsKeepsNoPoller) {
+  makeInitialized();
+  helper->duringGetIntfAclDropCounters = [&] { ocsd->intfDel(eth1); };
+  addIntf(eth1);
+  EXPECT_EQ(pollers(), 0u);
+  log.clear();
+  time.runFor(60.0);
+  EXPECT_EQ(log.calls(), Calls{});
+}
+
+TEST_F(EthernetPollers, RowsThatGoWithTheInterfaceDuringAPollAreNotWrittenAgain) {
+  present();
+  auto const queues = sut->intfQueueCountersSm(eth1);
+  auto const drops = sut->intfAclDropCountersSm(eth1);
+  auto const leave = [&] {
+    ocsd->intfDel(eth1);
+    allIntfQueueCounters->intfQueueCounterDel(eth1);
+    intfAclDropCountersDir->counterDel(eth1);
+  };
+  helper->fillQueueCounters = [&](auto&) { leave(); };
+  queues->updateCounters();
+  EXPECT_FALSE(allIntfQueueCounters->contains(eth1));
+  ocsd->intfIs(eth1, true);
+  auto const again = sut->intfAclDropCountersSm(eth1);
+  helper->duringGetIntfAclDropCounters = leave;
+  again->updateCounters();
+  EXPECT_FALSE(intfAclDropCountersDir->contains(eth1));
+  // Nor by those that somebody still holds.
+  for (auto const& held : {drops, again}) held->updateCounters();
+  queues->updateCounters();
+  EXPECT_FALSE(allIntfQueueCounters->contains(eth1));
+  EXPECT_FALSE(intfAclDropCountersDir->contains(eth1));
+  log.clear();
+  time.runFor(60.0);
+  EXPECT_EQ(log.calls(), Calls{});
+}
+
+TEST_F(EthernetPollers, ASecondHandlingGivesTheQueuePollerItsFlagAgain) {
+  helper->aclDropsSupported = false;
+  present();
+  auto const queues = sut->intfQueueCountersSm(eth1);
+  queues->initializedIs(false);
+  sut->handleIntf(eth1);
+  EXPECT_TRUE(queues->initialized());
+  EXPECT_EQ(log.calls().back(), "getIntfQueueType Ethernet1");
+}
+
+TEST_F(EthernetPollers, AFullDropTableLeavesTheInterfaceWithItsOtherPollers) {
+  make();
+  addIntf(eth1);
+  intfAclDropCountersDir->full = true;
+  EXPECT_THROW(sut->initializedIs(true), Dov::ResourceException);
+  EXPECT_EQ(sut->portCountersSm().size(), 1u);
+  EXPECT_EQ(sut->intfQueueCountersSm().size(), 1u);
+  EXPECT_EQ(sut->intfAclDropCountersSm().size(), 0u);
+}
+
+TEST_F(EthernetPollers, AScanEndsAtAnInterfaceThatIsRefused) {
+  present();
+  addIntf(eth2);
+  Support::TraceCapture const trace(Oru::Counters::_defaultTraceHandle());
+  EXPECT_THROW(sut->handleIntf(), Kel::NameInUseException);
+  EXPECT_EQ(trace.lines().size(), 1u);  // the entry of the first one alone
+}
+
 TEST_F(EthernetPollers, NotificationsOffReachAllThree) {
   present();
   sut->hasNotificationActiveIs(false);

@@ -67,9 +67,9 @@ TEST_F(IntfAclDropCountersSm, PollsEveryTwoSeconds) {
 
 TEST_F(IntfAclDropCountersSm, SetsTheNextWakeUpFromTheTimeAfterThePoll) {
   sut = make();
-  time.nowIs(VirtualTime::kStart + 9.5);
-  time.clock()->timeIs(time.now());
-  EXPECT_EQ(time.clock()->nextWakeUp(), VirtualTime::kStart + 9.5 + 2.0);
+  helper->duringGetIntfAclDropCounters = [&] { time.nowIs(time.now() + 1.5); };
+  time.runFor(2.0);
+  EXPECT_EQ(time.clock()->nextWakeUp(), VirtualTime::kStart + 2.0 + 1.5 + 2.0);
 }
 
 TEST_F(IntfAclDropCountersSm, IntervalZeroNeitherPollsNorSetsAnotherWakeUp) {
@@ -109,9 +109,12 @@ TEST_F(IntfAclDropCountersSm, ALowerCountIsPublishedAsItIs) {
 }
 
 TEST_F(IntfAclDropCountersSm, TheRecordThatItWasMadeFromStays) {
+  sut = Poller::IntfAclDropCountersSmIs(eth1, time.clock(),
+                                        DropCounter{.intfId = eth1, .aclDropPkts = 8},
+                                        intfAclDropCountersDir, helper);
   helper->aclDrops = 100;
-  sut = make();
-  EXPECT_EQ(sut->intfAclDropCounter(), record);
+  sut->updateCounters();
+  EXPECT_EQ(sut->intfAclDropCounter(), (DropCounter{.intfId = eth1, .aclDropPkts = 8}));
 }
 
 TEST_F(IntfAclDropCountersSm, BeforeItIsInitializedAPollOnlySaysSo) {

@@ -89,7 +89,6 @@ TEST_F(IntfQueueCountersSmDeathTest, StartingWithoutTheFlagEndsTheProcess) {
 }
 
 TEST_F(IntfQueueCountersSm, TheQueuesComeBeforeThatAssertion) {
-  Support::TraceCapture const trace(Oru::Counters::_defaultTraceHandle());
   helper->queueTypes = {{17, QueueType::unicast}};
   EXPECT_THROW(sut->handleInitialized(), Kel::RangeException);  // and not the end of the process
 }
@@ -170,7 +169,18 @@ TEST_F(IntfQueueCountersSm, PollsFirstAfterTheLargerOfSyncDelayAndPeriod) {
   };
   EXPECT_EQ(first(30.0, 5.0), 30.0);
   EXPECT_EQ(first(3.0, 5.0), 5.0);
-  EXPECT_EQ(first(5.0, 5.0), 5.0);
+}
+
+TEST_F(IntfQueueCountersSm, RefusesWhatIsNoPeriod) {
+  EXPECT_THROW(make(-1.0), Kel::RangeException);
+  EXPECT_THROW(make(std::numeric_limits<double>::infinity()), Kel::RangeException);
+}
+
+TEST_F(IntfQueueCountersSm, WithoutAClearTableNoRowIsMade) {
+  sut = Poller::IntfQueueCountersSmIs(ocsd, eth1, 5.0, time.clock(), helper, allIntfQueueCounters,
+                                      nullptr);
+  EXPECT_THROW(sut->initializedIs(true), Kel::RangeException);
+  EXPECT_FALSE(allIntfQueueCounters->contains(eth1));
 }
 
 TEST_F(IntfQueueCountersSm, PollsEveryPeriod) {
@@ -297,6 +307,18 @@ TEST_F(IntfQueueCountersSm, TheFlagIsReadAtEachPoll) {
   EXPECT_EQ(queue(0).pkts, 10u);
 }
 
+TEST_F(IntfQueueCountersSm, WhatTheFlagSaysAfterTheChipWasReadCounts) {
+  start();
+  chipSays({{0, {.pkts = 10}}});
+  sut->updateCounters();
+  helper->fillQueueCounters = [&](OruTypes::IntfQueueCounters& sample) {
+    helper->queueCountersIncrementIs(true);
+    sample.queueCountsIs(QueueIndex(0), {.pkts = 3});
+  };
+  sut->updateCounters();
+  EXPECT_EQ(queue(0).pkts, 13u);
+}
+
 TEST_F(IntfQueueCountersSm, AnIncrementIsAddedOnceThoughTheChipFallsSilent) {
   helper->queueCountersIncrementIs(true);
   start();
@@ -364,18 +386,19 @@ TEST_F(IntfQueueCountersSm, AQueueThatIsCountedIsInUse) {
   EXPECT_EQ(queue(16).pkts, 2u);
 }
 
-TEST_F(IntfQueueCountersSm, QueuesThatTheSampleDoesNotReachStayAsTheyAre) {
-  helper->queueTypes = {{0, QueueType::unicast}, {1, QueueType::multicast}};
+TEST_F(IntfQueueCountersSm, QueuesThatTheSampleDoesNotHoldStayAsTheyAre) {
+  helper->queueTypes = {{0, QueueType::unicast}, {2, QueueType::multicast}};
   start();
-  chipSays({{0, {.pkts = 1}}, {1, {.pkts = 2}}});
+  chipSays({{0, {.pkts = 1}}, {1, {.pkts = 2}}, {2, {.pkts = 3}}});
   sut->updateCounters();
   sut = make();  // a poller with a sample of its own
   sut->initializedIs(true);
-  chipSays({{0, {.pkts = 5}}});
+  chipSays({{1, {.pkts = 5}}});
   sut->updateCounters();
-  EXPECT_EQ(row().statistics.size(), 2u);
-  EXPECT_EQ(queue(0).pkts, 5u);
-  EXPECT_EQ(queue(1).pkts, 2u);
+  EXPECT_EQ(row().statistics.size(), 3u);
+  EXPECT_EQ(queue(0).pkts, 1u);
+  EXPECT_EQ(queue(1).pkts, 5u);
+  EXPECT_EQ(queue(2).pkts, 3u);
 }
 
 TEST_F(IntfQueueCountersSm, APollKeepsTheQueuesTypes) {
@@ -386,9 +409,9 @@ TEST_F(IntfQueueCountersSm, APollKeepsTheQueuesTypes) {
   for (auto const& slot : row().statistics) EXPECT_EQ(slot.queueType, QueueType::multicast);
 }
 
-TEST_F(IntfQueueCountersSm, ASampleOfQueue17IsRefused) {
+TEST_F(IntfQueueCountersSm, AChipThatFailsWritesNothing) {
   start();
-  chipSays({{17, {.pkts = 1}}});
+  chipSays({{17, {.pkts = 1}}});  // there is no such place in a sample
   EXPECT_THROW(sut->updateCounters(), Kel::RangeException);
   EXPECT_EQ(log.count("queues.intfQueueCounterIs Ethernet1"), 0u);
 }

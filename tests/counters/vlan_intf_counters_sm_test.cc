@@ -103,7 +103,6 @@ TEST_F(VlanIntfCountersSm, PollsFirstAfterTheLargerOfSyncDelayAndPeriod) {
   };
   EXPECT_EQ(first(30.0, 5.0), 30.0);
   EXPECT_EQ(first(3.0, 5.0), 5.0);
-  EXPECT_EQ(first(5.0, 5.0), 5.0);
 }
 
 TEST_F(VlanIntfCountersSm, PollsEveryPeriod) {
@@ -231,5 +230,7 @@ TEST_F(VlanIntfCountersSm, TheGlobalConfigurationCanBeReplaced) {
   EXPECT_EQ(sut->globalIntfConfigDel(), other);
   EXPECT_EQ(log.calls(), Calls{});
 }
+
+TEST_F(VlanIntfCountersSm, RefusesWhatIsNoPeriod) { EXPECT_THROW(make(-1.0), Kel::RangeException); }
 
 }  // namespace
