@@ -2,6 +2,7 @@
 // machine to machine.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 
 #include "agent/event_loop.h"
@@ -28,6 +29,9 @@ class Chip {
   virtual std::optional<Interface::CounterSet> unsupported(Pekt::IntfId const&) {
     return Interface::CounterSet();
   }
+
+  // The same of its queues: bits of Interface::kQueueCounterNames.
+  virtual std::optional<std::uint32_t> unsupportedQueue(Pekt::IntfId const&) { return 0; }
 
   // Called in every turn of the loop, before the interfaces of which there was news are polled.
   virtual void turn() {}

@@ -36,10 +36,13 @@ class Reader {
         config.keepCounters = *keep;
       } else if (key == "names") {
         config.names = names(value);
+      } else if (key == "acl-drops") {
+        config.aclDrops = aclDrops(value);
       } else {
-        fail(key.source(), std::string(key.str()) +
-                               " is not a setting; there are tables, period, interfaces, "
-                               "load-interval, keep-counters and the section [names]");
+        fail(key.source(),
+             std::string(key.str()) +
+                 " is not a setting; there are tables, period, interfaces, "
+                 "load-interval, keep-counters and the sections [names] and [acl-drops]");
       }
     }
     return config;
@@ -78,12 +81,31 @@ class Reader {
     return all;
   }
 
-  NameMap names(toml::node const& node) const {
+  toml::table const& section(toml::node const& node, char const* name) const {
     auto const* const table = node.as_table();
-    if (table == nullptr) fail(node, "must be a section: [names]");
+    if (table == nullptr) fail(node, "must be a section: [" + std::string(name) + "]");
+    return *table;
+  }
+
+  AclDropMap aclDrops(toml::node const& node) const {
+    AclDropMap all;
+    for (auto const& [kernelName, value] : section(node, "acl-drops")) {
+      char const* const kWhat =
+          "family, table and name of an nftables counter, as \"inet acl eth0_drops\"";
+      auto const counter = Hardware::Linux::NftCounterName::parse(
+          text(value, (std::string("the ") + kWhat).c_str()));
+      if (!counter)
+        fail(value, std::string("must be the ") + kWhat + "; families are " +
+                        std::string(Hardware::Linux::NftCounterName::families()));
+      all.emplace(std::string(kernelName.str()), *counter);
+    }
+    return all;
+  }
+
+  NameMap names(toml::node const& node) const {
     NameMap all;
     std::set<Pekt::IntfId> given;
-    for (auto const& [kernelName, value] : *table) {
+    for (auto const& [kernelName, value] : section(node, "names")) {
       Pekt::IntfId const id = ethernetName(value);
       if (!given.insert(id).second) fail(value, std::string(id.view()) + " is given to two links");
       all.emplace(std::string(kernelName.str()), id);

@@ -9,6 +9,9 @@
 //   [names]                          # kernel name = name of the interface
 //   eth0 = "Ethernet1/1"
 //
+//   [acl-drops]                      # kernel name = an nftables counter: family, table, name
+//   eth0 = "inet acl eth0_drops"
+//
 // Everything may be left out. What is not known, or is out of bounds, is refused: a misspelt
 // setting that is passed over would be one that silently does not hold.
 #pragma once
@@ -30,6 +33,7 @@ struct ConfigFile {
   std::optional<Interface::LoadInterval> loadInterval;
   std::optional<bool> keepCounters;
   NameMap names;
+  AclDropMap aclDrops;
 };
 
 // A file that cannot be used; the text names the file, the line and what is wrong.

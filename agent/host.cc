@@ -17,12 +17,14 @@ namespace {
 constexpr Kel::Seconds kBeat = 0.4;
 constexpr Kel::Seconds kRetry = 5.0;
 constexpr Kel::Seconds kValidation = 2.0;
+// Queueing disciplines change without news of the link.
+constexpr Kel::Seconds kAskForQueues = 5.0;
 
 std::unique_ptr<Chip> makeChip(Options const& options, LinkNames const& names, Tables& tables,
                                Interfaces& interfaces, Kel::Ptr<Kel::Clock> const& clock) {
   if (options.chip == ChipKind::simulated)
     return std::make_unique<SimulatedChip>(options.ports, options.seed, tables, interfaces);
-  return std::make_unique<KernelChip>(names, tables, interfaces, clock);
+  return std::make_unique<KernelChip>(names, options.aclDrops, tables, interfaces, clock);
 }
 
 }  // namespace
@@ -43,15 +45,12 @@ Host::Host(Options const& options, ClockDriver::Steady steady, Glim::TableLimits
   pollConfig->periodPollIs(options.period);
   auto const intfConfig = Kel::make<Interface::GlobalIntfConfig>();
   intfConfig->loadIntervalIs(options.loadInterval);
-  auto const helper = _chip->helper();
-  Kel::Ptr<Glim::Interface::AllDropCounterDir> aclDrops;
-  if (helper->aclDropCountersSupported())
-    aclDrops = _tables.add<Glim::Interface::AllDropCounterDir>(Interface::kAclDropCounters);
 
   _counters = Oru::Counters::countersSmFactory(
-      _entities.ocsd, _entities.configDir, _entities.statusDir, pollConfig, helper, intfConfig,
-      _cliRequests, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, aclDrops, nullptr,
-      nullptr, _tables.intfCounters(), _tables.intfClearCounters());
+      _entities.ocsd, _entities.configDir, _entities.statusDir, pollConfig, _chip->helper(),
+      intfConfig, _cliRequests, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+      _tables.aclDropCounters(), _tables.intfQueueCounters(), _tables.intfClearQueueCounters(),
+      _tables.intfCounters(), _tables.intfClearCounters());
   _counters->writerConfigIs(Kel::make<Interface::QueueCounter::WriterConfig>());
   _counters->ethIntfCounterWriterStatusIs(Kel::make<Interface::EthIntfCounterWriterStatus>());
   _counters->aclDropConfigIs(_entities.aclDropConfig);
@@ -115,11 +114,16 @@ void Host::retryRefused() {
 void Host::pollNews() {
   bool const readable = _chip->helper()->firstSyncDelay() == 0.0;
   for (Pekt::IntfId const& intfId : _interfaces.takeNews()) {
-    if (readable) _counters->updateCounters(OruTypes::CounterType::port, intfId);
+    if (readable) {
+      _counters->updateCounters(OruTypes::CounterType::port, intfId);
+      _counters->updateCounters(OruTypes::CounterType::queue, intfId);
+    }
     _unsupportedDue.insert(intfId);
     _lastAsked.reset();
+    askForQueues(intfId);
   }
   askForUnsupported();
+  askForQueues();
 }
 
 // Whoever cannot answer is asked again with the next polls.
@@ -134,6 +138,19 @@ void Host::askForUnsupported() {
     if (unsupported) _interfaces.unsupportedIs(intfId, *unsupported);
     return unsupported.has_value();
   });
+}
+
+// Which queues are counted may change at any time, and what cannot be told now comes later.
+void Host::askForQueues() {
+  Kel::Seconds const now = _steady();
+  if (_queuesLastAsked && now - *_queuesLastAsked < std::max(_period, kAskForQueues)) return;
+  _queuesLastAsked = now;
+  for (auto const& [intfId, served] : _entities.ocsd->intf()) askForQueues(intfId);
+}
+
+void Host::askForQueues(Pekt::IntfId const& intfId) {
+  if (auto const unsupported = _chip->unsupportedQueue(intfId))
+    _interfaces.unsupportedQueueIs(intfId, *unsupported);
 }
 
 void Host::beat() {

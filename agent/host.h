@@ -37,6 +37,8 @@ class Host {
   void pollNews();
   void retryRefused();
   void askForUnsupported();
+  void askForQueues();
+  void askForQueues(Pekt::IntfId const& intfId);
   void beat();
   void openControl(EventLoop& loop);
 
@@ -57,6 +59,7 @@ class Host {
   bool _refusalTold = false;
   std::set<Pekt::IntfId> _unsupportedDue;
   std::optional<Kel::Seconds> _lastAsked;
+  std::optional<Kel::Seconds> _queuesLastAsked;
   Kel::Ptr<Oru::HwCliConfig> const _cliRequests = Kel::make<Oru::HwCliConfig>();
   Kel::Ptr<Oru::Counters::CountersSm> _counters;
   std::unique_ptr<ControlServer> _control;  // none: the socket could not be made

@@ -17,7 +17,10 @@ bool Interfaces::interfaceIs(IntfDescription description) {
       before.ifIndex == description.ifIndex && before.operState == description.operState;
   description.lastChange = sameState ? before.lastChange : Kel::System::currentTime();
   // Until its chip says so anew: no reader is to take a counter for a zero meanwhile.
-  if (before.ifIndex == description.ifIndex) description.unsupported = before.unsupported;
+  if (before.ifIndex == description.ifIndex) {
+    description.unsupported = before.unsupported;
+    description.unsupportedQueue = before.unsupportedQueue;
+  }
   if (!makeRows(description)) return false;
   auto const status = statusOf(id);
   status->speedIs(description.speed);
@@ -25,6 +28,7 @@ bool Interfaces::interfaceIs(IntfDescription description) {
   _entities.statusDir->intfStatusIs(id, status);
   if (!_entities.configDir->intfConfig(id))
     _entities.configDir->intfConfigIs(id, Kel::make<Interface::EthPhyIntfConfig>());
+  if (_libraryRuns) leaveRoom(id);
   _entities.ocsd->intfIs(id, true);
   _news.insert(id);
   return true;
@@ -44,13 +48,49 @@ bool Interfaces::makeRows(IntfDescription const& description) {
     describe(description);
     if (!counted || !cleared) clear->counterIs(zero);
     if (!counted) live->counterIs(zero);
+    if (!_entities.ocsd->intf(id)) takeRoom(id);
     return true;
   } catch (Dov::ResourceException const& exception) {
+    leaveRoom(id);
+    if (!counted) live->counterDel(id);
     if (!described) _tables.intfDescriptions()->descriptionDel(id);
     if (!counted) clear->counterDel(id);
     hasNoRoom(id, exception.message());
     return false;
   }
+}
+
+// A row of the queues without any is what an agent that was killed meanwhile left of its own.
+void Interfaces::takeRoom(Pekt::IntfId const& intfId) {
+  Interface::QueueCounter::IntfQueueCounter queues;
+  queues.intfId = intfId;
+  auto const live = _tables.intfQueueCounters();
+  auto const clear = _tables.intfClearQueueCounters();
+  Room& room = _room[intfId];
+  bool const counted = live->contains(intfId) && live->lookup(intfId) != queues;
+  if (!clear->contains(intfId)) {
+    clear->intfQueueCounterIs(queues);
+    room.clearQueues = !counted;  // beside a row that stays, the library makes none
+  }
+  if (!counted) {
+    live->intfQueueCounterIs(queues);
+    room.queues = true;
+  }
+  if (!_tables.aclDropCounters()->contains(intfId)) {
+    _tables.aclDropCounters()->counterIs({intfId, 0});
+    room.drops = true;
+  }
+}
+
+void Interfaces::leaveRoom(Pekt::IntfId const& intfId) {
+  auto const at = _room.find(intfId);
+  if (at == _room.end()) return;
+  Pekt::IntfId const id = intfId;
+  Room const room = at->second;
+  _room.erase(at);
+  if (room.queues) _tables.intfQueueCounters()->intfQueueCounterDel(id);
+  if (room.clearQueues) _tables.intfClearQueueCounters()->intfQueueCounterDel(id);
+  if (room.drops) _tables.aclDropCounters()->counterDel(id);
 }
 
 void Interfaces::hasNoRoom(Pekt::IntfId const& intfId, std::string const& why) {
@@ -61,7 +101,15 @@ void Interfaces::hasNoRoom(Pekt::IntfId const& intfId, std::string const& why) {
 void Interfaces::dropRows(Pekt::IntfId const& intfId) {
   _tables.intfCounters()->counterDel(intfId);
   _tables.intfClearCounters()->counterDel(intfId);
+  dropRowsOfLibrary(intfId);
   _tables.intfDescriptions()->descriptionDel(intfId);
+}
+
+// Those that the library makes and never removes.
+void Interfaces::dropRowsOfLibrary(Pekt::IntfId const& intfId) {
+  _tables.intfQueueCounters()->intfQueueCounterDel(intfId);
+  _tables.intfClearQueueCounters()->intfQueueCounterDel(intfId);
+  _tables.aclDropCounters()->counterDel(intfId);
 }
 
 void Interfaces::dropAllRows() {
@@ -70,6 +118,9 @@ void Interfaces::dropAllRows() {
   };
   clear(*_tables.intfCounters());
   clear(*_tables.intfClearCounters());
+  clear(*_tables.intfQueueCounters());
+  clear(*_tables.intfClearQueueCounters());
+  clear(*_tables.aclDropCounters());
   clear(*_tables.intfDescriptions());
 }
 
@@ -89,20 +140,32 @@ void Interfaces::interfaceDel(Pekt::IntfId const& intfId) {
     notPresent(id);
   } else {
     _entities.statusDir->intfStatusDel(id);
+    dropRowsOfLibrary(id);
     _tables.intfDescriptions()->descriptionDel(id);
   }
   _entities.aclDropConfig->intfDel(id);  // the library leaves a `false` behind
+  leaveRoom(id);
   _news.erase(id);
   _withoutRoom.erase(id);
 }
 
 void Interfaces::unsupportedIs(Pekt::IntfId const& intfId, Interface::CounterSet unsupported) {
-  IntfDescription description;
+  redescribe(intfId, [&](IntfDescription& row) { row.unsupported = unsupported.word(); });
+}
+
+void Interfaces::unsupportedQueueIs(Pekt::IntfId const& intfId, std::uint32_t unsupported) {
+  redescribe(intfId, [&](IntfDescription& row) { row.unsupportedQueue = unsupported; });
+}
+
+template <class Change>
+void Interfaces::redescribe(Pekt::IntfId const& intfId, Change const& change) {
+  IntfDescription before;
   bool found = false;
-  _tables.intfDescriptions()->safeLookup(intfId, found, description);
+  _tables.intfDescriptions()->safeLookup(intfId, found, before);
   if (!found) return;
-  description.unsupported = unsupported.word();
-  describe(description);
+  IntfDescription after = before;
+  change(after);
+  if (after != before) _tables.intfDescriptions()->descriptionIs(after);
 }
 
 void Interfaces::removeLeftovers() {
@@ -119,8 +182,13 @@ void Interfaces::removeLeftovers() {
   } else {
     clean(*_tables.intfCounters());
     clean(*_tables.intfClearCounters());
+    clean(*_tables.intfQueueCounters());
+    clean(*_tables.intfClearQueueCounters());
+    clean(*_tables.aclDropCounters());
     clean(*_tables.intfDescriptions());
   }
+  _libraryRuns = true;
+  while (!_room.empty()) leaveRoom(_room.begin()->first);
 }
 
 std::vector<Pekt::IntfId> Interfaces::takeNews() {

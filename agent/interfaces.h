@@ -2,6 +2,7 @@
 // table of descriptions). Whoever knows a chip's ports says here which there are.
 #pragma once
 
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -31,8 +32,10 @@ class Interfaces {
   // The interface is there, and is so. `lastChange` is kept here: the time at which its state of
   // operation was last seen to change, by this agent or the one before.
   //
-  // An interface is served only when all its rows have room: they are made here, before the library
-  // hears of it. Answers false, and has made none, when there is no room in the tables.
+  // An interface is served only when all its rows have room, before the library hears of it. Those
+  // of its own counters are made here; room for those that the library makes, of its queues and its
+  // drops, is taken here and left to the library when it is told of the interface. Answers false,
+  // and has made and taken none, when there is no room in the tables.
   //
   // A new interface's status and configuration come first and its entry in ocsd.intf last, so that
   // it is made whole by one notification; the status is the very first, since rows that were kept
@@ -61,11 +64,14 @@ class Interfaces {
   // its state of operation is notPresent.
   void interfaceDel(Pekt::IntfId const& intfId);
 
-  // Its chip says which counters it cannot count.
+  // Its chip says which counters it cannot count, of itself and (as bits of kQueueCounterNames) of
+  // its queues.
   void unsupportedIs(Pekt::IntfId const& intfId, Interface::CounterSet unsupported);
+  void unsupportedQueueIs(Pekt::IntfId const& intfId, std::uint32_t unsupported);
 
   // Removes the rows that an agent before left of interfaces that are not there any more; with
-  // ocsd.keepIntfCounters they stay, and are shown as not present.
+  // ocsd.keepIntfCounters they stay, and are shown as not present. Room that was taken for rows of
+  // the library is the library's from now on.
   // REQUIRES: every interface that is there was told; the library is not initialized yet.
   void removeLeftovers();
 
@@ -75,6 +81,11 @@ class Interfaces {
  private:
   Kel::Ptr<Interface::EthPhyIntfStatus> statusOf(Pekt::IntfId const& intfId);
   bool makeRows(Interface::IntfDescription const& description);
+  void dropRowsOfLibrary(Pekt::IntfId const& intfId);
+  void takeRoom(Pekt::IntfId const& intfId);
+  void leaveRoom(Pekt::IntfId const& intfId);
+  template <class Change>
+  void redescribe(Pekt::IntfId const& intfId, Change const& change);
   void describe(Interface::IntfDescription const& description);
   void notPresent(Pekt::IntfId const& intfId);
 
@@ -83,6 +94,12 @@ class Interfaces {
   std::set<Pekt::IntfId> _news;
   std::set<Pekt::IntfId> _withoutRoom;
   std::string _whyNoRoom;
+  // What of them stands only for rows that the library is to make.
+  struct Room {
+    bool queues = false, clearQueues = false, drops = false;
+  };
+  std::map<Pekt::IntfId, Room> _room;
+  bool _libraryRuns = false;
 };
 
 }  // namespace Agent

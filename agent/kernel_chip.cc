@@ -9,29 +9,44 @@ namespace Agent {
 namespace {
 
 using Hardware::Linux::GlimOffsetStore;
+using Hardware::Linux::GlimQueueOffsetStore;
 using Hardware::Linux::LinuxCountersHelper;
 
-Kel::Ptr<LinuxCountersHelper> makeHelper(Tables& tables, Kel::Ptr<Kel::Clock> const& clock) {
-  auto const rows = tables.intfCounters();
-  auto const published =
-      [rows](Pekt::IntfId const& id) -> std::optional<Interface::EthIntfCounterGlim> {
-    Interface::EthIntfCounterGlim row;
+template <class Table>
+auto published(Kel::Ptr<Table> const& rows) {
+  return [rows](Pekt::IntfId const& intfId) -> std::optional<typename Table::Record> {
+    typename Table::Record row;
     bool found = false;
-    rows->safeLookup(id, found, row);
+    rows->safeLookup(intfId, found, row);
     return found ? std::optional(row) : std::nullopt;
   };
-  auto offsets = std::make_unique<GlimOffsetStore>(
-      tables.add<GlimOffsetStore::Table>(Hardware::Linux::kLinkOffsets));
+}
+
+Kel::Ptr<LinuxCountersHelper> makeHelper(AclDropMap const& aclDrops, Tables& tables,
+                                         Kel::Ptr<Kel::Clock> const& clock) {
+  auto const drops = tables.aclDropCounters();
   return Kel::make<LinuxCountersHelper>(
-      Kel::Name("linux"), LinuxCountersHelper::kernelParts(std::move(offsets), published,
-                                                           [clock] { return clock->time(); }));
+      Kel::Name("linux"),
+      LinuxCountersHelper::kernelParts(
+          {.offsets = std::make_unique<GlimOffsetStore>(
+               tables.add<GlimOffsetStore::Table>(Hardware::Linux::kLinkOffsets)),
+           .publishedRow = published(tables.intfCounters()),
+           .queueOffsets = std::make_unique<GlimQueueOffsetStore>(
+               tables.add<GlimQueueOffsetStore::Table>(Hardware::Linux::kQueueOffsets)),
+           .publishedQueues = published(tables.intfQueueCounters()),
+           .publishedDrops =
+               [drops](Pekt::IntfId const& intfId) { return drops->lookup(intfId).aclDropPkts; },
+           .now = [clock] { return clock->time(); },
+           .aclDrops = aclDrops,
+           .say = &say,
+           .queueClearing = {tables.intfQueueCounters(), tables.intfClearQueueCounters()}}));
 }
 
 }  // namespace
 
-KernelChip::KernelChip(LinkNames const& names, Tables& tables, Interfaces& interfaces,
-                       Kel::Ptr<Kel::Clock> const& clock)
-    : _helper(makeHelper(tables, clock)),
+KernelChip::KernelChip(LinkNames const& names, AclDropMap const& aclDrops, Tables& tables,
+                       Interfaces& interfaces, Kel::Ptr<Kel::Clock> const& clock)
+    : _helper(makeHelper(aclDrops, tables, clock)),
       _monitor([this](int ifindex) { return _speed.of(ifindex); }),
       _sync(names, interfaces, *this) {}
 
@@ -45,6 +60,10 @@ void KernelChip::start(EventLoop& loop) {
 
 std::optional<Interface::CounterSet> KernelChip::unsupported(Pekt::IntfId const& intfId) {
   return _helper->unsupportedCounters(intfId);
+}
+
+std::optional<std::uint32_t> KernelChip::unsupportedQueue(Pekt::IntfId const& intfId) {
+  return _helper->unsupportedQueueCounters(intfId);
 }
 
 void KernelChip::turn() {
@@ -81,7 +100,7 @@ bool KernelChip::moveTo(Pekt::IntfId const& intfId, Link const& link) {
 }
 
 void KernelChip::linkIs(Pekt::IntfId const& intfId, Link const& link) {
-  _helper->linkIs(intfId, link.ifindex, link.kind);
+  _helper->linkIs(intfId, link);
 }
 
 void KernelChip::linkDel(Pekt::IntfId const& intfId) { _helper->linkDel(intfId); }

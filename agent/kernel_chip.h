@@ -12,15 +12,16 @@ namespace Agent {
 
 class KernelChip : public Chip, private PortLinks {
  public:
-  // Keeps its counts' offsets in a table of its own beside the others. What it is given by
+  // Keeps its counts' offsets in tables of its own beside the others. What it is given by
   // reference must outlive it.
-  KernelChip(LinkNames const& names, Tables& tables, Interfaces& interfaces,
-             Kel::Ptr<Kel::Clock> const& clock);
+  KernelChip(LinkNames const& names, AclDropMap const& aclDrops, Tables& tables,
+             Interfaces& interfaces, Kel::Ptr<Kel::Clock> const& clock);
 
   Kel::Ptr<OruHelper::OruHelperCountersSm> helper() const override { return _helper; }
   void start(EventLoop& loop) override;
   void retellRefused() override { _sync.serveRefused(); }
   std::optional<Interface::CounterSet> unsupported(Pekt::IntfId const& intfId) override;
+  std::optional<std::uint32_t> unsupportedQueue(Pekt::IntfId const& intfId) override;
   void turn() override;
 
  private:

@@ -16,6 +16,7 @@ Interface::IntfDescription description(Pekt::IntfId const& intfId, Link const& l
   description.ifIndex = static_cast<std::uint32_t>(link.ifindex);
   description.adminState = link.adminUp ? Interface::AdminState::up : Interface::AdminState::down;
   description.operState = link.operState;
+  description.txQueues = link.txQueues;
   return description;
 }
 

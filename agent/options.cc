@@ -195,6 +195,7 @@ std::variant<Options, Finished> readOptions(int argc, char const* const* argv) {
       fill(line.averaging, file.loadInterval, options.loadInterval);
       fill(line.keep, file.keepCounters, options.keepCounters);
       options.names = file.names;
+      options.aclDrops = file.aclDrops;
     } catch (ConfigError const& error) {
       return refused(error.what());
     }

@@ -10,6 +10,7 @@
 #include <variant>
 #include <vector>
 
+#include "hardware/linux/nft_counters.h"
 #include "platform/interface/rates.h"
 #include "platform/kel/system.h"
 #include "platform/pekt/intf_id.h"
@@ -20,6 +21,8 @@ enum class ChipKind : std::uint8_t { kernel, simulated };
 
 // Chosen names of links: kernel name to interface.
 using NameMap = std::map<std::string, Pekt::IntfId>;
+// What counts the dropped packets of a link, by its kernel name.
+using AclDropMap = std::map<std::string, Hardware::Linux::NftCounterName>;
 
 inline constexpr Kel::Seconds kMinPeriod = 0.05, kMaxPeriod = 3600.0, kDefaultPeriod = 2.0;
 inline constexpr std::uint32_t kMaxPorts = 4096, kDefaultPorts = 32;
@@ -31,6 +34,7 @@ struct Options {
   Interface::LoadInterval loadInterval;  // over which rates are averaged
   bool keepCounters = false;             // rows of links that went stay
   NameMap names;
+  AclDropMap aclDrops;       // links that are not here count what their filters drop
   unsigned traceLevels = 0;  // one bit a level
   ChipKind chip = ChipKind::kernel;
   std::uint32_t ports = kDefaultPorts;  // of the simulated chip

@@ -11,12 +11,19 @@ SimulatedChip::SimulatedChip(std::uint32_t ports, std::uint64_t seed, Tables& ta
       _helper(Kel::make<CountersHelper>(Kel::Name("simulated"), _chip)),
       _linkOffsets(
           tables.add<Hardware::Linux::GlimOffsetStore::Table>(Hardware::Linux::kLinkOffsets)),
-      _interfaces(interfaces) {}
+      _queueOffsets(
+          tables.add<Hardware::Linux::GlimQueueOffsetStore::Table>(Hardware::Linux::kQueueOffsets)),
+      _interfaces(interfaces) {
+  _helper->queueClearingIs({tables.intfQueueCounters(), tables.intfClearQueueCounters()});
+}
 
 void SimulatedChip::start(EventLoop&) {
   // Before the rows: those without offsets are of no link.
-  Hardware::Linux::GlimOffsetStore offsets(_linkOffsets);
-  offsets.forEach([&](Pekt::IntfId const& intfId) { offsets.erase(intfId); });
+  auto const clear = [](auto& table) {
+    table.forEach([&](auto const& row) { table.remove(row.intfId); });
+  };
+  clear(*_linkOffsets);
+  clear(*_queueOffsets);
   _interfaces.dropAllRows();
   retellRefused();
 }
@@ -29,6 +36,7 @@ void SimulatedChip::retellRefused() {
     description.intfId = intfId;
     description.alias = std::string_view("simulated");
     description.ifIndex = ++ifIndex;
+    description.txQueues = Hardware::Simulated::egressQueues;
     description.speed = 100'000'000'000;
     description.adminState = Interface::AdminState::up;
     description.operState = Interface::OperState::up;

@@ -24,6 +24,7 @@ class SimulatedChip : public Chip {
   std::shared_ptr<Hardware::Simulated::Chip const> const _chip;
   Kel::Ptr<Hardware::Simulated::CountersHelper> const _helper;
   Kel::Ptr<Hardware::Linux::GlimOffsetStore::Table> const _linkOffsets;
+  Kel::Ptr<Hardware::Linux::GlimQueueOffsetStore::Table> const _queueOffsets;
   Interfaces& _interfaces;
 };
 

@@ -13,6 +13,11 @@ Tables::Tables(std::string directory, Glim::TableLimits const& limits)
       _limits(limits),
       _intfCounters(add<Interface::AllEthIntfCounterGlim>(Interface::kIntfCounters)),
       _intfClearCounters(add<Interface::AllEthIntfCounterGlim>(Interface::kIntfClearCounters)),
+      _intfQueueCounters(
+          add<Interface::QueueCounter::AllIntfQueueCounters>(Interface::kIntfQueueCounters)),
+      _intfClearQueueCounters(
+          add<Interface::QueueCounter::AllIntfQueueCounters>(Interface::kIntfClearQueueCounters)),
+      _aclDropCounters(add<Glim::Interface::AllDropCounterDir>(Interface::kAclDropCounters)),
       _intfDescriptions(add<Interface::AllIntfDescription>(Interface::kIntfDescriptions)) {}
 
 Glim::RootPath Tables::path(std::string_view name) {

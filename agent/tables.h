@@ -30,6 +30,13 @@ class Tables {
   Kel::Ptr<Interface::AllEthIntfCounterGlim> intfClearCounters() const {
     return _intfClearCounters;
   }
+  Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> intfQueueCounters() const {
+    return _intfQueueCounters;
+  }
+  Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> intfClearQueueCounters() const {
+    return _intfClearQueueCounters;
+  }
+  Kel::Ptr<Glim::Interface::AllDropCounterDir> aclDropCounters() const { return _aclDropCounters; }
   Kel::Ptr<Interface::AllIntfDescription> intfDescriptions() const { return _intfDescriptions; }
 
   // One more table in the same directory, of a chip's own.
@@ -71,6 +78,9 @@ class Tables {
   std::vector<Life> _alive;
   Kel::Ptr<Interface::AllEthIntfCounterGlim> const _intfCounters;
   Kel::Ptr<Interface::AllEthIntfCounterGlim> const _intfClearCounters;
+  Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> const _intfQueueCounters;
+  Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> const _intfClearQueueCounters;
+  Kel::Ptr<Glim::Interface::AllDropCounterDir> const _aclDropCounters;
   Kel::Ptr<Interface::AllIntfDescription> const _intfDescriptions;
 };
 

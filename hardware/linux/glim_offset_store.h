@@ -6,19 +6,36 @@
 #include <string_view>
 
 #include "hardware/linux/offset_store.h"
+#include "platform/dov/exception.h"
 #include "platform/glim/collection.h"
 
 namespace Hardware::Linux {
 
-/// The name of that table within the agent's directory.
+/// The names of those tables within the agent's directory.
 inline constexpr std::string_view kLinkOffsets = "linkOffsets";
+inline constexpr std::string_view kQueueOffsets = "queueOffsets";
 
-/// A row of the agent's private table of offsets.
+/// A row of the agent's private table of the ports' offsets.
 struct OffsetRow {
   Pekt::IntfId intfId;
   std::uint64_t generation = 0;
   std::uint64_t ifindex = 0;
   PortTotals offsets;
+
+  static OffsetRow of(Pekt::IntfId const& intfId, StoredOffsets const& offsets);
+  StoredOffsets stored() const;
+};
+
+/// The same of their queues.
+struct QueueOffsetRow {
+  Pekt::IntfId intfId;
+  std::uint64_t generation = 0;
+  std::uint64_t ifindex = 0;
+  std::array<std::uint64_t, kQueueTotals> sources{};
+  QueueTotals offsets;
+
+  static QueueOffsetRow of(Pekt::IntfId const& intfId, StoredQueueOffsets const& offsets);
+  StoredQueueOffsets stored() const;
 };
 
 namespace Detail {
@@ -52,24 +69,60 @@ struct Glim::RecordTraits<Hardware::Linux::OffsetRow> {
   static Key const& key(Row const& row) { return row.intfId; }
 };
 
+template <>
+struct Glim::RecordTraits<Hardware::Linux::QueueOffsetRow> {
+  using Key = Pekt::IntfId;
+  using Row = Hardware::Linux::QueueOffsetRow;
+  static constexpr std::string_view name = "LinuxQueueOffsets";
+  static constexpr std::size_t n = Hardware::Linux::kQueueTotals;
+  static constexpr std::array fields{
+      Glim::Field{"intfId", Glim::FieldType::text, offsetof(Row, intfId), sizeof(Key)},
+      Glim::Field{"generation", Glim::FieldType::u64, offsetof(Row, generation)},
+      Glim::Field{"ifindex", Glim::FieldType::u64, offsetof(Row, ifindex)},
+      Glim::Field{"sources", Glim::FieldType::u64, offsetof(Row, sources), n},
+      Glim::Field{"pkts", Glim::FieldType::u64, offsetof(Row, offsets.pkts), n},
+      Glim::Field{"octets", Glim::FieldType::u64, offsetof(Row, offsets.octets), n},
+      Glim::Field{"dropPkts", Glim::FieldType::u64, offsetof(Row, offsets.dropPkts), n}};
+  static Key const& key(Row const& row) { return row.intfId; }
+};
+
 namespace Hardware::Linux {
 
 /// In a shared-memory table of its own, which outlives the agent just as the tables whose totals it
 /// keeps true.
-class GlimOffsetStore final : public OffsetStore {
+template <class Offsets, class Row>
+class GlimOffsetStoreOf final : public OffsetStoreOf<Offsets> {
  public:
-  using Table = Glim::Collection<OffsetRow>;
+  using Table = Glim::Collection<Row>;
 
-  explicit GlimOffsetStore(Kel::Ptr<Table> table) : table_(std::move(table)) {}
+  explicit GlimOffsetStoreOf(Kel::Ptr<Table> table) : table_(std::move(table)) {}
 
-  std::optional<StoredOffsets> load(Pekt::IntfId const& intfId) override;
+  std::optional<Offsets> load(Pekt::IntfId const& intfId) override {
+    Row row;
+    bool found = false;
+    table_->safeLookup(intfId, found, row);
+    return found ? std::optional(row.stored()) : std::nullopt;
+  }
   /// False if the table is full, out of memory or detached after a corruption.
-  bool save(Pekt::IntfId const& intfId, StoredOffsets const& offsets) override;
+  bool save(Pekt::IntfId const& intfId, Offsets const& offsets) override {
+    if (!table_->attached()) return false;
+    try {
+      table_->write(Row::of(intfId, offsets));
+    } catch (Dov::Exception const&) {
+      return false;
+    }
+    return table_->attached();
+  }
   void erase(Pekt::IntfId const& intfId) override { table_->remove(intfId); }
-  void forEach(std::function<void(Pekt::IntfId const&)> const& visit) override;
+  void forEach(std::function<void(Pekt::IntfId const&)> const& visit) override {
+    table_->forEach([&](Row const& row) { visit(row.intfId); });
+  }
 
  private:
   Kel::Ptr<Table> table_;
 };
+
+using GlimOffsetStore = GlimOffsetStoreOf<StoredOffsets, OffsetRow>;
+using GlimQueueOffsetStore = GlimOffsetStoreOf<StoredQueueOffsets, QueueOffsetRow>;
 
 }  // namespace Hardware::Linux

@@ -19,6 +19,7 @@ struct Link {
   std::uint32_t mtu = 0;
   bool adminUp = false;
   OperState operState = OperState::unknown;
+  std::uint32_t txQueues = 0;          // transmit queues; 0: the kernel does not say
   std::optional<std::uint64_t> speed;  // bit/s; none while the link has no known speed
 
   bool operator==(Link const&) const = default;

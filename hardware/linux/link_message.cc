@@ -61,6 +61,9 @@ std::optional<LinkNews> readLinkMessage(nlmsghdr const& message) {
       case IFLA_MTU:
         link.mtu = attributeValue<std::uint32_t>(attribute).value_or(0);
         break;
+      case IFLA_NUM_TX_QUEUES:
+        link.txQueues = attributeValue<std::uint32_t>(attribute).value_or(0);
+        break;
       case IFLA_OPERSTATE:
         link.operState = operState(attributeValue<std::uint8_t>(attribute).value_or(0));
         break;

@@ -1,19 +1,22 @@
 #include "hardware/linux/linux_counters_helper.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "counters/pollers/counter_records.h"
 #include "hardware/linux/network_generation.h"
 
 namespace Hardware::Linux {
 
-LinuxCountersHelper::Parts LinuxCountersHelper::kernelParts(std::unique_ptr<OffsetStore> offsets,
-                                                            PublishedRow publishedRow,
-                                                            std::function<Kel::Seconds()> now) {
-  return {.links = std::make_unique<LinkStats>(),
-          .macs = std::make_unique<EthtoolStats>(),
-          .offsets = std::move(offsets),
-          .publishedRow = std::move(publishedRow),
-          .now = std::move(now),
-          .generation = networkGeneration()};
+using Interface::QueueCounter::QueueIndex;
+
+LinuxCountersHelper::Parts LinuxCountersHelper::kernelParts(AgentParts agent) {
+  return {std::move(agent),
+          {.links = std::make_unique<LinkStats>(),
+           .macs = std::make_unique<EthtoolStats>(),
+           .qdiscs = std::make_unique<QdiscStats>(),
+           .nftCounters = std::make_unique<NftCounters>(),
+           .generation = networkGeneration()}};
 }
 
 LinuxCountersHelper::LinuxCountersHelper(Kel::Name name, Parts parts)
@@ -21,9 +24,9 @@ LinuxCountersHelper::LinuxCountersHelper(Kel::Name name, Parts parts)
 
 LinuxCountersHelper::~LinuxCountersHelper() = default;
 
-void LinuxCountersHelper::linkIs(Pekt::IntfId const& intfId, int ifindex, std::string_view kind) {
+void LinuxCountersHelper::linkIs(Pekt::IntfId const& intfId, Link const& link) {
   linkDel(intfId);
-  ports_[intfId].link = LinkOf{ifindex, std::string(kind)};
+  ports_[intfId].link = link;
 }
 
 void LinuxCountersHelper::linkDel(Pekt::IntfId const& intfId) {
@@ -32,44 +35,69 @@ void LinuxCountersHelper::linkDel(Pekt::IntfId const& intfId) {
   // A driver may count more after a change than it did before.
   parts_.macs->forget(at->second.link->ifindex);
   at->second.link.reset();
-  if (!at->second.account) ports_.erase(at);
+  if (at->second.isIdle()) ports_.erase(at);
 }
 
 LinuxCountersHelper::RowsOf LinuxCountersHelper::rowsOf(Pekt::IntfId const& intfId,
                                                         int ifindex) const {
   auto const stored = parts_.offsets->load(intfId);
   if (!stored || !parts_.publishedRow(intfId)) return RowsOf::nobody;
-  bool const same = stored->identity == LinkIdentity{parts_.generation, ifindex};
-  return same ? RowsOf::thisLink : RowsOf::another;
+  return stored->identity == identityOf(ifindex) ? RowsOf::thisLink : RowsOf::another;
 }
 
 bool LinuxCountersHelper::reserve(Pekt::IntfId const& intfId, int ifindex) {
-  return parts_.offsets->load(intfId) ||
-         parts_.offsets->save(intfId, {{parts_.generation, ifindex}, {}});
+  bool const hadOffsets = parts_.offsets->load(intfId).has_value();
+  if (!hadOffsets && !parts_.offsets->save(intfId, {identityOf(ifindex), {}})) return false;
+  if (parts_.queueOffsets->load(intfId) ||
+      parts_.queueOffsets->save(intfId, {identityOf(ifindex), {}, {}}))
+    return true;
+  if (!hadOffsets) parts_.offsets->erase(intfId);
+  return false;
 }
 
 bool LinuxCountersHelper::moveTo(Pekt::IntfId const& intfId, int ifindex) {
-  auto const counts = read({ifindex, {}});
-  if (!counts) return false;
-  PortAccount account(parts_.publishedRow(intfId), parts_.offsets->load(intfId));
-  account.moveTo({parts_.generation, ifindex}, *counts);
-  return parts_.offsets->save(intfId, *account.stored());
+  auto const counts = read(ifindex);
+  auto const qdiscs = readQdiscs(ifindex);
+  if (!counts || !qdiscs) return false;
+  PortAccount port(parts_.publishedRow(intfId), parts_.offsets->load(intfId));
+  port.moveTo(identityOf(ifindex), *counts);
+  QueueAccount queues(parts_.publishedQueues(intfId), parts_.queueOffsets->load(intfId));
+  // Whatever the number of its queues: those of which nothing is taken in count anew.
+  queues.moveTo(identityOf(ifindex), queueReading(*qdiscs, 1));
+  return parts_.queueOffsets->save(intfId, *queues.stored()) &&
+         parts_.offsets->save(intfId, *port.stored());
+}
+
+void LinuxCountersHelper::forget(Pekt::IntfId const& intfId) {
+  parts_.queueOffsets->erase(intfId);
+  parts_.offsets->erase(intfId);
 }
 
 std::optional<Interface::CounterSet> LinuxCountersHelper::unsupportedCounters(
     Pekt::IntfId const& intfId) {
   auto const at = ports_.find(intfId);
   if (at == ports_.end() || !at->second.link) return std::nullopt;
-  auto const counts = read(*at->second.link);
+  auto const counts = read(at->second.link->ifindex);
   if (!counts) return std::nullopt;
   // What such a MAC counts is unknown in this reading, not uncounted.
   if (parts_.macs->read(parts_.now(), at->second.link->ifindex).unavailable) return std::nullopt;
   return Linux::unsupportedCounters(counts->known, at->second.link->kind);
 }
 
+std::optional<std::uint32_t> LinuxCountersHelper::unsupportedQueueCounters(
+    Pekt::IntfId const& intfId) {
+  auto const at = ports_.find(intfId);
+  if (at == ports_.end() || !at->second.link) return std::nullopt;
+  auto const reading = readQueues(*at->second.link);
+  return reading ? std::optional(Linux::unsupportedQueueCounters(*reading)) : std::nullopt;
+}
+
 void LinuxCountersHelper::hwInit() {
   parts_.offsets->forEach([this](Pekt::IntfId const& intfId) {
     if (!parts_.publishedRow(intfId)) parts_.offsets->erase(intfId);
+  });
+  parts_.queueOffsets->forEach([this](Pekt::IntfId const& intfId) {
+    if (!parts_.publishedRow(intfId)) parts_.queueOffsets->erase(intfId);
   });
 }
 
@@ -79,10 +107,12 @@ void LinuxCountersHelper::deinitialize(Pekt::IntfId intfId) {
   auto const at = ports_.find(intfId);
   if (at != ports_.end()) {
     at->second.account.reset();
-    if (!at->second.link) ports_.erase(at);
+    at->second.queues.reset();
+    at->second.aclDrops.reset();
+    if (at->second.isIdle()) ports_.erase(at);
   }
   // A row that stays is continued when the interface comes back.
-  if (!parts_.publishedRow(intfId)) parts_.offsets->erase(intfId);
+  if (!parts_.publishedRow(intfId)) forget(intfId);
 }
 
 void LinuxCountersHelper::open(Pekt::IntfId const& intfId, Port& port) {
@@ -90,16 +120,31 @@ void LinuxCountersHelper::open(Pekt::IntfId const& intfId, Port& port) {
   port.lastReading = 0.0;
 }
 
-std::optional<KernelCounts> LinuxCountersHelper::read(LinkOf const& link) {
-  Kel::Seconds const now = parts_.now();
-  if (parts_.links->refresh(now)) return std::nullopt;
-  auto const* stats = parts_.links->find(link.ifindex);
-  if (!stats) return std::nullopt;
-  return kernelCounts(*stats, parts_.macs->read(now, link.ifindex));
+rtnl_link_stats64 const* LinuxCountersHelper::readLink(int ifindex) {
+  return parts_.links->refresh(parts_.now()) ? nullptr : parts_.links->find(ifindex);
 }
 
-void LinuxCountersHelper::save(Pekt::IntfId const& intfId, PortAccount& account) {
-  if (parts_.offsets->save(intfId, *account.stored()))
+std::optional<KernelCounts> LinuxCountersHelper::read(int ifindex) {
+  auto const* const stats = readLink(ifindex);
+  if (!stats) return std::nullopt;
+  return kernelCounts(*stats, parts_.macs->read(parts_.now(), ifindex));
+}
+
+// A link that is gone and of which no news came yet would look like one without any.
+std::optional<std::span<Qdisc const>> LinuxCountersHelper::readQdiscs(int ifindex) {
+  if (!readLink(ifindex) || parts_.qdiscs->refresh(parts_.now())) return std::nullopt;
+  return parts_.qdiscs->find(ifindex);
+}
+
+std::optional<QueueReading> LinuxCountersHelper::readQueues(Link const& link) {
+  auto const qdiscs = readQdiscs(link.ifindex);
+  return qdiscs ? std::optional(queueReading(*qdiscs, link.txQueues)) : std::nullopt;
+}
+
+template <class Store, class Account>
+void LinuxCountersHelper::save(Store& store, Pekt::IntfId const& intfId, Account& account) {
+  if (!account.mustSave()) return;
+  if (store.save(intfId, *account.stored()))
     account.saved();
   else
     ++offsetsNotSaved_;  // tried again at the next reading
@@ -111,14 +156,71 @@ void LinuxCountersHelper::getCounters(Pekt::IntfId intfId,
   Port& port = ports_[intfId];
   if (!port.account) open(intfId, port);
   if (port.link) {
-    if (auto const counts = read(*port.link)) {
-      port.account->advance({parts_.generation, port.link->ifindex}, *counts);
-      if (port.account->mustSave()) save(intfId, *port.account);
+    if (auto const counts = read(port.link->ifindex)) {
+      port.account->advance(identityOf(port.link->ifindex), *counts);
+      save(*parts_.offsets, intfId, *port.account);
       port.lastReading = parts_.now();
     }
   }
   port.account->sample(newCounters->intfStats(), newCounters->ethStats());
   newCounters->intfStats().lastUpdate = port.lastReading;
+}
+
+void LinuxCountersHelper::getIntfQueueType(Pekt::IntfId intfId,
+                                           Kel::Ptr<OruTypes::IntfQueueType> types) {
+  auto const at = ports_.find(intfId);
+  if (at == ports_.end() || !at->second.link) return;
+  std::uint32_t const queues = std::min(at->second.link->txQueues, QueueIndex::max + 1);
+  for (std::uint32_t queue = 0; queue < queues; ++queue)
+    types->queueTypeIs(static_cast<std::uint8_t>(queue), OruTypes::QueueType::unicast);
+}
+
+void LinuxCountersHelper::getIntfQueueCounters(Pekt::IntfId intfId,
+                                               Kel::Ptr<OruTypes::IntfQueueCounters> counters) {
+  auto const at = ports_.find(intfId);
+  if (at == ports_.end() || !at->second.link) return;
+  Port& port = at->second;
+  auto const reading = readQueues(*port.link);
+  if (!reading) return;
+  if (!port.queues)
+    port.queues.emplace(parts_.publishedQueues(intfId), parts_.queueOffsets->load(intfId));
+  port.queues->advance(identityOf(port.link->ifindex), *reading);
+  save(*parts_.queueOffsets, intfId, *port.queues);
+  port.queues->sample(*counters);
+}
+
+void LinuxCountersHelper::doClearCounters(Kel::String request) {
+  parts_.queueClearing.clear(request);
+}
+
+std::uint64_t LinuxCountersHelper::getIntfAclDropCounters(Pekt::IntfId intfId) {
+  auto const at = ports_.find(intfId);
+  if (at == ports_.end() || !at->second.link) return parts_.publishedDrops(intfId);
+  Port& port = at->second;
+  if (!port.aclDrops) port.aclDrops.emplace(parts_.publishedDrops(intfId));
+  readDrops(*port.link, *port.aclDrops);
+  return port.aclDrops->count();
+}
+
+void LinuxCountersHelper::readDrops(Link const& link, DropAccount& drops) {
+  auto const counter = parts_.aclDrops.find(link.name);
+  if (counter != parts_.aclDrops.end()) {
+    readNftDrops(link, counter->second, drops);
+  } else if (auto const qdiscs = readQdiscs(link.ifindex)) {
+    drops.advance(filterCounts(*qdiscs));
+  }
+}
+
+void LinuxCountersHelper::readNftDrops(Link const& link, NftCounterName const& counter,
+                                       DropAccount& drops) {
+  auto const reading = parts_.nftCounters->read(parts_.now(), counter);
+  std::string const what = "the nftables counter " + counter.text() + " of link " + link.name;
+  if (!reading.error) {
+    drops.countIs(reading.pkts);
+    if (unreadableCounters_.erase(link.name) != 0) parts_.say(what + " is read again");
+  } else if (unreadableCounters_.insert(link.name).second) {
+    parts_.say(what + " cannot be read, its last count stays: " + reading.error.message());
+  }
 }
 
 }  // namespace Hardware::Linux

@@ -2,17 +2,24 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
-#include <string_view>
 #include <unordered_map>
 
 #include "counters/pollers/helper.h"
+#include "hardware/linux/drop_account.h"
 #include "hardware/linux/ethtool_stats.h"
+#include "hardware/linux/link.h"
 #include "hardware/linux/link_stats.h"
+#include "hardware/linux/nft_counters.h"
 #include "hardware/linux/offset_store.h"
 #include "hardware/linux/port_account.h"
+#include "hardware/linux/qdisc_stats.h"
+#include "hardware/linux/queue_account.h"
+#include "platform/interface/queue_clearing.h"
 
 namespace Hardware::Linux {
 
@@ -21,9 +28,14 @@ namespace Hardware::Linux {
 /// The agent says which link a port is, and keeps saying so:
 ///
 ///   auto helper = Kel::make<LinuxCountersHelper>("linux", std::move(parts));
-///   helper->linkIs("Ethernet2", 2, "veth");     // before the port is initialized, and again
+///   helper->linkIs("Ethernet2", link);          // before the port is initialized, and again
 ///                                               // whenever there is news of the link
 ///   helper->linkDel("Ethernet2");               // the link is gone
+///
+/// Beside the port's own counters it tells those of its queues, as far as the link's queueing
+/// disciplines count them (absolute, as queueCountersIncrement() says), and the packets that
+/// filters dropped: those of the link's clsact or ingress, at both of its hooks, or what an
+/// nftables counter counts that the configuration names for the link.
 ///
 /// A port whose link is gone is no error: it keeps the counts that it had. The link may come back
 /// as another one; its counts then go on where the old ones ended.
@@ -33,26 +45,45 @@ class LinuxCountersHelper final : public OruHelper::OruHelperCountersSm {
   using PublishedRow =
       std::function<std::optional<Interface::EthIntfCounterGlim>(Pekt::IntfId const&)>;
 
-  struct Parts {
-    std::unique_ptr<LinkStatsSource> links;
-    std::unique_ptr<MacStatsSource> macs;
+  /// The same of its queues, and its published drops.
+  using PublishedQueues =
+      std::function<std::optional<Interface::QueueCounter::IntfQueueCounter>(Pekt::IntfId const&)>;
+  using PublishedDrops = std::function<std::uint64_t(Pekt::IntfId const&)>;
+
+  /// What only the agent can give.
+  struct AgentParts {
     std::unique_ptr<OffsetStore> offsets;
     PublishedRow publishedRow;
+    std::unique_ptr<QueueOffsetStore> queueOffsets;
+    PublishedQueues publishedQueues;
+    PublishedDrops publishedDrops;
     /// The time of the agent's clock: all ports that are read at one time share one reading.
     std::function<Kel::Seconds()> now;
+    /// By the link's name in the kernel: what counts its drops in place of its filters.
+    std::map<std::string, NftCounterName> aclDrops;
+    /// Tells the operator.
+    std::function<void(std::string const&)> say;
+    Interface::QueueCounter::Clearing queueClearing;
+  };
+  /// What reads the kernel.
+  struct KernelParts {
+    std::unique_ptr<LinkStatsSource> links;
+    std::unique_ptr<MacStatsSource> macs;
+    std::unique_ptr<QdiscSource> qdiscs;
+    std::unique_ptr<NftCounterSource> nftCounters;
     /// See `LinkIdentity`.
     std::uint64_t generation = 0;
   };
-  /// The parts that read this kernel, with what only the agent can give.
-  static Parts kernelParts(std::unique_ptr<OffsetStore> offsets, PublishedRow publishedRow,
-                           std::function<Kel::Seconds()> now);
+  struct Parts : AgentParts, KernelParts {};
+  /// With the parts that read this kernel.
+  static Parts kernelParts(AgentParts agent);
 
   /// REQUIRES: every part is given.
   LinuxCountersHelper(Kel::Name name, Parts parts);
   ~LinuxCountersHelper() override;
 
-  /// The port is this link. `kind` is the link's kind ("veth"; empty for a physical device).
-  void linkIs(Pekt::IntfId const& intfId, int ifindex, std::string_view kind = {});
+  /// The port is this link.
+  void linkIs(Pekt::IntfId const& intfId, Link const& link);
   void linkDel(Pekt::IntfId const& intfId);
 
   /// Which link the published rows of an interface, and the offsets kept for them, are of.
@@ -63,7 +94,8 @@ class LinuxCountersHelper final : public OruHelper::OruHelperCountersSm {
   };
   RowsOf rowsOf(Pekt::IntfId const& intfId, int ifindex) const;
 
-  /// Make sure that there is room to keep the interface's offsets. False: there is none.
+  /// Make sure that there is room to keep the interface's offsets. False: there is none, and none
+  /// was taken.
   bool reserve(Pekt::IntfId const& intfId, int ifindex);
   /// The interface's rows go on with this link, of which only what it counts from now on is theirs:
   /// what it counted before was another interface's. False if that could not be kept, or the link
@@ -71,12 +103,15 @@ class LinuxCountersHelper final : public OruHelper::OruHelperCountersSm {
   bool moveTo(Pekt::IntfId const& intfId, int ifindex);
   /// Drop the interface's offsets.
   /// REQUIRES: its rows go too, and later.
-  void forget(Pekt::IntfId const& intfId) { parts_.offsets->erase(intfId); }
+  void forget(Pekt::IntfId const& intfId);
 
   /// The counters that are not counted on this port's link, and whose zero therefore means
   /// nothing. No value if that cannot be told just now: the port has no link, or the link or its
   /// MAC could not be read.
   std::optional<Interface::CounterSet> unsupportedCounters(Pekt::IntfId const& intfId);
+
+  /// The same of its queues: bits of `Interface::kQueueCounterNames`.
+  std::optional<std::uint32_t> unsupportedQueueCounters(Pekt::IntfId const& intfId);
 
   /// How often an offset could not be kept. While one cannot, counting goes on; should the agent
   /// die then, what was counted since the link's last reset may count twice.
@@ -88,24 +123,40 @@ class LinuxCountersHelper final : public OruHelper::OruHelperCountersSm {
   void deinitialize(Pekt::IntfId intfId) override;
   void getCounters(Pekt::IntfId intfId, Kel::Ptr<OruTypes::IntfCounters> newCounters,
                    Kel::Ptr<OruTypes::IntfCounters> prevCounters) override;
+  /// All unicast: the kernel keeps no queues for other frames.
+  void getIntfQueueType(Pekt::IntfId intfId, Kel::Ptr<OruTypes::IntfQueueType> types) override;
+  void getIntfQueueCounters(Pekt::IntfId intfId,
+                            Kel::Ptr<OruTypes::IntfQueueCounters> counters) override;
+  /// Copies the queue rows to their clear table.
+  void doClearCounters(Kel::String request) override;
+  bool aclDropCountersSupported() override { return true; }
+  std::uint64_t getIntfAclDropCounters(Pekt::IntfId intfId) override;
 
  private:
-  struct LinkOf {
-    int ifindex;
-    std::string kind;
-  };
   struct Port {
-    std::optional<LinkOf> link;
-    std::optional<PortAccount> account;  // while the port is initialized
+    std::optional<Link> link;
+    std::optional<PortAccount> account;   // while the port is initialized
+    std::optional<QueueAccount> queues;   // from its first reading to its release
+    std::optional<DropAccount> aclDrops;  // likewise
     Kel::Seconds lastReading = 0.0;
+
+    bool isIdle() const { return !link && !account && !queues && !aclDrops; }
   };
+  LinkIdentity identityOf(int ifindex) const { return {parts_.generation, ifindex}; }
   void open(Pekt::IntfId const& intfId, Port& port);
-  std::optional<KernelCounts> read(LinkOf const& link);
-  void save(Pekt::IntfId const& intfId, PortAccount& account);
+  rtnl_link_stats64 const* readLink(int ifindex);
+  std::optional<KernelCounts> read(int ifindex);
+  std::optional<std::span<Qdisc const>> readQdiscs(int ifindex);
+  std::optional<QueueReading> readQueues(Link const& link);
+  void readDrops(Link const& link, DropAccount& drops);
+  void readNftDrops(Link const& link, NftCounterName const& counter, DropAccount& drops);
+  template <class Store, class Account>
+  void save(Store& store, Pekt::IntfId const& intfId, Account& account);
 
   Parts parts_;
   std::unordered_map<Pekt::IntfId, Port, IntfIdHash> ports_;
   std::uint64_t offsetsNotSaved_ = 0;
+  std::set<std::string> unreadableCounters_;  // of nftables, by link; told to the operator
 };
 
 }  // namespace Hardware::Linux

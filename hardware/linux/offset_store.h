@@ -3,8 +3,10 @@
 #include <functional>
 #include <optional>
 #include <unordered_map>
+#include <vector>
 
 #include "hardware/linux/port_account.h"
+#include "hardware/linux/queue_account.h"
 #include "platform/pekt/intf_id.h"
 
 namespace Hardware::Linux {
@@ -13,14 +15,15 @@ struct IntfIdHash {
   std::size_t operator()(Pekt::IntfId const& intfId) const { return intfId.hash(); }
 };
 
-/// Where the offsets of the ports outlive the agent: one record an interface.
-class OffsetStore {
+/// Where offsets outlive the agent: one record an interface.
+template <class Offsets>
+class OffsetStoreOf {
  public:
-  virtual ~OffsetStore() = default;
+  virtual ~OffsetStoreOf() = default;
 
-  virtual std::optional<StoredOffsets> load(Pekt::IntfId const& intfId) = 0;
+  virtual std::optional<Offsets> load(Pekt::IntfId const& intfId) = 0;
   /// Kept before it returns, whole or not at all. False: it could not be kept.
-  virtual bool save(Pekt::IntfId const& intfId, StoredOffsets const& offsets) = 0;
+  virtual bool save(Pekt::IntfId const& intfId, Offsets const& offsets) = 0;
   virtual void erase(Pekt::IntfId const& intfId) = 0;
   /// The interfaces that have a record. The visitor may erase.
   virtual void forEach(std::function<void(Pekt::IntfId const&)> const& visit) = 0;
@@ -28,15 +31,32 @@ class OffsetStore {
 
 /// Outlives nothing but the helper: for tests, and for an agent whose tables do not outlive it
 /// either.
-class MemoryOffsetStore final : public OffsetStore {
+template <class Offsets>
+class MemoryOffsetStoreOf final : public OffsetStoreOf<Offsets> {
  public:
-  std::optional<StoredOffsets> load(Pekt::IntfId const& intfId) override;
-  bool save(Pekt::IntfId const& intfId, StoredOffsets const& offsets) override;
-  void erase(Pekt::IntfId const& intfId) override;
-  void forEach(std::function<void(Pekt::IntfId const&)> const& visit) override;
+  std::optional<Offsets> load(Pekt::IntfId const& intfId) override {
+    auto const at = records_.find(intfId);
+    return at == records_.end() ? std::nullopt : std::optional(at->second);
+  }
+  bool save(Pekt::IntfId const& intfId, Offsets const& offsets) override {
+    records_.insert_or_assign(intfId, offsets);
+    return true;
+  }
+  void erase(Pekt::IntfId const& intfId) override { records_.erase(intfId); }
+  void forEach(std::function<void(Pekt::IntfId const&)> const& visit) override {
+    std::vector<Pekt::IntfId> all;
+    for (auto const& [intfId, record] : records_) all.push_back(intfId);
+    for (auto const& intfId : all) visit(intfId);
+  }
 
  private:
-  std::unordered_map<Pekt::IntfId, StoredOffsets, IntfIdHash> records_;
+  std::unordered_map<Pekt::IntfId, Offsets, IntfIdHash> records_;
 };
+
+/// Of the ports' counters, and of the counters of their queues.
+using OffsetStore = OffsetStoreOf<StoredOffsets>;
+using MemoryOffsetStore = MemoryOffsetStoreOf<StoredOffsets>;
+using QueueOffsetStore = OffsetStoreOf<StoredQueueOffsets>;
+using MemoryQueueOffsetStore = MemoryOffsetStoreOf<StoredQueueOffsets>;
 
 }  // namespace Hardware::Linux

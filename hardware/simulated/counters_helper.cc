@@ -61,6 +61,22 @@ void fill(Interface::EthStatistics& stats, Sample const& sample) {
   }
 }
 
+using Interface::QueueCounter::QueueCounts;
+using Interface::QueueCounter::QueueIndex;
+
+QueueCounts counts(QueueSample const& queue) {
+  return {queue.pkts, queue.octets, queue.dropPkts, queue.dropOctets};
+}
+
+// A reset is seen by any count that stepped back, and takes all of them to 0.
+QueueCounts increments(QueueSample const& now, QueueSample const& last) {
+  if (now.pkts < last.pkts || now.octets < last.octets || now.dropPkts < last.dropPkts ||
+      now.dropOctets < last.dropOctets)
+    return counts(now);
+  return {now.pkts - last.pkts, now.octets - last.octets, now.dropPkts - last.dropPkts,
+          now.dropOctets - last.dropOctets};
+}
+
 }  // namespace
 
 Port const* CountersHelper::presentPort(Pekt::IntfId const& intfId) const {
@@ -94,6 +110,32 @@ void CountersHelper::getVlanIntfCounters(Pekt::IntfId intfId,
 
 bool CountersHelper::initializeVlanIntfCounters(Pekt::IntfId intfId, std::uint16_t) {
   return _chip->find(intfId) != nullptr;
+}
+
+void CountersHelper::getIntfQueueType(Pekt::IntfId intfId,
+                                      Kel::Ptr<OruTypes::IntfQueueType> types) {
+  if (!_chip->find(intfId)) return;
+  for (std::uint8_t queue = 0; queue < egressQueues; ++queue)
+    types->queueTypeIs(queue, OruTypes::QueueType::unicast);
+}
+
+void CountersHelper::getIntfQueueCounters(Pekt::IntfId intfId,
+                                          Kel::Ptr<OruTypes::IntfQueueCounters> counters) {
+  // Given back as it was, a record of increments would count them again.
+  if (queueCountersIncrement()) counters->clear();
+  Port const* const port = presentPort(intfId);
+  if (!port) return;
+  QueueSamples const now = port->queues(chipTime());
+  QueueSamples& last = _lastQueues[intfId];
+  QueueCounts all;
+  for (std::uint32_t queue = 0; queue < egressQueues; ++queue) {
+    QueueCounts const told =
+        queueCountersIncrement() ? increments(now[queue], last[queue]) : counts(now[queue]);
+    counters->queueCountsIs(QueueIndex(queue), told);
+    all += told;
+  }
+  counters->intfCountsIs(all);
+  last = now;
 }
 
 std::uint64_t CountersHelper::getIntfAclDropCounters(Pekt::IntfId intfId) {

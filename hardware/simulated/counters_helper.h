@@ -6,10 +6,13 @@
 // Reads the time from Kel::System, and so runs in a test's virtual time as in the machine's.
 #pragma once
 
+#include <array>
 #include <memory>
+#include <unordered_map>
 
 #include "counters/pollers/helper.h"
 #include "hardware/simulated/chip.h"
+#include "platform/interface/queue_clearing.h"
 
 namespace Hardware::Simulated {
 
@@ -33,6 +36,18 @@ class CountersHelper : public OruHelper::OruHelperCountersSm {
   // True if the chip has a port of that name, there or not.
   bool initializeVlanIntfCounters(Pekt::IntfId intfId, std::uint16_t vlanId) override;
 
+  // Eight unicast queues; none of a port that the chip does not have.
+  void getIntfQueueType(Pekt::IntfId intfId, Kel::Ptr<OruTypes::IntfQueueType> types) override;
+  // Of a port that is not there, absolute counts stay as given, and there are no increments.
+  void getIntfQueueCounters(Pekt::IntfId intfId,
+                            Kel::Ptr<OruTypes::IntfQueueCounters> counters) override;
+
+  // Copies the queue rows to their clear table, once it was told them.
+  void doClearCounters(Kel::String request) override { _queueClearing.clear(request); }
+  void queueClearingIs(Interface::QueueCounter::Clearing clearing) {
+    _queueClearing = std::move(clearing);
+  }
+
   bool aclDropCountersSupported() override { return true; }
   // 0 for a port that the chip does not have.
   std::uint64_t getIntfAclDropCounters(Pekt::IntfId intfId) override;
@@ -41,11 +56,18 @@ class CountersHelper : public OruHelper::OruHelperCountersSm {
   Seconds chipTime() const { return Kel::System::currentTime() - _switchedOn; }
 
  private:
+  using QueueSamples = std::array<QueueSample, egressQueues>;
+  struct Hash {
+    std::size_t operator()(Pekt::IntfId const& intfId) const { return intfId.hash(); }
+  };
+
   Port const* presentPort(Pekt::IntfId const& intfId) const;
 
   std::shared_ptr<Chip const> _chip;
   Kel::Seconds _switchedOn;
   Kel::Seconds _firstSyncDelay = 0.0;
+  Interface::QueueCounter::Clearing _queueClearing;
+  std::unordered_map<Pekt::IntfId, QueueSamples, Hash> _lastQueues;  // what increments are since
 };
 
 }  // namespace Hardware::Simulated

@@ -107,7 +107,7 @@ class LinuxCountersHelperTest : public ::testing::Test {
     parts.generation = 1;
     sut = Kel::make<LinuxCountersHelper>("linux", std::move(parts));
     sut->hwInit();
-    sut->linkIs(kPort, 2);
+    sut->linkIs(kPort, {.ifindex = 2});
     rows.initialize(*sut, kPort);
   }
   void poll() {
@@ -177,7 +177,7 @@ TEST_F(LinuxCountersHelperTest, LinkThatComesBackAsAnotherGoesOnFromTheOldOne) {
   sut->linkDel(kPort);
   poll();
   links->links[7].rx_packets = 12;
-  sut->linkIs(kPort, 7);
+  sut->linkIs(kPort, {.ifindex = 7});
   poll();
   EXPECT_EQ(published(), 22u);
 }
@@ -241,14 +241,14 @@ TEST_F(LinuxCountersHelperTest, OffsetsWithoutARowAreDroppedAtTheStart) {
 }
 
 TEST_F(LinuxCountersHelperTest, NewsOfALinkLetsItsMacBeAskedAgain) {
-  sut->linkIs(kPort, 2);
+  sut->linkIs(kPort, {.ifindex = 2});
   EXPECT_EQ(macs->forgotten, (std::vector{2}));
 }
 
 TEST_F(LinuxCountersHelperTest, UnsupportedCountersAreThoseOfTheLink) {
   links->links[2] = {};
   EXPECT_FALSE(sut->unsupportedCounters(kPort).value().contains("inMulticastPkts"));
-  sut->linkIs(kPort, 2, "veth");
+  sut->linkIs(kPort, {.ifindex = 2, .kind = "veth"});
   EXPECT_TRUE(sut->unsupportedCounters(kPort).value().contains("inMulticastPkts"));
 }
 
@@ -322,7 +322,7 @@ TEST_F(LinuxCountersHelperTest, LinkThatMovesHereAddsOnlyWhatItCountsFromThen) {
   sut->deinitialize(kPort);
   EXPECT_TRUE(sut->moveTo(kPort, 7));
   EXPECT_EQ(sut->rowsOf(kPort, 7), LinuxCountersHelper::RowsOf::thisLink);
-  sut->linkIs(kPort, 7);
+  sut->linkIs(kPort, {.ifindex = 7});
   rows.initialize(*sut, kPort);
   links->links[7].rx_packets = 1003;
   poll();
@@ -355,7 +355,7 @@ class LinuxCountersHelperInKernel : public Test::NetworkNamespace {
             std::make_unique<SharedStore>(kept),
             [this](Pekt::IntfId const& id) { return rows.row(id); }, [this] { return now; }));
     sut->hwInit();
-    sut->linkIs(kPort, indexOf("b"), "veth");
+    sut->linkIs(kPort, {.ifindex = indexOf("b"), .kind = "veth"});
     rows.initialize(*sut, kPort);
   }
   void poll() {

@@ -107,7 +107,7 @@ class RestartTorture : public ::testing::Test {
     Interface::IntfStatistics previous;
     for (int poll = 0; poll != polls; ++poll) {
       kernel->pass(random() % 100);
-      helper->linkIs(kPort, kernel->ifindex());
+      helper->linkIs(kPort, {.ifindex = kernel->ifindex()});
       auto const sample = Kel::make<OruTypes::IntfCounters>();
       helper->getCounters(kPort, sample, sample);
       auto row = rows->counter(kPort);
