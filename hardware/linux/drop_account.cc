@@ -19,11 +19,10 @@ void DropAccount::advance(std::optional<QdiscCounts> const& counts) {
     return;
   }
   auto const low = static_cast<std::uint32_t>(count_);
-  bool const wraps = counts->drops < low &&
-                     (last_ ? counts->octets >= last_->octets && counts->pkts >= last_->pkts &&
-                                  counts->drops - low < std::uint32_t{1} << 31
-                            : looksWrapped(counts->drops, low));
-  if (counts->drops >= low || wraps)
+  bool const beganAnew = last_ && (counts->octets < last_->octets || counts->pkts < last_->pkts);
+  bool const wraps =
+      last_ ? counts->drops - low < std::uint32_t{1} << 31 : looksWrapped(counts->drops, low);
+  if (!beganAnew && (counts->drops >= low || wraps))
     count_ += counts->drops - low;  // modulo 2^32
   else
     count_ = counts->drops;

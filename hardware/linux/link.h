@@ -13,14 +13,14 @@ using Interface::OperState;
 /// One Ethernet link of this network namespace, as the kernel describes it.
 struct Link {
   int ifindex = 0;
-  std::string name;
-  std::string alias;  // IFLA_IFALIAS, what the administrator says of it; may be empty
-  std::string kind;   // "veth", "bridge", "vlan", ...; empty for a physical device
+  std::string name{};
+  std::string alias{};  // IFLA_IFALIAS, what the administrator says of it; may be empty
+  std::string kind{};   // "veth", "bridge", "vlan", ...; empty for a physical device
   std::uint32_t mtu = 0;
   bool adminUp = false;
   OperState operState = OperState::unknown;
-  std::uint32_t txQueues = 0;          // transmit queues; 0: the kernel does not say
-  std::optional<std::uint64_t> speed;  // bit/s; none while the link has no known speed
+  std::uint32_t txQueues = 0;            // transmit queues; 0: the kernel does not say
+  std::optional<std::uint64_t> speed{};  // bit/s; none while the link has no known speed
 
   bool operator==(Link const&) const = default;
 };

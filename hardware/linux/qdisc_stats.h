@@ -12,9 +12,9 @@ namespace Hardware::Linux {
 
 /// What a queueing discipline has counted since it was made.
 ///
-/// `octets` are of the frame as it is handed to the discipline: at egress with the 14 bytes of its
-/// Ethernet header, and of a frame that the link is to segment with those of each segment; without
-/// the check sequence.
+/// `octets` are of frames without their check sequence. At egress the 14 bytes of the Ethernet
+/// header are in them (and those of every segment, of what the link is yet to segment), at the
+/// filters of ingress they are not. Filters count packets and octets only where there is a filter.
 struct QdiscCounts {
   std::uint64_t pkts = 0;
   std::uint64_t octets = 0;

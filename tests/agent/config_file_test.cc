@@ -35,7 +35,9 @@ TEST(ConfigFile, ReadsEverySetting) {
       "keep-counters = true\n"
       "[names]\n"
       "eth0 = 'Ethernet1/1'\n"
-      "\"lan.7\" = 'Ethernet7'\n",
+      "\"lan.7\" = 'Ethernet7'\n"
+      "[acl-drops]\n"
+      "eth0 = 'inet acl eth0_drops'\n",
       "agentd.toml");
   EXPECT_EQ(file.tables, "/run/oru");
   EXPECT_EQ(file.period, 0.5);
@@ -43,6 +45,8 @@ TEST(ConfigFile, ReadsEverySetting) {
   EXPECT_EQ(file.loadInterval, Interface::LoadInterval(30.0));
   EXPECT_EQ(file.keepCounters, true);
   EXPECT_EQ(file.names, (NameMap{{"eth0", "Ethernet1/1"}, {"lan.7", "Ethernet7"}}));
+  ASSERT_EQ(file.aclDrops.size(), 1u);
+  EXPECT_EQ(file.aclDrops.at("eth0").text(), "inet acl eth0_drops");
 }
 
 TEST(ConfigFile, AWholeNumberOfSecondsIsANumber) {
@@ -92,6 +96,23 @@ TEST(ConfigFile, RefusesANameThatIsNotOfAnEthernetInterface) {
 TEST(ConfigFile, RefusesANameThatIsGivenTwice) {
   EXPECT_EQ(errorOf("[names]\neth0 = 'Ethernet1'\neth1 = 'Ethernet1'\n"),
             "agentd.toml:3: Ethernet1 is given to two links");
+}
+
+TEST(ConfigFile, RefusesDropsThatAreNoNftablesCounter) {
+  for (char const* const counter :
+       {"'acl eth0_drops'", "'inet acl a b'", "'ipv6 acl a'", "''", "7", "['inet acl a']"})
+    EXPECT_THAT(errorOf(std::string("period = 1\n[acl-drops]\neth0 = 'inet acl a'\neth1 = ") +
+                        counter + "\n"),
+                ::testing::AllOf(
+                    StartsWith("agentd.toml:4: must be the family, table and name of an nftables "
+                               "counter, as \"inet acl eth0_drops\""),
+                    ::testing::Not(HasSubstr("no error"))))
+        << counter;
+  EXPECT_THAT(errorOf("[acl-drops]\neth0 = 'ipv6 acl a'\n"), HasSubstr("families are ip, ip6"));
+}
+
+TEST(ConfigFile, RefusesDropsThatAreNoSection) {
+  EXPECT_EQ(errorOf("acl-drops = 'inet acl a'\n"), "agentd.toml:1: must be a section: [acl-drops]");
 }
 
 TEST(ConfigFile, SaysWhyAFileCannotBeRead) {

@@ -42,6 +42,17 @@ class HostTest : public ::testing::Test {
     return reader.lookup(Pekt::IntfId(id), row) == Glim::Answer::ok ? std::optional(row)
                                                                     : std::nullopt;
   }
+  template <class Row>
+  std::optional<Row> rowOf(std::string_view table, char const* id) {
+    Glim::Reader<Row> reader(options.tables + "/" + std::string(table));
+    EXPECT_EQ(reader.attach(), Glim::Answer::ok);
+    Row row;
+    return reader.lookup(Pekt::IntfId(id), row) == Glim::Answer::ok ? std::optional(row)
+                                                                    : std::nullopt;
+  }
+  std::optional<Interface::QueueCounter::IntfQueueCounter> queues(char const* id) {
+    return rowOf<Interface::QueueCounter::IntfQueueCounter>(Interface::kIntfQueueCounters, id);
+  }
   // The offsets that an agent of this machine's links kept.
   void addOffsets(char const* id) {
     Hardware::Linux::OffsetRow offsets;
@@ -69,6 +80,7 @@ class HostTest : public ::testing::Test {
     time.nowIs(time.now() + step);
   }
 
+  using QueueIndex = Interface::QueueCounter::QueueIndex;
   Support::VirtualTime time;
   Kel::Seconds set = 0.0;
   Support::TemporaryTables place;
@@ -93,6 +105,45 @@ TEST_F(HostTest, RowsGrowEachPeriod) {
   sut->turn();
   EXPECT_EQ(row("Ethernet1")->statistics.inOctets, simulatedOctets("Ethernet1", 2.0));
   EXPECT_EQ(row("Ethernet1")->statistics.lastUpdate, time.now());
+}
+
+TEST_F(HostTest, EveryPortHasItsQueuesAndDropsFromTheStart) {
+  options.period = 2.0;
+  start();
+  ASSERT_TRUE(queues("Ethernet1"));
+  EXPECT_EQ(queues("Ethernet1")->statistics.size(), 8u);
+  EXPECT_TRUE(rowOf<Glim::Interface::DropCounter>(Interface::kAclDropCounters, "Ethernet1"));
+  time.nowIs(time.now() + 2.0);
+  sut->turn();
+  Pekt::IntfId const id("Ethernet1");
+  auto const chip = Hardware::Simulated::Chip::seeded(3, 11);
+  auto const told = chip.find(id)->queues(2.0);
+  auto const row = queues("Ethernet1").value();
+  std::uint64_t pkts = 0;
+  for (std::uint32_t i = 0; i < 8; ++i) {
+    auto const& counts = row.statistics[QueueIndex(i)].counts;
+    EXPECT_EQ(counts.pkts, told[i].pkts) << i;
+    pkts += counts.pkts;
+  }
+  EXPECT_GT(pkts, 0u);
+  EXPECT_EQ(row.intfCounts.pkts, pkts);
+}
+
+TEST_F(HostTest, TheQueuesOfEveryPortAreDescribed) {
+  start();
+  auto const described =
+      rowOf<Interface::IntfDescription>(Interface::kIntfDescriptions, "Ethernet1");
+  EXPECT_EQ(described->txQueues, 8u);
+  EXPECT_EQ(described->unsupportedQueue, 0u);
+}
+
+TEST_F(HostTest, QueuesOfASimulatedChipBeginAnewToo) {
+  start();
+  turnsFor(10.0);
+  ASSERT_GT(queues("Ethernet2")->intfCounts.pkts, 0u);
+  sut.reset();
+  start();
+  EXPECT_EQ(queues("Ethernet2")->intfCounts.pkts, 0u);
 }
 
 TEST_F(HostTest, BetweenThePeriodsRowsStand) {

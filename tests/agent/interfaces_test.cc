@@ -46,6 +46,24 @@ TEST_F(InterfacesTest, NewsOfAServedInterfaceTellsNobodyOfAnotherInterface) {
   EXPECT_THAT(log.calls(), IsEmpty());
 }
 
+// A second handling of the same interface would be an error of the library's.
+TEST_F(InterfacesTest, NewsOfAServedInterfaceIsNoneForTheLibrary) {
+  sut.interfaceIs(description("Ethernet7"));
+  log.clear();
+  auto news = description("Ethernet7", OperState::down);
+  news.speed = 10'000'000;
+  news.alias = std::string_view("to the core");
+  news.kernelName = std::string_view("lan0");
+  news.adminState = Interface::AdminState::down;
+  news.txQueues = 8;
+  sut.interfaceIs(news);
+  sut.unsupportedIs("Ethernet7", Interface::CounterSet::fromWord(5));
+  sut.unsupportedQueueIs("Ethernet7", 0xff);
+  EXPECT_THAT(log.calls(), IsEmpty());
+  EXPECT_EQ(described("Ethernet7").speed, 10'000'000u);
+  EXPECT_EQ(described("Ethernet7").txQueues, 8u);
+}
+
 TEST_F(InterfacesTest, NewsReachesTheStatusAndTheDescription) {
   sut.interfaceIs(description("Ethernet7"));
   auto const status = entities.statusDir->intfStatus("Ethernet7");
@@ -117,6 +135,26 @@ TEST_F(InterfacesTest, WhatIsUnsupportedOfNoInterfaceIsNotDescribed) {
   EXPECT_FALSE(isDescribed("Ethernet9"));
 }
 
+TEST_F(InterfacesTest, WhatIsUnsupportedOfTheQueuesIsDescribedAndStaysSo) {
+  sut.interfaceIs(description("Ethernet7"));
+  sut.unsupportedQueueIs("Ethernet7", 0x88);
+  EXPECT_EQ(described("Ethernet7").unsupportedQueue, 0x88u);
+  sut.interfaceIs(description("Ethernet7", OperState::down));
+  EXPECT_EQ(described("Ethernet7").unsupportedQueue, 0x88u);
+  auto another = description("Ethernet7");
+  another.ifIndex = 8;
+  sut.interfaceIs(another);
+  EXPECT_EQ(described("Ethernet7").unsupportedQueue, 0u);
+}
+
+TEST_F(InterfacesTest, WhatIsUnsupportedStillIsNotWritten) {
+  sut.interfaceIs(description("Ethernet7"));
+  sut.unsupportedQueueIs("Ethernet7", 0x88);
+  auto const writes = tables.intfDescriptions()->map().writer()->writes();
+  sut.unsupportedQueueIs("Ethernet7", 0x88);
+  EXPECT_EQ(tables.intfDescriptions()->map().writer()->writes(), writes);
+}
+
 TEST_F(InterfacesTest, ADescriptionThatSaysNothingNewIsNotWritten) {
   sut.interfaceIs(description("Ethernet7"));
   auto const writes = tables.intfDescriptions()->map().writer()->writes();
@@ -175,6 +213,82 @@ TEST_F(InterfacesTest, AnInterfaceWithoutRoomInOneTableHasARowInNone) {
   refused(tables.intfClearCounters());
 }
 
+TEST_F(InterfacesTest, AnInterfaceWithoutRoomForARowOfTheLibraryHasARowInNone) {
+  sut.removeLeftovers();
+  auto const refused = [&](auto const& full) {
+    fill(full);
+    EXPECT_FALSE(sut.interfaceIs(description("Ethernet7")));
+    EXPECT_FALSE(isDescribed("Ethernet7"));
+    EXPECT_FALSE(tables.intfCounters()->contains("Ethernet7"));
+    EXPECT_FALSE(tables.intfClearCounters()->contains("Ethernet7"));
+    EXPECT_EQ(rowsOfLibrary("Ethernet7"), 0);
+    EXPECT_THAT(log.calls(), IsEmpty());
+    EXPECT_THAT(sut.withoutRoom(), ElementsAre("Ethernet7"));
+    full->remove("Ethernet1000");
+    sut.forgetWithoutRoom();
+    EXPECT_TRUE(sut.interfaceIs(description("Ethernet7")));
+    sut.interfaceDel("Ethernet7");
+    sut.dropAllRows();
+    log.clear();
+  };
+  refused(tables.intfQueueCounters());
+  refused(tables.intfClearQueueCounters());
+  refused(tables.aclDropCounters());
+}
+
+TEST_F(InterfacesTest, TheLibraryFindsNoRowsOfItsOwnWhenItIsToldOfANewInterface) {
+  sut.removeLeftovers();
+  sut.interfaceIs(description("Ethernet7"));
+  EXPECT_EQ(rowsOfLibrary("Ethernet7"), 0);
+}
+
+TEST_F(InterfacesTest, BeforeTheLibraryRunsItsRoomIsKeptForIt) {
+  fill(tables.intfQueueCounters(), 1);
+  EXPECT_TRUE(sut.interfaceIs(description("Ethernet7")));
+  EXPECT_FALSE(sut.interfaceIs(description("Ethernet8")));
+  sut.removeLeftovers();
+  EXPECT_EQ(rowsOfLibrary("Ethernet7"), 0);
+  EXPECT_LT(tables.intfQueueCounters()->members(), kRoom);
+}
+
+TEST_F(InterfacesTest, RowsOfTheLibraryThatAnAgentBeforeLeftGoOn) {
+  addRowsOfLibrary("Ethernet7");
+  sut.interfaceIs(description("Ethernet7"));
+  sut.removeLeftovers();
+  EXPECT_EQ(rowsOfLibrary("Ethernet7"), 3);
+  EXPECT_EQ(tables.aclDropCounters()->lookup("Ethernet7").aclDropPkts, 7u);
+}
+
+TEST_F(InterfacesTest, RoomThatAnAgentBeforeTookAndNeverUsedIsNoRow) {
+  tables.intfQueueCounters()->write({"Ethernet7", {}, {}});
+  sut.interfaceIs(description("Ethernet7"));
+  sut.removeLeftovers();
+  EXPECT_FALSE(tables.intfQueueCounters()->contains("Ethernet7"));
+}
+
+TEST_F(InterfacesTest, RowsOfTheLibraryGoWithTheInterface) {
+  sut.interfaceIs(description("Ethernet7"));
+  addRowsOfLibrary("Ethernet7");
+  sut.interfaceDel("Ethernet7");
+  EXPECT_EQ(rowsOfLibrary("Ethernet7"), 0);
+}
+
+TEST_F(InterfacesTest, RowsOfTheLibraryThatAnAgentBeforeLeftOfOthersAreRemoved) {
+  addRowsOfLibrary("Ethernet3");
+  sut.removeLeftovers();
+  EXPECT_EQ(rowsOfLibrary("Ethernet3"), 0);
+}
+
+TEST_F(InterfacesTest, RowsOfTheLibraryAreDroppedWithTheOthers) {
+  addRowsOfLibrary("Ethernet3");
+  addRowsOfLibrary("Ethernet4");
+  sut.dropRows("Ethernet3");
+  EXPECT_EQ(rowsOfLibrary("Ethernet3"), 0);
+  EXPECT_EQ(rowsOfLibrary("Ethernet4"), 3);
+  sut.dropAllRows();
+  EXPECT_EQ(rowsOfLibrary("Ethernet4"), 0);
+}
+
 TEST_F(InterfacesTest, ServedInterfacesStayWhenThereIsNoRoomForAnother) {
   sut.interfaceIs(description("Ethernet7"));
   fill(tables.intfCounters());
@@ -225,6 +339,16 @@ TEST_F(InterfacesKept, RowsThatAnAgentBeforeLeftStayAndAreNotPresent) {
   sut.removeLeftovers();
   EXPECT_TRUE(tables.intfCounters()->contains("Ethernet3"));
   EXPECT_EQ(described("Ethernet3").operState, OperState::notPresent);
+}
+
+TEST_F(InterfacesKept, RowsOfTheLibraryStay) {
+  addRowsOfLibrary("Ethernet3");
+  sut.interfaceIs(description("Ethernet7"));
+  sut.removeLeftovers();
+  addRowsOfLibrary("Ethernet7");
+  sut.interfaceDel("Ethernet7");
+  EXPECT_EQ(rowsOfLibrary("Ethernet3"), 3);
+  EXPECT_EQ(rowsOfLibrary("Ethernet7"), 3);
 }
 
 }  // namespace

@@ -56,6 +56,7 @@ class LinkSyncTest : public ServedInterfaces {
     link.adminUp = true;
     link.operState = OperState::up;
     link.speed = 10'000'000'000;
+    link.txQueues = 64;
     return link;
   }
   void appear(Link const& link) { sut.handle({LinkEvent::Type::appeared, link, {}}); }
@@ -93,6 +94,7 @@ TEST_F(LinkSyncTest, ALinkIsDescribed) {
   EXPECT_EQ(row.kernelName.view(), "eth0");
   EXPECT_EQ(row.alias.view(), "to the core");
   EXPECT_EQ(row.ifIndex, 7u);
+  EXPECT_EQ(row.txQueues, 64u);
   EXPECT_EQ(row.speed, 10'000'000'000u);
   EXPECT_EQ(row.adminState, Interface::AdminState::up);
   EXPECT_EQ(row.operState, OperState::up);

@@ -80,6 +80,22 @@ class ServedInterfaces : public ::testing::Test {
     tables.intfClearCounters()->counterIs(row);
   }
 
+  // Those of its queues and its drops.
+  void addRowsOfLibrary(Pekt::IntfId const& id) {
+    Interface::QueueCounter::IntfQueueCounter row;
+    row.intfId = id;
+    row.statistics.sizeIs(4);
+    tables.intfQueueCounters()->intfQueueCounterIs(row);
+    tables.intfClearQueueCounters()->intfQueueCounterIs(row);
+    tables.aclDropCounters()->counterIs({id, 7});
+  }
+  // How many of the three there are.
+  int rowsOfLibrary(Pekt::IntfId const& id) {
+    return (tables.intfQueueCounters()->contains(id) ? 1 : 0) +
+           (tables.intfClearQueueCounters()->contains(id) ? 1 : 0) +
+           (tables.aclDropCounters()->contains(id) ? 1 : 0);
+  }
+
   // Takes what room there is in a table.
   template <class Table>
   void fill(Table const& table, std::uint32_t leaving = 0) {

@@ -28,7 +28,8 @@ TEST(Tables, MakeTheirDirectory) {
   Support::TemporaryTables const place;
   auto const directory = place.directory() / "new";
   Tables const sut(directory.string());
-  for (char const* const name : {"intfCounters", "intfClearCounters", "intfDescriptions"})
+  for (char const* const name : {"intfCounters", "intfClearCounters", "intfQueueCounters",
+                                 "intfClearQueueCounters", "aclDropCounters", "intfDescriptions"})
     EXPECT_TRUE(std::filesystem::exists(directory / (std::string(name) + ".glim"))) << name;
 }
 

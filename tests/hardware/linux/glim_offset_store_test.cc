@@ -80,6 +80,26 @@ TEST_F(GlimOffsetStoreTest, ThePublishedSchemaIsTodaysOrCarriedOver) {
   Support::expectPublishedSchema<OffsetRow>(ORU_SOURCE_DIR "/tests/hardware/linux/schemas");
 }
 
+TEST_F(GlimOffsetStoreTest, OffsetsOfQueuesOutliveTheirWriterToo) {
+  auto const openQueues = [this] {
+    return GlimQueueOffsetStore(Kel::make<GlimQueueOffsetStore::Table>(
+        debug, Glim::RootPath(debug, directory + "/queueOffsets", false)));
+  };
+  StoredQueueOffsets made{{7, 8}, {}, {}};
+  for (std::size_t i = 0; i < kQueueTotals; ++i) {
+    made.sources[i] = 100 + i;
+    made.offsets.pkts[i] = 200 + i;
+    made.offsets.octets[i] = 300 + i;
+    made.offsets.dropPkts[i] = 400 + i;
+  }
+  EXPECT_TRUE(openQueues().save("Ethernet1", made));
+  EXPECT_EQ(openQueues().load("Ethernet1"), made);
+}
+
+TEST_F(GlimOffsetStoreTest, ThePublishedSchemaOfQueuesIsTodaysOrCarriedOver) {
+  Support::expectPublishedSchema<QueueOffsetRow>(ORU_SOURCE_DIR "/tests/hardware/linux/schemas");
+}
+
 TEST_F(GlimOffsetStoreTest, DetachedTableKeepsNothingAndSaysSo) {
   auto const table = Kel::make<GlimOffsetStore::Table>(
       debug, Glim::RootPath(debug, directory + "/offsets", false));

@@ -2,96 +2,25 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
-
 #include "counters/pollers/counter_records.h"
 #include "hardware/linux/network_generation.h"
+#include "tests/hardware/linux/helper_stand_ins.h"
 #include "tests/hardware/linux/network_namespace.h"
 
 namespace Hardware::Linux {
 namespace {
 
-using Row = Interface::EthIntfCounterGlim;
-
-class FakeLinks final : public LinkStatsSource {
- public:
-  std::error_code refresh(double now) override {
-    times.push_back(now);
-    return error;
-  }
-  rtnl_link_stats64 const* find(int ifindex) const override {
-    auto const at = links.find(ifindex);
-    return at == links.end() ? nullptr : &at->second;
-  }
-  std::map<int, rtnl_link_stats64> links;
-  std::vector<double> times;
-  std::error_code error;
-};
-
-class FakeMacs final : public MacStatsSource {
- public:
-  MacReading read(double, int) override { return {.stats = nullptr, .unavailable = unavailable}; }
-  bool unavailable = false;
-  void forget(int ifindex) override { forgotten.push_back(ifindex); }
-  std::vector<int> forgotten;
-};
-
-/// A store that outlives its helpers, and may be full.
-class SharedStore final : public OffsetStore {
- public:
-  explicit SharedStore(MemoryOffsetStore& kept) : kept_(kept) {}
-  std::optional<StoredOffsets> load(Pekt::IntfId const& id) override { return kept_.load(id); }
-  bool save(Pekt::IntfId const& id, StoredOffsets const& offsets) override {
-    return !full && kept_.save(id, offsets);
-  }
-  void erase(Pekt::IntfId const& id) override { kept_.erase(id); }
-  void forEach(std::function<void(Pekt::IntfId const&)> const& visit) override {
-    kept_.forEach(visit);
-  }
-  bool full = false;
-
- private:
-  MemoryOffsetStore& kept_;
-};
-
-/// What a port poller does with the helper, and the rows that it publishes.
-class Rows {
- public:
-  std::optional<Row> row(Pekt::IntfId const& id) const {
-    auto const at = rows_.find(id);
-    if (at == rows_.end()) return std::nullopt;
-    return at->second;
-  }
-  void initialize(LinuxCountersHelper& helper, Pekt::IntfId const& id) {
-    previous_[id] = Kel::make<OruTypes::IntfCounters>();
-    helper.initialize(id);
-  }
-  void poll(LinuxCountersHelper& helper, Pekt::IntfId const& id) {
-    auto const sample = Kel::make<OruTypes::IntfCounters>();
-    auto const& previous = previous_.at(id);
-    helper.getCounters(id, sample, previous);
-    ASSERT_EQ(sample->intfStats().inErrors, receiveErrorSum(sample->ethStats()));
-    ASSERT_EQ(sample->intfStats().outErrors, transmitErrorSum(sample->ethStats()));
-    Row& row = rows_[id];
-    row.intfId = id;
-    row.statistics = row.statistics + (sample->intfStats() - previous->intfStats());
-    row.ethStatistics = row.ethStatistics + (sample->ethStats() - previous->ethStats());
-    previous->intfStatsIs(sample->intfStats());
-    previous->ethStatsIs(sample->ethStats());
-  }
-  void remove(Pekt::IntfId const& id) { rows_.erase(id); }
-
- private:
-  std::map<Pekt::IntfId, Row> rows_;
-  std::map<Pekt::IntfId, Kel::Ptr<OruTypes::IntfCounters>> previous_;
-};
+using Test::FakeLinks;
+using Test::FakeMacs;
+using Test::Rows;
+using SharedStore = Linux::Test::SharedStore<StoredOffsets>;
 
 class LinuxCountersHelperTest : public ::testing::Test {
  protected:
   void SetUp() override { startAgent(); }
 
   void startAgent() {
-    LinuxCountersHelper::Parts parts;
+    LinuxCountersHelper::Parts parts = Linux::Test::standInParts();
     auto fakeLinks = std::make_unique<FakeLinks>();
     auto fakeMacs = std::make_unique<FakeMacs>();
     auto fakeStore = std::make_unique<SharedStore>(kept);
@@ -351,9 +280,9 @@ class LinuxCountersHelperInKernel : public Test::NetworkNamespace {
   void startAgent() {
     sut = Kel::make<LinuxCountersHelper>(
         "linux",
-        LinuxCountersHelper::kernelParts(
+        LinuxCountersHelper::kernelParts(Linux::Test::standInAgentParts(
             std::make_unique<SharedStore>(kept),
-            [this](Pekt::IntfId const& id) { return rows.row(id); }, [this] { return now; }));
+            [this](Pekt::IntfId const& id) { return rows.row(id); }, [this] { return now; })));
     sut->hwInit();
     sut->linkIs(kPort, {.ifindex = indexOf("b"), .kind = "veth"});
     rows.initialize(*sut, kPort);

@@ -1,7 +1,11 @@
 #include "tests/hardware/linux/network_namespace.h"
 
+#include <arpa/inet.h>
+#include <linux/filter.h>
 #include <linux/if_ether.h>
 #include <linux/if_link.h>
+#include <linux/pkt_cls.h>
+#include <linux/pkt_sched.h>
 #include <linux/rtnetlink.h>
 #include <linux/veth.h>
 #include <net/if.h>
@@ -11,6 +15,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -34,8 +39,10 @@ unsigned upFlag(bool up) { return up ? static_cast<unsigned>(IFF_UP) : 0U; }
 }  // namespace
 
 std::error_code makeVethPair(NetlinkSocket& socket, std::string const& name,
-                             std::string const& peer, int ifindex, int peerIndex) {
+                             std::string const& peer, int ifindex, int peerIndex,
+                             std::uint32_t queues) {
   NetlinkRequest request(RTM_NEWLINK, linkHeader(ifindex), NLM_F_CREATE | NLM_F_EXCL);
+  if (queues != 0) request.put(IFLA_NUM_TX_QUEUES, queues).put(IFLA_NUM_RX_QUEUES, queues);
   request.putText(IFLA_IFNAME, name).nest(IFLA_LINKINFO, [&](NetlinkRequest& info) {
     info.putText(IFLA_INFO_KIND, "veth").nest(IFLA_INFO_DATA, [&](NetlinkRequest& data) {
       data.nest(VETH_INFO_PEER, [&](NetlinkRequest& other) {
@@ -61,8 +68,8 @@ void NetworkNamespace::change(NetlinkRequest& request) {
 }
 
 void NetworkNamespace::addVethPair(std::string const& name, std::string const& peer, bool up,
-                                   int ifindex, int peerIndex) {
-  auto const error = makeVethPair(*socket_, name, peer, ifindex, peerIndex);
+                                   int ifindex, int peerIndex, std::uint32_t queues) {
+  auto const error = makeVethPair(*socket_, name, peer, ifindex, peerIndex, queues);
   ASSERT_FALSE(error) << error.message() << " " << socket_->lastErrorText();
   if (!up) return;  // and not in the request: a veth whose peer does not exist yet cannot go up
   setAdminUp(name, true);
@@ -92,6 +99,43 @@ void NetworkNamespace::addLink(std::string const& name, std::string const& kind)
   NetlinkRequest request(RTM_NEWLINK, linkHeader(0, IFF_UP, IFF_UP), NLM_F_CREATE | NLM_F_EXCL);
   request.putText(IFLA_IFNAME, name).nest(IFLA_LINKINFO, [&](NetlinkRequest& info) {
     info.putText(IFLA_INFO_KIND, kind);
+  });
+  change(request);
+}
+
+void NetworkNamespace::addQdisc(std::string const& name, std::string const& kind,
+                                std::uint32_t parent) {
+  tcmsg header{};
+  header.tcm_ifindex = indexOf(name);
+  header.tcm_parent = parent;
+  if (parent == TC_H_CLSACT) header.tcm_handle = TC_H_MAKE(TC_H_CLSACT, 0);
+  NetlinkRequest request(RTM_NEWQDISC, header, NLM_F_CREATE | NLM_F_REPLACE);
+  request.putText(TCA_KIND, kind);
+  change(request);
+}
+
+void NetworkNamespace::deleteQdisc(std::string const& name, std::uint32_t parent) {
+  tcmsg header{};
+  header.tcm_ifindex = indexOf(name);
+  header.tcm_parent = parent;
+  NetlinkRequest request(RTM_DELQDISC, header);
+  change(request);
+}
+
+void NetworkNamespace::addFilter(std::string const& name, std::uint32_t hook,
+                                 std::uint16_t etherType, int verdict) {
+  tcmsg header{};
+  header.tcm_ifindex = indexOf(name);
+  header.tcm_parent = TC_H_MAKE(TC_H_CLSACT, hook);
+  header.tcm_info = TC_H_MAKE(1U << 16, htons(etherType));
+  NetlinkRequest request(RTM_NEWTFILTER, header, NLM_F_CREATE | NLM_F_EXCL);
+  request.putText(TCA_KIND, "bpf").nest(TCA_OPTIONS, [&](NetlinkRequest& options) {
+    options.put(TCA_BPF_OPS_LEN, std::uint16_t{1})
+        .put(TCA_BPF_OPS, sock_filter{.code = BPF_RET | BPF_K,
+                                      .jt = 0,
+                                      .jf = 0,
+                                      .k = static_cast<std::uint32_t>(verdict)})
+        .put(TCA_BPF_FLAGS, std::uint32_t{TCA_BPF_FLAG_ACT_DIRECT});
   });
   change(request);
 }
@@ -134,26 +178,30 @@ int NetworkNamespace::indexOf(std::string const& name) {
   return static_cast<int>(if_nametoindex(name.c_str()));
 }
 
-void NetworkNamespace::sendFrames(std::string const& name, int count, std::size_t bytes,
-                                  std::vector<std::uint8_t> const& destination) {
-  ASSERT_GE(bytes, static_cast<std::size_t>(ETH_HLEN));
+bool NetworkNamespace::sendFrame(std::string const& name, std::size_t bytes,
+                                 std::vector<std::uint8_t> const& destination,
+                                 std::uint16_t etherType) {
   int const fd = socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0);
-  ASSERT_GE(fd, 0) << std::strerror(errno);
-  std::vector<std::uint8_t> frame(bytes, 0);
+  std::vector<std::uint8_t> frame(std::max(bytes, static_cast<std::size_t>(ETH_HLEN)), 0);
   std::copy(destination.begin(), destination.end(), frame.begin());
-  frame[12] = 0x88;  // the local experimental EtherType: nobody answers
-  frame[13] = 0xb5;
+  frame[12] = static_cast<std::uint8_t>(etherType >> 8);
+  frame[13] = static_cast<std::uint8_t>(etherType & 0xff);
   sockaddr_ll to{};
   to.sll_family = AF_PACKET;
   to.sll_ifindex = indexOf(name);
   to.sll_halen = ETH_ALEN;
   std::copy(destination.begin(), destination.end(), to.sll_addr);
-  for (int i = 0; i < count; ++i) {
-    ssize_t const sent = sendto(fd, frame.data(), frame.size(), 0,
-                                reinterpret_cast<sockaddr const*>(&to), sizeof to);
-    EXPECT_EQ(sent, static_cast<ssize_t>(frame.size())) << std::strerror(errno);
-  }
-  close(fd);
+  ssize_t const sent =
+      sendto(fd, frame.data(), frame.size(), 0, reinterpret_cast<sockaddr const*>(&to), sizeof to);
+  if (fd >= 0) close(fd);
+  return sent == static_cast<ssize_t>(bytes);
+}
+
+void NetworkNamespace::sendFrames(std::string const& name, int count, std::size_t bytes,
+                                  std::vector<std::uint8_t> const& destination,
+                                  std::uint16_t etherType) {
+  for (int i = 0; i < count; ++i)
+    EXPECT_TRUE(sendFrame(name, bytes, destination, etherType)) << std::strerror(errno);
 }
 
 }  // namespace Hardware::Linux::Test

@@ -2,6 +2,7 @@
 // are reset and whose link is made again: in the end the published total is what was counted.
 
 #include <gtest/gtest.h>
+#include <linux/pkt_sched.h>
 #include <sched.h>
 #include <signal.h>
 #include <stdlib.h>
@@ -9,6 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <filesystem>
 #include <new>
@@ -18,6 +20,7 @@
 #include "hardware/linux/glim_offset_store.h"
 #include "hardware/linux/linux_counters_helper.h"
 #include "platform/interface/counter_tables.h"
+#include "tests/hardware/linux/helper_stand_ins.h"
 
 namespace Hardware::Linux {
 namespace {
@@ -57,10 +60,22 @@ class SharedLinks final : public LinkStatsSource {
   rtnl_link_stats64 stats_{};
 };
 
-class NoMacs final : public MacStatsSource {
+/// An mq of two queues, of which one counts all that passes.
+class SharedQdiscs final : public QdiscSource {
  public:
-  MacReading read(double, int) override { return {}; }
-  void forget(int) override {}
+  explicit SharedQdiscs(SharedKernel const& kernel) : kernel_(kernel) {}
+  std::error_code refresh(double) override {
+    qdiscs_[1].counts = {kernel_.count(), 100 * kernel_.count(),
+                         static_cast<std::uint32_t>(kernel_.count())};
+    return {};
+  }
+  std::span<Qdisc const> find(int) const override { return qdiscs_; }
+
+ private:
+  SharedKernel const& kernel_;
+  std::array<Qdisc, 3> qdiscs_{Qdisc{0x10000, TC_H_ROOT, QdiscKind::queues, 1, QdiscCounts{}},
+                               Qdisc{0, 0x10001, QdiscKind::other, 2, QdiscCounts{}},
+                               Qdisc{0, 0x10002, QdiscKind::other, 2, QdiscCounts{}}};
 };
 
 class RestartTorture : public ::testing::Test {
@@ -88,14 +103,22 @@ class RestartTorture : public ::testing::Test {
   /// Polls as often as told, or for ever, and lets packets pass and counters be reset meanwhile.
   void runAgent(unsigned seed, int polls) {
     auto const rows = open<Interface::AllEthIntfCounterGlim>("rows");
-    LinuxCountersHelper::Parts parts;
+    LinuxCountersHelper::Parts parts = Linux::Test::standInParts();
     parts.links = std::make_unique<SharedLinks>(*kernel);
-    parts.macs = std::make_unique<NoMacs>();
+    parts.qdiscs = std::make_unique<SharedQdiscs>(*kernel);
     parts.offsets = std::make_unique<GlimOffsetStore>(open<GlimOffsetStore::Table>("offsets"));
     parts.publishedRow =
         [&](Pekt::IntfId const& id) -> std::optional<Interface::EthIntfCounterGlim> {
       if (!rows->contains(id)) return std::nullopt;
       return rows->counter(id);
+    };
+    auto const queueRows = open<Interface::QueueCounter::AllIntfQueueCounters>("queueRows");
+    parts.queueOffsets =
+        std::make_unique<GlimQueueOffsetStore>(open<GlimQueueOffsetStore::Table>("queueOffsets"));
+    parts.publishedQueues =
+        [&](Pekt::IntfId const& id) -> std::optional<Interface::QueueCounter::IntfQueueCounter> {
+      if (!queueRows->contains(id)) return std::nullopt;
+      return queueRows->lookup(id);
     };
     parts.now = [] { return 1.0; };
     parts.generation = 1;
@@ -114,6 +137,7 @@ class RestartTorture : public ::testing::Test {
       row.statistics = row.statistics + (sample->intfStats() - previous);
       previous = sample->intfStats();
       rows->counterIs(row);
+      pollQueues(*helper, *queueRows);
       // What passed since the last poll is lost with a reset, so only now. A reset of the same link
       // shows by a count well below the old one.
       bool const anotherLink = random() % 2 != 0;
@@ -121,6 +145,19 @@ class RestartTorture : public ::testing::Test {
     }
   }
 
+  void pollQueues(LinuxCountersHelper& helper,
+                  Interface::QueueCounter::AllIntfQueueCounters& rows) {
+    auto const sample = Kel::make<OruTypes::IntfQueueCounters>();
+    helper.getIntfQueueCounters(kPort, sample);
+    Interface::QueueCounter::IntfQueueCounter row;
+    row.intfId = kPort;
+    row.intfCounts = sample->intfCounts().value();
+    row.statistics[QueueIndex(0)].counts = sample->queueCounts(QueueIndex(0));
+    row.statistics.sizeIs(2);
+    rows.intfQueueCounterIs(row);
+  }
+
+  using QueueIndex = Interface::QueueCounter::QueueIndex;
   Pekt::IntfId const kPort{"Ethernet2"};
   Dov::Platform::DebugHandler debug{0};
   std::string directory;
@@ -160,6 +197,12 @@ TEST_F(RestartTorture, KilledAgentsNeitherDoubleNorLose) {
   runAgent(4711, 1);
   auto const rows = open<Interface::AllEthIntfCounterGlim>("rows");
   EXPECT_EQ(rows->counter(kPort).statistics.inUcastPkts, kernel->ever());
+  auto const queues =
+      open<Interface::QueueCounter::AllIntfQueueCounters>("queueRows")->lookup(kPort);
+  Interface::QueueCounter::QueueCounts const all{kernel->ever(), 100 * kernel->ever(),
+                                                 kernel->ever(), 0};
+  EXPECT_EQ(queues.statistics[QueueIndex(0)].counts, all);
+  EXPECT_EQ(queues.intfCounts, all);
   EXPECT_GT(resets, 400);  // or the agents were killed before they did anything
 }
 

@@ -27,6 +27,14 @@ class CountersHelperTest : public testing::Test {
     return sample;
   }
 
+  Kel::Ptr<OruTypes::IntfQueueCounters> queues() {
+    auto sample = Kel::make<OruTypes::IntfQueueCounters>();
+    sut->getIntfQueueCounters(ethernet, sample);
+    return sample;
+  }
+
+  using QueueCounts = Interface::QueueCounter::QueueCounts;
+  using QueueIndex = Interface::QueueCounter::QueueIndex;
   Pekt::IntfId const ethernet{"Ethernet1"};
   Pekt::IntfId const vlan{"Vlan10"};
   std::shared_ptr<Chip> const chip = std::make_shared<Chip>();
@@ -181,6 +189,74 @@ TEST_F(CountersHelperTest, TellsTheDropsOfAccessLists) {
   EXPECT_TRUE(sut->aclDropCountersSupported());
   EXPECT_EQ(sut->getIntfAclDropCounters(ethernet), 12u);
   EXPECT_EQ(sut->getIntfAclDropCounters("Ethernet2"), 0u);
+}
+
+TEST_F(CountersHelperTest, HasEightUnicastQueuesOnEachPort) {
+  chip->port(ethernet);
+  auto const types = Kel::make<OruTypes::IntfQueueType>();
+  sut->getIntfQueueType("Ethernet2", types);
+  EXPECT_TRUE(types->queueType().empty());
+  sut->getIntfQueueType(ethernet, types);
+  EXPECT_EQ(types->queueType().size(), 8u);
+  EXPECT_EQ(types->queueType().at(7), OruTypes::QueueType::unicast);
+}
+
+TEST_F(CountersHelperTest, FillsEachQueueFromItsOwnFlowAndAddsThemUp) {
+  chip->port(ethernet).add(
+      {.fate = Fate::outUcastPkts, .framesPerSecond = 3, .octets = 100, .queue = 0});
+  chip->port(ethernet).add(
+      {.fate = Fate::outDiscards, .framesPerSecond = 2, .octets = 50, .queue = 7});
+  virtualNow += 1;
+  auto const sample = queues();
+  EXPECT_EQ(sample->queues(), 8u);
+  EXPECT_EQ(sample->queueCounts(QueueIndex(0)), (QueueCounts{3, 300, 0, 0}));
+  EXPECT_EQ(sample->queueCounts(QueueIndex(7)), (QueueCounts{0, 0, 2, 100}));
+  EXPECT_EQ(sample->queueCounts(QueueIndex(3)), QueueCounts());
+  EXPECT_EQ(sample->intfCounts(), (QueueCounts{3, 300, 2, 100}));
+}
+
+TEST_F(CountersHelperTest, LeavesTheQueuesOfAPortThatIsNotThereAsTheyWere) {
+  chip->port(ethernet).add({.fate = Fate::outUcastPkts, .framesPerSecond = 3, .octets = 100});
+  chip->port(ethernet).vanishAt(10);
+  virtualNow += 2;
+  auto const sample = queues();
+  virtualNow += 20;
+  sut->getIntfQueueCounters(ethernet, sample);
+  EXPECT_EQ(sample->queueCounts(QueueIndex(0)).pkts, 6u);
+}
+
+TEST_F(CountersHelperTest, TellsQueueCountersAsIncrementsWhereItIsToldTo) {
+  chip->port(ethernet).add({.fate = Fate::outUcastPkts, .framesPerSecond = 3, .octets = 100});
+  sut->queueCountersIncrementIs(true);
+  virtualNow += 2;
+  EXPECT_EQ(queues()->queueCounts(QueueIndex(0)), (QueueCounts{6, 600, 0, 0}));
+  virtualNow += 1;
+  auto const sample = queues();
+  EXPECT_EQ(sample->queueCounts(QueueIndex(0)), (QueueCounts{3, 300, 0, 0}));
+  EXPECT_EQ(sample->intfCounts(), (QueueCounts{3, 300, 0, 0}));
+  EXPECT_EQ(queues()->queueCounts(QueueIndex(0)), QueueCounts());
+}
+
+TEST_F(CountersHelperTest, AfterAResetIncrementsAreWhatWasCountedSince) {
+  chip->port(ethernet).add({.fate = Fate::outUcastPkts, .framesPerSecond = 3, .octets = 100});
+  chip->port(ethernet).resetAt(5);
+  sut->queueCountersIncrementIs(true);
+  virtualNow = switchedOn + 4;
+  queues();
+  virtualNow = switchedOn + 6;
+  EXPECT_EQ(queues()->queueCounts(QueueIndex(0)).pkts, 3u);
+}
+
+TEST_F(CountersHelperTest, APortThatIsNotThereHasNoIncrements) {
+  chip->port(ethernet).add({.fate = Fate::outUcastPkts, .framesPerSecond = 3, .octets = 100});
+  chip->port(ethernet).vanishAt(10);
+  sut->queueCountersIncrementIs(true);
+  virtualNow += 2;
+  auto const sample = queues();
+  virtualNow += 20;
+  sut->getIntfQueueCounters(ethernet, sample);
+  EXPECT_EQ(sample->queues(), 0u);
+  EXPECT_EQ(sample->intfCounts(), std::nullopt);
 }
 
 TEST_F(CountersHelperTest, DelaysTheFirstSampleAsItWasTold) {
