@@ -82,15 +82,20 @@ BENCHMARK(BM_StatsDump)->Unit(benchmark::kMicrosecond);
 void BM_Helper(benchmark::State& state) {
   double tick = 0.0;
   auto const helper = Kel::make<LinuxCountersHelper>(
-      "linux",
-      LinuxCountersHelper::kernelParts(
-          std::make_unique<MemoryOffsetStore>(),
-          [](Pekt::IntfId const&) { return std::optional<Interface::EthIntfCounterGlim>(); },
-          [&] { return tick; }));
+      "linux", LinuxCountersHelper::kernelParts(
+                   {.offsets = std::make_unique<MemoryOffsetStore>(),
+                    .publishedRow = [](auto const&) { return std::nullopt; },
+                    .queueOffsets = std::make_unique<MemoryQueueOffsetStore>(),
+                    .publishedQueues = [](auto const&) { return std::nullopt; },
+                    .publishedDrops = [](auto const&) { return std::uint64_t{0}; },
+                    .now = [&] { return tick; },
+                    .aclDrops = {},
+                    .say = [](auto const&) {},
+                    .queueClearing = {}}));
   std::vector<Pekt::IntfId> ports;
   for (int ifindex : links.indexes) {
     ports.emplace_back("Ethernet" + std::to_string(ifindex));
-    helper->linkIs(ports.back(), ifindex, "veth");
+    helper->linkIs(ports.back(), {.ifindex = ifindex, .kind = "veth", .txQueues = 1});
     helper->initialize(ports.back());
   }
   auto const sample = Kel::make<OruTypes::IntfCounters>();

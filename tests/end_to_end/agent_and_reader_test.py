@@ -509,7 +509,7 @@ class WithoutHardware(Programs):
         self.assertEqual(pathlib.Path(f"{table}.aside-1").read_text(), "somebody's notes")
 
     def test_on_a_tmpfs_that_is_full_the_interfaces_with_room_are_served(self):
-        mounted = subprocess.run(["mount", "-t", "tmpfs", "-o", "size=4m,mode=0755", "none",
+        mounted = subprocess.run(["mount", "-t", "tmpfs", "-o", "size=6m,mode=0755", "none",
                                   self.tables], stderr=subprocess.DEVNULL, check=False)
         if mounted.returncode != 0:
             self.skipTest("may not mount a tmpfs")
