@@ -193,9 +193,8 @@ void QueueAccount::advance(LinkIdentity const& identity, QueueReading const& rea
     resumes_ = false;
     sourcesAreKnown_ = true;
   }
-  queues_ = 0;
-  for (Queue const& queue : reading.queues) queues_ = std::max(queues_, slotOf(queue) + 1);
-  countsTogether_ = reading.countsTogether();
+  for (std::size_t slot = 0; slot < kQueueSlots; ++slot) counted_[slot] = slots.sharers[slot] != 0;
+  counted_[kAllQueues] = reading.countsTogether();
 }
 
 void QueueAccount::moveTo(LinkIdentity const& identity, QueueReading const& reading) {
@@ -209,9 +208,10 @@ void QueueAccount::sample(OruTypes::IntfQueueCounters& sample) const {
     return QueueCounts{totals_.pkts[slot], totals_.octets[slot], totals_.dropPkts[slot],
                        dropOctets_[slot]};
   };
-  for (std::size_t slot = 0; slot < queues_; ++slot)
-    sample.queueCountsIs(QueueIndex(static_cast<std::uint32_t>(slot)), counts(slot));
-  if (countsTogether_) sample.intfCountsIs(counts(kAllQueues));
+  for (std::size_t slot = 0; slot < kQueueSlots; ++slot)
+    if (counted_[slot])
+      sample.queueCountsIs(QueueIndex(static_cast<std::uint32_t>(slot)), counts(slot));
+  if (counted_[kAllQueues]) sample.intfCountsIs(counts(kAllQueues));
 }
 
 }  // namespace Hardware::Linux

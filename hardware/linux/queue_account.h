@@ -100,8 +100,7 @@ class QueueAccount {
   bool resumes_ = true;           // nothing of this link was taken in yet
   bool mustSave_ = false;
   std::unordered_map<std::uint32_t, Seen> seen_;  // by number of the queue, or kTogether
-  std::size_t queues_ = 0;                        // of the last reading
-  bool countsTogether_ = false;
+  std::array<bool, kQueueTotals> counted_{};      // in the reading taken in last
 };
 
 }  // namespace Hardware::Linux

@@ -121,8 +121,6 @@ void CountersHelper::getIntfQueueType(Pekt::IntfId intfId,
 
 void CountersHelper::getIntfQueueCounters(Pekt::IntfId intfId,
                                           Kel::Ptr<OruTypes::IntfQueueCounters> counters) {
-  // Given back as it was, a record of increments would count them again.
-  if (queueCountersIncrement()) counters->clear();
   Port const* const port = presentPort(intfId);
   if (!port) return;
   QueueSamples const now = port->queues(chipTime());

@@ -38,7 +38,8 @@ class CountersHelper : public OruHelper::OruHelperCountersSm {
 
   // Eight unicast queues; none of a port that the chip does not have.
   void getIntfQueueType(Pekt::IntfId intfId, Kel::Ptr<OruTypes::IntfQueueType> types) override;
-  // Of a port that is not there, absolute counts stay as given, and there are no increments.
+  // Of a port that is not there the record stays as given: its counts stand still, and there are no
+  // increments.
   void getIntfQueueCounters(Pekt::IntfId intfId,
                             Kel::Ptr<OruTypes::IntfQueueCounters> counters) override;
 

@@ -24,7 +24,8 @@ class QueueRow {
     if (!row) row.emplace().intfId = id;
     helper.getIntfQueueCounters(id, sample_);
     if (sample_->intfCounts()) row->intfCounts = *sample_->intfCounts();
-    for (std::uint32_t i = 0; i < sample_->queues(); ++i) {
+    for (std::uint32_t i = 0; i <= QueueIndex::max; ++i) {
+      if (!sample_->contains(QueueIndex(i))) continue;
       row->statistics[QueueIndex(i)].counts = sample_->queueCounts(QueueIndex(i));
       row->statistics.sizeIs(std::max(row->statistics.size(), i + 1));
     }

@@ -95,7 +95,8 @@ class QueueAccountTest : public ::testing::Test {
     sut->sample(*sample);
     if (!row) row.emplace();
     if (sample->intfCounts()) row->intfCounts = *sample->intfCounts();
-    for (std::uint32_t i = 0; i < sample->queues(); ++i) {
+    for (std::uint32_t i = 0; i <= QueueIndex::max; ++i) {
+      if (!sample->contains(QueueIndex(i))) continue;
       row->statistics[QueueIndex(i)].counts = sample->queueCounts(QueueIndex(i));
       row->statistics.sizeIs(std::max(row->statistics.size(), i + 1));
     }
