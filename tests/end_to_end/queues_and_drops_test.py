@@ -1,0 +1,205 @@
+#!/usr/bin/env python3
+"""Queues and dropped packets of a real kernel's links, as oru-agentd counts them.
+
+  queues_and_drops_test.py PROGRAMS [TEST...]    PROGRAMS is the folder that the programs are in
+
+Needs root, for a network namespace of its own and for a /sys that shows it; without it everything
+is skipped, and the exit status is 77.
+"""
+
+import ctypes
+import json
+import os
+import pathlib
+import shutil
+import signal
+import socket
+import subprocess
+
+import agent_and_reader_test as base
+from agent_and_reader_test import OnLinks, PATIENCE, await_that
+
+CLONE_NEWNS = 0x00020000
+# The experimental EtherTypes; the filter of these tests drops the second.
+PASSES, DROPPED = b"\x88\xb5", b"\x88\xb6"
+
+
+class OnQueues(OnLinks):
+    """eth0 has four queues under an mq, and eth1, its peer, a filter that drops some frames."""
+
+    def setUp(self):
+        super().setUp()
+        if not shutil.which("tc"):
+            self.skipTest("there is no tc(8)")
+        self.see_this_namespace_in_sys()
+        self.ip("link add eth0 numtxqueues 4 numrxqueues 4 type veth peer name eth1")
+        for link in ("eth0", "eth1"):
+            self.ip(f"link set {link} arp off up")
+        for link in ("eth0", "eth1"):
+            await_that(f"{link} up", lambda link=link: self.kernel_says(link)["operstate"] == "UP")
+        self.tc("qdisc add dev eth0 root mq")
+        self.tc("qdisc add dev eth1 clsact")
+        self.tc(["filter", "add", "dev", "eth1", "ingress", "protocol", "0x88b6",
+                 "bpf", "bytecode", "1,6 0 0 2,", "direct-action"])
+        self.listen("eth1")
+
+    def see_this_namespace_in_sys(self):
+        libc = ctypes.CDLL(None, use_errno=True)
+        if libc.unshare(CLONE_NEWNS) != 0:
+            self.skipTest("no mount namespace: " + os.strerror(ctypes.get_errno()))
+        for command in ("mount --make-rprivate /", "mount -t sysfs sysfs /sys"):
+            if subprocess.run(command.split(), check=False).returncode != 0:
+                self.skipTest("may not mount a sysfs")
+
+    def tc(self, command):
+        words = command if isinstance(command, list) else command.split()
+        subprocess.run(["tc", *words], check=True, timeout=PATIENCE)
+
+    def steer_to(self, queue):
+        """From every processor, frames go out of eth0 by this queue."""
+        everyone = f"{(1 << os.cpu_count()) - 1:x}"
+        for each in range(4):
+            file = pathlib.Path(f"/sys/class/net/eth0/queues/tx-{each}/xps_cpus")
+            file.write_text(everyone if each == queue else "0")
+
+    def send_as(self, count, size, ether_type=PASSES):
+        frame = (b"\x02\0\0\0\0\x01" + b"\x02\0\0\0\0\x02" + ether_type).ljust(size, b"\0")
+        with socket.socket(socket.AF_PACKET, socket.SOCK_RAW, 0) as sender:
+            sender.bind(("eth0", 0))
+            for _ in range(count):
+                self.assertEqual(sender.send(frame), size)
+
+    def dump(self, table, link):
+        """The link's row of the table, None if it has none."""
+        number = self.kernel_says(link)["ifindex"]
+        shown = subprocess.run([base.PROGRAMS / "oru-counters", "--tables", self.tables, "tables",
+                                "dump", table, "--json"], capture_output=True, text=True,
+                               timeout=PATIENCE, check=False)
+        rows = json.loads(shown.stdout)["rows"]
+        return next((row for row in rows if row["intfId"] == f"Ethernet{number}"), None)
+
+    def await_queues(self, pkts, octets):
+        """These are the packets and octets of the four queues, and their sums those of all."""
+        def counted():
+            row = self.dump("intfQueueCounters", "eth0")
+            return row and {
+                "queues": row["queues"],
+                "pkts": [row[f"queue{i}Pkts"] for i in range(17)],
+                "octets": [row[f"queue{i}Octets"] for i in range(17)],
+                "together": (row["pkts"], row["octets"], row["dropPkts"])}
+        expected = {"queues": 4, "pkts": pkts + [0] * 13, "octets": octets + [0] * 13,
+                    "together": (sum(pkts), sum(octets), 0)}
+        try:
+            await_that(expected, lambda: counted() == expected)
+        except AssertionError:
+            self.assertEqual(counted(), expected)
+            raise
+
+    def await_drops(self, count):
+        await_that(f"{count} drops", lambda: (self.dump("aclDropCounters", "eth1") or
+                                              {}).get("aclDropPkts") == count)
+
+
+class QueuesAndDrops(OnQueues):
+    def test_every_frame_is_counted_in_its_queue_and_in_no_other(self):
+        self.start_agent()
+        self.steer_to(2)
+        self.send_as(100, 200)
+        self.steer_to(1)
+        self.send_as(30, 1000)
+        self.await_queues([0, 30, 100, 0], [0, 30000, 20000, 0])
+        row = self.dump("intfDescriptions", "eth0")
+        self.assertEqual((row["txQueues"], row["unsupportedQueue"]), (4, 0x88))
+        self.assertEqual(self.dump("intfDescriptions", "eth1")["unsupportedQueue"], 0xff)
+
+    def test_every_frame_that_the_filter_drops_is_counted_and_no_other(self):
+        self.start_agent()
+        self.send_as(50, 100)
+        self.send_as(13, 100, DROPPED)
+        self.await_drops(13)
+        self.assertEqual(self.dump("aclDropCounters", "eth0")["aclDropPkts"], 0)
+
+    def test_another_agent_neither_doubles_nor_loses(self):
+        self.start_agent()
+        self.steer_to(3)
+        self.send_as(20, 100)
+        self.send_as(5, 100, DROPPED)
+        self.await_queues([0, 0, 0, 25], [0, 0, 0, 2500])
+        self.await_drops(5)
+        for how in (signal.SIGTERM, signal.SIGKILL):
+            self.stop_agent(how)
+            self.send_as(10, 100)
+            self.send_as(1, 100, DROPPED)
+            self.start_agent()
+        self.await_queues([0, 0, 0, 47], [0, 0, 0, 4700])
+        self.await_drops(7)
+
+    def test_a_queueing_discipline_that_is_replaced_does_not_go_back(self):
+        self.start_agent()
+        self.steer_to(0)
+        self.send_as(20, 100)
+        self.await_queues([20, 0, 0, 0], [2000, 0, 0, 0])
+        self.tc("qdisc replace dev eth0 root handle 1: mq")
+        self.send_as(3, 100)
+        self.await_queues([23, 0, 0, 0], [2300, 0, 0, 0])
+        self.stop_agent(signal.SIGKILL)
+        self.tc("qdisc del dev eth0 root")
+        self.tc("qdisc add dev eth0 root mq")
+        self.send_as(40, 100)  # more than the one before counted
+        self.start_agent()
+        self.await_queues([63, 0, 0, 0], [6300, 0, 0, 0])
+
+    def test_what_is_counted_is_described_anew_when_the_discipline_changes(self):
+        self.start_agent()
+        def uncounted():
+            return (self.dump("intfDescriptions", "eth0") or {}).get("unsupportedQueue")
+        await_that("an mq", lambda: uncounted() == 0x88)
+        self.tc("qdisc replace dev eth0 root pfifo")
+        await_that("one discipline for all", lambda: uncounted() == 0x8f)
+        self.tc("qdisc del dev eth0 root")
+        await_that("no discipline", lambda: uncounted() == 0xff)
+
+    def test_rows_of_a_link_that_went_are_gone(self):
+        self.start_agent()
+        await_that("its rows", lambda: self.dump("intfQueueCounters", "eth0"))
+        self.ip("link del eth0")
+        for table in ("intfQueueCounters", "intfClearQueueCounters", "aclDropCounters",
+                      "queueOffsets"):
+            self.await_no_rows(table)
+
+    def await_no_rows(self, table):
+        def rows():
+            shown = subprocess.run(
+                [base.PROGRAMS / "oru-counters", "--tables", self.tables, "tables", "dump", table,
+                 "--json"], capture_output=True, text=True, timeout=PATIENCE, check=False)
+            return json.loads(shown.stdout)["rows"]
+        await_that(f"no rows in {table}", lambda: not rows())
+
+
+class DropsOfNftables(OnQueues):
+    def setUp(self):
+        super().setUp()
+        if not shutil.which("nft") or subprocess.run(
+                ["nft", "add table netdev acl"], check=False).returncode != 0:
+            self.skipTest("there is no nftables")
+        config = pathlib.Path(self.tables, "agentd.toml")
+        config.write_text('[acl-drops]\neth1 = "netdev acl eth1_drops"\n')
+        self.start_agent("--config", str(config))
+
+    def nft(self, command):
+        subprocess.run(["nft", command], check=True, timeout=PATIENCE)
+
+    def test_a_named_counter_is_what_is_dropped(self):
+        await_that("a word of it", lambda: "cannot be read" in self.what_it_said())
+        self.nft("add counter netdev acl eth1_drops { packets 5000000000 bytes 1 }")
+        self.await_drops(5_000_000_000)
+        self.assertRegex(
+            self.what_it_said(),
+            r"\Aoru-agentd: the nftables counter netdev acl eth1_drops of link eth1 cannot be "
+            r"read, its last count stays: No such file or directory\n"
+            r"oru-agentd: the nftables counter netdev acl eth1_drops of link eth1 is read "
+            r"again\n\Z")
+
+
+if __name__ == "__main__":
+    base.main()
