@@ -1,9 +1,11 @@
 #include "agent/event_loop.h"
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -23,6 +25,9 @@ class Full {
     fill();
   }
   void fill() { EXPECT_EQ(::write(_write.get(), "x", 1), 1); }
+  int writeFd() const { return _write.get(); }
+  void closeWriteEnd() { _write = {}; }
+  void closeReadEnd() { _read = {}; }
   void empty() {
     char byte = 0;
     EXPECT_EQ(::read(_read.get(), &byte, 1), 1);
@@ -143,6 +148,69 @@ TEST(EventLoop, TheHandlerSetLastCounts) {
   });
   sut.run([&] { return kForever; });
   EXPECT_EQ(called, std::vector<int>{2});
+}
+
+TEST(EventLoop, CallsTheHandlerOfAWritableDescriptorUntilItIsDropped) {
+  EventLoop sut;
+  Full pipe;
+  int calls = 0;
+  sut.writableIs(pipe.writeFd(), [&] {
+    if (++calls == 3) sut.writableDel(pipe.writeFd());
+  });
+  int turns = 0;
+  sut.run([&] {
+    if (++turns == 5) sut.stop();
+    return 0.0;
+  });
+  EXPECT_EQ(calls, 3);
+}
+
+TEST(EventLoop, HeedsADescriptorBothWaysAndEachForItself) {
+  EventLoop sut;
+  std::array<int, 2> ends{};
+  ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()), 0);
+  Glim::FileDescriptor const one(ends[0]), other(ends[1]);
+  ASSERT_EQ(::write(other.get(), "x", 1), 1);
+  std::string order;
+  sut.readableIs(one.get(), [&] {
+    order += 'r';
+    sut.readableDel(one.get());
+  });
+  sut.writableIs(one.get(), [&] { order += 'w'; });
+  int turns = 0;
+  sut.run([&] {
+    if (++turns == 2) sut.stop();
+    return 0.0;
+  });
+  EXPECT_EQ(order, "rww");
+}
+
+// Its end is told for as long as it is heeded: whoever waits for nothing more is not woken by it.
+TEST(EventLoop, ADescriptorThatIsHeededInNoWayIsNotWokenByItsEnd) {
+  EventLoop sut;
+  Full pipe;
+  sut.readableIs(pipe.fd(), [&] { sut.readableDel(pipe.fd()); });
+  pipe.closeWriteEnd();
+  int turns = 0;
+  auto const started = std::chrono::steady_clock::now();
+  sut.run([&] {
+    if (++turns == 2) sut.stop();
+    return 0.005;
+  });
+  EXPECT_GE(std::chrono::steady_clock::now() - started, std::chrono::milliseconds(5));
+}
+
+TEST(EventLoop, TheEndOfAPipeWakesWhoWantsToWrite) {
+  EventLoop sut;
+  Full pipe;
+  pipe.closeReadEnd();
+  bool called = false;
+  sut.writableIs(pipe.writeFd(), [&] {
+    called = true;
+    sut.stop();
+  });
+  sut.run([&] { return kForever; });
+  EXPECT_TRUE(called);
 }
 
 TEST(EventLoop, AnExceptionOfTheTurnLeavesIt) {

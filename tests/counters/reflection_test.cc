@@ -233,4 +233,12 @@ TEST_F(Reflection, AnUnknownNameIsRefused) {
   EXPECT_THROW(Kel::invoke(*sut, "nonsense"), Kel::OpNotSupportedException);
 }
 
+// Called directly, it ends the process: a caller's bug. Whoever asks by name is told.
+TEST_F(Reflection, AnUpdateOfAKindWithoutPollersIsRefusedByName) {
+  for (char const* const type : {"4", "5"})
+    EXPECT_THROW(Kel::invoke(*sut, "updateCounters", {type, "Ethernet1"}), Kel::RangeException);
+  for (char const* const type : {"0", "1", "2", "3", "6", "7", "4294967295"})
+    EXPECT_NO_THROW(Kel::invoke(*sut, "updateCounters", {type, "Ethernet1"})) << type;
+}
+
 }  // namespace

@@ -171,6 +171,41 @@ TEST_F(Reflection, PassesOnWhatAnOperationThrows) {
   EXPECT_THROW(Kel::invoke(*sut, "handleTime"), std::logic_error);
 }
 
+// A machine with an operation that requires something.
+class Gate : public Kel::StateMachine<Gate, Kel::ReactorOwner> {
+ public:
+  void pass(int size, Kel::String who) { passed.push_back(who.str() + std::to_string(size)); }
+  static std::string passRefusal(Gate const& gate, int const& size, Kel::String const& who) {
+    return size > gate.width ? who.str() + " is too wide" : "";
+  }
+  static constexpr auto kelDescription() {
+    return Kel::describe("KelTest::Gate", Kel::operation("pass", &Gate::pass, &Gate::passRefusal));
+  }
+  static Kel::TypeNode const _kelType;
+
+  int width = 3;
+  std::vector<std::string> passed;
+};
+constinit Kel::TypeNode const Gate::_kelType = Kel::typeNode<Gate>();
+
+TEST(ReflectionOfRequirements, AsksAnOperationWhetherItMayBeRunSo) {
+  auto const sut = Kel::instance<Gate>();
+  Kel::invoke(*sut, "pass", {"3", "cat"});
+  try {
+    Kel::invoke(*sut, "pass", {"4", "cow"});
+    ADD_FAILURE() << "it was run";
+  } catch (RangeException const& error) {
+    EXPECT_STREQ(error.what(), "cow is too wide");
+  }
+  EXPECT_EQ(sut->passed, std::vector<std::string>{"cat3"});
+}
+
+TEST(ReflectionOfRequirements, AsksNothingWhereTheArgumentsCannotBeRead) {
+  auto const sut = Kel::instance<Gate>();
+  EXPECT_THROW(Kel::invoke(*sut, "pass", {"wide", "cow"}), RangeException);
+  EXPECT_THROW(Kel::invoke(*sut, "pass", {"4"}), RangeException);
+}
+
 TEST(TypeNode, ListsTheAttributesInDeclarationOrderWithTheirKinds) {
   struct Row {
     std::string name;

@@ -1,0 +1,88 @@
+// The command line of clear, get, ls, invoke and set.
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <sstream>
+
+#include "reader/options.h"
+
+namespace Show {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using Command = Options::Command;
+
+class ControlCommandLine : public testing::Test {
+ protected:
+  ControlCommandLine() { ::unsetenv("ORU_TABLES"); }
+
+  std::optional<ExitCode> parse(std::vector<char const*> arguments) {
+    arguments.insert(arguments.begin(), "oru-counters");
+    sut = {};
+    return Show::parse(static_cast<int>(arguments.size()), arguments.data(), sut, out, err);
+  }
+  Options sut;
+  std::ostringstream out, err;
+};
+
+TEST_F(ControlCommandLine, ClearTakesNamesOrAll) {
+  EXPECT_EQ(parse({"clear", "Ethernet1", "eth*"}), std::nullopt);
+  EXPECT_EQ(sut.command, Command::clear);
+  EXPECT_THAT(sut.names, ElementsAre("Ethernet1", "eth*"));
+  EXPECT_EQ(parse({"clear", "all"}), std::nullopt);
+  EXPECT_EQ(parse({"clear"}), ExitCode::usage);
+  EXPECT_EQ(parse({"clear", "all", "Ethernet1"}), ExitCode::usage);
+}
+
+TEST_F(ControlCommandLine, TheWordsAreInTheirOrder) {
+  EXPECT_EQ(parse({"get", "countersSm", "ocsd"}), std::nullopt);
+  EXPECT_EQ(sut.command, Command::get);
+  EXPECT_THAT(sut.words, ElementsAre("countersSm", "ocsd"));
+  EXPECT_EQ(parse({"set", "countersSm", "x", "5"}), std::nullopt);
+  EXPECT_EQ(sut.command, Command::set);
+  EXPECT_THAT(sut.words, ElementsAre("countersSm", "x", "5"));
+  EXPECT_EQ(parse({"invoke", "countersSm", "f", "1", "Ethernet1"}), std::nullopt);
+  EXPECT_EQ(sut.command, Command::invoke);
+  EXPECT_THAT(sut.words, ElementsAre("countersSm", "f", "1", "Ethernet1"));
+  EXPECT_EQ(parse({"ls"}), std::nullopt);
+  EXPECT_EQ(sut.command, Command::ls);
+  EXPECT_THAT(sut.words, IsEmpty());
+}
+
+// An argument may be anything: empty, another command's name, or look like an option after --.
+TEST_F(ControlCommandLine, WordsMayBeOfAnyKind) {
+  EXPECT_EQ(parse({"set", "countersSm", "x", ""}), std::nullopt);
+  EXPECT_THAT(sut.words, ElementsAre("countersSm", "x", ""));
+  EXPECT_EQ(parse({"invoke", "countersSm", "f", "top"}), std::nullopt);
+  EXPECT_THAT(sut.words, ElementsAre("countersSm", "f", "top"));
+  EXPECT_EQ(parse({"set", "countersSm", "x", "--", "-5"}), std::nullopt);
+  EXPECT_THAT(sut.words, ElementsAre("countersSm", "x", "-5"));
+}
+
+TEST_F(ControlCommandLine, TooFewAndTooManyWordsAreWrong) {
+  EXPECT_EQ(parse({"get", "countersSm"}), ExitCode::usage);
+  EXPECT_EQ(parse({"get", "countersSm", "a", "b"}), ExitCode::usage);
+  EXPECT_EQ(parse({"set", "countersSm", "a"}), ExitCode::usage);
+  EXPECT_EQ(parse({"invoke", "countersSm"}), ExitCode::usage);
+  EXPECT_EQ(parse({"ls", "countersSm", "a", "b"}), ExitCode::usage);
+}
+
+TEST_F(ControlCommandLine, TheTimeoutIsWithinBounds) {
+  EXPECT_EQ(parse({"ls"}), std::nullopt);
+  EXPECT_EQ(sut.timeout, 10.0);
+  EXPECT_EQ(parse({"ls", "--timeout", "0.5", "--json"}), std::nullopt);
+  EXPECT_EQ(sut.timeout, 0.5);
+  EXPECT_TRUE(sut.json);
+  for (char const* const wrong : {"0", "-1", "nan", "4000", "x"})
+    EXPECT_EQ(parse({"ls", "--timeout", wrong}), ExitCode::usage) << wrong;
+}
+
+TEST_F(ControlCommandLine, HelpHasExamples) {
+  EXPECT_EQ(parse({"clear", "--help"}), ExitCode::ok);
+  EXPECT_THAT(out.str(), HasSubstr("oru-counters clear all"));
+}
+
+}  // namespace
+}  // namespace Show
