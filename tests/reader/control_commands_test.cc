@@ -55,7 +55,7 @@ class ControlCommands : public testing::Test {
     intf.counters.emplace().intfId = id;
     intf.description.emplace().kernelName = std::string_view(kernelName);
     snapshot.interfaces.push_back(intf);
-    snapshot.table[Snapshot::counterTable].answer = Glim::Answer::ok;
+    snapshot.tables[Table::counters].answer = Glim::Answer::ok;
   }
 
   Options options;
@@ -172,6 +172,7 @@ TEST_F(ControlCommands, ClearWithAnUnknownNameAsksNothing) {
 
 TEST_F(ControlCommands, ClearWithoutReadableTablesAsksNothing) {
   snapshot.directory = "/nowhere";
+  snapshot.tables[Table::counters].answer = Glim::Answer::missing;
   EXPECT_EQ(clear({"Ethernet1"}), ExitCode::tableMissing);
   EXPECT_THAT(asked, IsEmpty());
 }
