@@ -19,7 +19,7 @@ void DropAccount::advance(std::optional<QdiscCounts> const& counts) {
     return;
   }
   auto const low = static_cast<std::uint32_t>(count_);
-  bool const beganAnew = last_ && (counts->octets < last_->octets || counts->pkts < last_->pkts);
+  bool const beganAnew = last_ && counts->octets < last_->octets;
   bool const wraps =
       last_ ? counts->drops - low < std::uint32_t{1} << 31 : looksWrapped(counts->drops, low);
   if (!beganAnew && (counts->drops >= low || wraps))

@@ -267,6 +267,7 @@ TEST_F(InterfacesTest, RoomThatAnAgentBeforeTookAndNeverUsedIsNoRow) {
 }
 
 TEST_F(InterfacesTest, RowsOfTheLibraryGoWithTheInterface) {
+  sut.removeLeftovers();
   sut.interfaceIs(description("Ethernet7"));
   addRowsOfLibrary("Ethernet7");
   sut.interfaceDel("Ethernet7");

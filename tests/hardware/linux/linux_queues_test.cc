@@ -140,7 +140,8 @@ TEST_F(LinuxQueues, WhatCannotBeReadStays) {
   poll();
   EXPECT_EQ(*queues.row, before);
   qdiscs->error = {};
-  links->links.erase(2);
+  links->links.erase(2);  // it is gone, and the news of that still to come
+  qdiscs->links.erase(2);
   poll();
   EXPECT_EQ(*queues.row, before);
   sut->linkDel(kPort);
@@ -237,6 +238,7 @@ TEST_F(LinuxQueues, DropsThatCannotBeReadStayAlsoThoseOfAnAgentBefore) {
   startAgent();
   qdiscs->error = std::make_error_code(std::errc::no_buffer_space);
   EXPECT_EQ(pollDrops(), 42u);
+  qdiscs->error = {};
   links->links.erase(2);
   EXPECT_EQ(pollDrops(), 42u);
   sut->linkDel(kPort);
