@@ -99,8 +99,12 @@ TEST_F(ControlHostTest, AClearPollsFirst) {
 // A chip may answer from one reading as long as the clock stands.
 TEST_F(ControlHostTest, AClearPollsByAClockThatIsAtThePresent) {
   start();
+  TestClient client(options.tables);
+  turn(2);
   time.nowIs(time.now() + 0.5);  // no turn meanwhile: the clock stands where it stood
-  ask({{"op", "clear"}, {"names", {"Ethernet2"}}});
+  client.send("{\"op\":\"clear\",\"names\":[\"Ethernet2\"]}\n");
+  turn();
+  EXPECT_THAT(client.received(), testing::HasSubstr("\"ok\":true"));
   EXPECT_EQ(live("Ethernet2")->rates.lastUpdate, time.now());
 }
 
