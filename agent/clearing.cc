@@ -27,8 +27,11 @@ void Clearing::poll(Pekt::IntfId const& intfId) {
 
 // What goes wrong while a request is told to the library ends where it is told.
 void Clearing::requireCleared(Pekt::IntfId const& intfId) const {
-  if (_tables.intfClearCounters()->counter(intfId) == _tables.intfCounters()->counter(intfId))
-    return;
+  bool const ports =
+      _tables.intfClearCounters()->counter(intfId) == _tables.intfCounters()->counter(intfId);
+  bool const queues = _tables.intfClearQueueCounters()->intfQueueCounter(intfId) ==
+                      _tables.intfQueueCounters()->intfQueueCounter(intfId);
+  if (ports && queues) return;
   throw ControlError(ControlCode::failed, std::string(intfId.view()) +
                                               " could not be cleared; the agent says why on its "
                                               "standard error");

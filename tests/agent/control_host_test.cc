@@ -96,6 +96,24 @@ TEST_F(ControlHostTest, AClearPollsFirst) {
   EXPECT_GT(live("Ethernet1")->statistics.inOctets, before.statistics.inOctets);
 }
 
+TEST_F(ControlHostTest, AClearPollsTheQueuesFirstAndClearsThemToo) {
+  start();
+  pass(1.0);
+  pass(0.5);
+  auto const queues = [&](std::string_view table) {
+    Glim::Reader<Interface::QueueCounter::IntfQueueCounter> reader(options.tables + "/" +
+                                                                   std::string(table));
+    EXPECT_EQ(reader.attach(), Glim::Answer::ok);
+    Interface::QueueCounter::IntfQueueCounter found;
+    EXPECT_EQ(reader.lookup(Pekt::IntfId("Ethernet1"), found), Glim::Answer::ok);
+    return found;
+  };
+  auto const before = queues(Interface::kIntfQueueCounters);
+  ASSERT_EQ(ask({{"op", "clear"}, {"names", {"Ethernet1"}}})["ok"], true);
+  EXPECT_NE(queues(Interface::kIntfQueueCounters), before);
+  EXPECT_EQ(queues(Interface::kIntfQueueCounters), queues(Interface::kIntfClearQueueCounters));
+}
+
 // A chip may answer from one reading as long as the clock stands.
 TEST_F(ControlHostTest, AClearPollsByAClockThatIsAtThePresent) {
   start();
