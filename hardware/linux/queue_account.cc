@@ -87,7 +87,8 @@ QueueAccount::QueueAccount(std::optional<IntfQueueCounter> const& row,
   dropOctets_[kAllQueues] = row->intfCounts.dropOctets;
   if (!stored || !rowContinues(totals_, stored->offsets)) return;
   stored_ = stored;
-  sourcesAreKnown_ = true;
+  // Room that was only reserved tells no source; the row may be older, its offsets lost.
+  sourcesAreKnown_ = stored->sources != decltype(stored->sources){};
 }
 
 bool QueueAccount::startedAnew(Seen const& seen, Queue const& now) {
@@ -182,6 +183,7 @@ void QueueAccount::advance(LinkIdentity const& identity, QueueReading const& rea
     // Of another link everything is new.
     seen_.clear();
     stored_->sources = {};
+    stored_->offsets = totals_;
     sourcesAreKnown_ = true;
     resumes_ = false;
   }

@@ -261,6 +261,30 @@ TEST_F(QueueAccountTest, AnotherLinkAddsAllThatItCounted) {
   EXPECT_EQ(queue(0).pkts, 115u);
 }
 
+TEST_F(QueueAccountTest, AnotherLinkThatCountsNothingAtFirstAddsAllThatItCountsThen) {
+  start();
+  readMq({child(0, {5, 500, 0})});
+  identity.ifindex = 9;
+  read({root(QdiscKind::none)});
+  start();
+  readMq({child(0, {50, 5000, 0})});
+  EXPECT_EQ(queue(0).pkts, 55u);
+  EXPECT_EQ(row->intfCounts.pkts, 55u);
+}
+
+TEST_F(QueueAccountTest, OffsetsThatWereLostDoubleNothing) {
+  start();
+  readMq({child(0, {5, 500, 0})});
+  for (auto const& lost :
+       {std::optional<StoredQueueOffsets>(), std::optional(StoredQueueOffsets{identity, {}, {}})}) {
+    stored = lost;
+    start();
+    readMq({child(0, {8, 800, 0})});
+    EXPECT_EQ(queue(0).pkts, 8u);
+    EXPECT_EQ(row->intfCounts.pkts, 8u);
+  }
+}
+
 TEST_F(QueueAccountTest, ALinkThatMovesHereAddsOnlyWhatItCountsFromThen) {
   start();
   readMq({child(0, {5, 500, 0})});
