@@ -47,7 +47,7 @@ TEST(NftCounterMessage, ThatIsTooShortOrOfAnotherTypeHasNoCount) {
     return whole;
   };
   EXPECT_FALSE(counted(NFNL_SUBSYS_NFTABLES << 8 | NFT_MSG_NEWTABLE));
-  counted(NFNL_SUBSYS_NFTABLES << 8 | NFT_MSG_NEWOBJ);
+  EXPECT_EQ(counted(NFNL_SUBSYS_NFTABLES << 8 | NFT_MSG_NEWOBJ), 7u);
 }
 
 class NftCountersInKernel : public Test::NetworkNamespace {
