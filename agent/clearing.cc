@@ -11,18 +11,26 @@
 namespace Agent {
 
 Clearing::Clearing(Kel::Ptr<Kel::PtrInterface> const& counters,
-                   Kel::Ptr<Oru::HwCliConfig> const& requests, Tables const& tables)
-    : _counters(counters), _requests(requests), _tables(tables) {}
+                   Kel::Ptr<Oru::HwCliConfig> const& requests, Tables const& tables, Now now)
+    : _counters(counters), _requests(requests), _tables(tables), _now(std::move(now)) {}
 
 void Clearing::poll(Pekt::IntfId const& intfId) {
   using OruTypes::CounterType;
+  std::string const name(intfId.view());
+  auto const failed = [&](std::string const& why) {
+    return ControlError(ControlCode::failed,
+                        "nothing was cleared: " + name + " could not be " + why);
+  };
   try {
     for (CounterType const type : {CounterType::port, CounterType::queue})
-      Kel::invoke(*_counters, "updateCounters", {Kel::toStrep(type), std::string(intfId.view())});
+      Kel::invoke(*_counters, "updateCounters", {Kel::toStrep(type), name});
   } catch (std::exception const& error) {
-    throw ControlError(ControlCode::failed, "nothing was cleared: " + std::string(intfId.view()) +
-                                                " could not be polled: " + error.what());
+    throw failed(std::string("polled: ") + error.what());
   }
+  // Interfaces that went have no poller, and count nothing any more.
+  bool const counts = bool(Kel::iterObj(*_counters, "portCountersSm", name));
+  if (counts && _tables.intfCounters()->counter(intfId).statistics.lastUpdate < _now())
+    throw failed("read just now; try again");
 }
 
 // What goes wrong while a request is told to the library ends where it is told.

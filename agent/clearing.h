@@ -2,6 +2,7 @@
 // what comes after it is.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,9 +14,12 @@ namespace Agent {
 
 class Clearing {
  public:
+  // The time of the activity's clock: what was sampled before it was not polled for the clear.
+  using Now = std::function<Kel::Seconds()>;
+
   // The tables must outlive it. `counters` is reached by name alone.
   Clearing(Kel::Ptr<Kel::PtrInterface> const& counters, Kel::Ptr<Oru::HwCliConfig> const& requests,
-           Tables const& tables);
+           Tables const& tables, Now now);
 
   // Both poll first, and then clear, so that traffic before the call is not shown as traffic after
   // it. REQUIRES: the activity's clock was brought to the present since the request for it came; a
@@ -38,6 +42,7 @@ class Clearing {
   Kel::Ptr<Kel::PtrInterface> const _counters;
   Kel::Ptr<Oru::HwCliConfig> const _requests;
   Tables const& _tables;
+  Now const _now;
 };
 
 }  // namespace Agent

@@ -13,8 +13,9 @@ bool isForLater(int error) { return error == EAGAIN || error == EWOULDBLOCK || e
 
 }  // namespace
 
-ControlConnection::ControlConnection(Glim::FileDescriptor fd, bool mayWrite, Kel::Seconds now)
-    : _fd(std::move(fd)), _mayWrite(mayWrite), _since(now) {}
+ControlConnection::ControlConnection(Glim::FileDescriptor fd, std::optional<uid_t> user,
+                                     bool mayWrite, Kel::Seconds now)
+    : _fd(std::move(fd)), _user(user), _mayWrite(mayWrite), _since(now) {}
 
 void ControlConnection::read() {
   if (!wantsToRead()) return;

@@ -3,6 +3,8 @@
 // client that sends faster than it reads waits, and the agent does not.
 #pragma once
 
+#include <sys/types.h>
+
 #include <optional>
 #include <string>
 
@@ -18,9 +20,12 @@ class ControlConnection {
   // A client that neither finishes a request nor takes an answer for so long is dropped.
   static constexpr Kel::Seconds kPatience = 30.0;
 
-  ControlConnection(Glim::FileDescriptor fd, bool mayWrite, Kel::Seconds now);
+  // `user`: whose process is at the other end, where that is known.
+  ControlConnection(Glim::FileDescriptor fd, std::optional<uid_t> user, bool mayWrite,
+                    Kel::Seconds now);
 
   int fd() const { return _fd.get(); }
+  std::optional<uid_t> user() const { return _user; }
   bool mayWrite() const { return _mayWrite; }
 
   // The descriptor is readable, or writable. Do nothing where it was not.
@@ -51,6 +56,7 @@ class ControlConnection {
   void findLine(std::size_t from);
 
   Glim::FileDescriptor const _fd;
+  std::optional<uid_t> const _user;
   bool const _mayWrite;
   std::string _in;
   std::optional<std::size_t> _lineEnd;  // of the first line in it

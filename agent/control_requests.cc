@@ -154,25 +154,25 @@ std::string controlErrorLine(ControlError const& error) {
                  {"error", {{"code", std::string(name(error.code()))}, {"text", error.what()}}}});
 }
 
-ControlRequests::Answer ControlRequests::answer(std::string_view line, bool mayWrite) {
-  bool isLong = false;
-  auto const refused = [&](ControlError const& error) {
-    return Answer{controlErrorLine(error), isLong};
-  };
+std::string ControlRequests::answer(std::string_view line, bool mayWrite) {
   try {
     ControlRequest const request = readControlRequest(line);
-    isLong = request.operation == Operation::clear;
-    return {lineOf(carriedOut(_tree, _clearing, request, mayWrite)), isLong};
+    return lineOf(carriedOut(_tree, _clearing, request, mayWrite));
   } catch (ControlError const& error) {
-    return refused(error);
+    return controlErrorLine(error);
   } catch (Kel::OpNotSupportedException const& error) {
-    return refused({ControlCode::notSupported, error.what()});
+    return controlErrorLine({ControlCode::notSupported, error.what()});
   } catch (Kel::RangeException const& error) {
-    return refused(refusal(error));
+    return controlErrorLine(refusal(error));
+  } catch (Kel::NameInUseException const& error) {
+    return controlErrorLine(
+        {ControlCode::failed,
+         std::string("what there is was made from other values, and goes on as it is: ") +
+             error.what()});
   } catch (Dov::Exception const& error) {
-    return refused({ControlCode::failed, error.msg()});
+    return controlErrorLine({ControlCode::failed, error.msg()});
   } catch (std::exception const& error) {
-    return refused({ControlCode::failed, error.what()});
+    return controlErrorLine({ControlCode::failed, error.what()});
   }
 }
 

@@ -16,13 +16,9 @@ class ControlRequests {
   ControlRequests(ObjectTree tree, Clearing clearing)
       : _tree(std::move(tree)), _clearing(std::move(clearing)) {}
 
-  struct Answer {
-    std::string line;     // JSON, with its end of line
-    bool isLong = false;  // it took about as long as a poll of everything
-  };
-  // Whatever the line is, and whatever comes of it, there is an answer. A client that may not write
-  // changes nothing. REQUIRES: as Clearing does.
-  Answer answer(std::string_view line, bool mayWrite);
+  // Whatever the line is, and whatever comes of it, there is an answer: a line of JSON, with its
+  // end. A client that may not write changes nothing. REQUIRES: as Clearing does.
+  std::string answer(std::string_view line, bool mayWrite);
 
  private:
   ObjectTree const _tree;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <system_error>
 #include <utility>
 
 namespace Agent {
@@ -57,11 +58,15 @@ void ControlServer::accept() {
 void ControlServer::take(Glim::FileDescriptor fd) {
   auto const user = _peerUser(fd.get());
   bool const mayWrite = user && (*user == 0 || *user == ::geteuid());
-  auto const alike = std::count_if(_connections.begin(), _connections.end(), [&](auto const& each) {
-    return each.second->mayWrite() == mayWrite;
-  });
-  auto const connection = std::make_shared<ControlConnection>(std::move(fd), mayWrite, _steady());
-  if (static_cast<std::size_t>(alike) >= (mayWrite ? kMaxWriters : kMaxReaders)) {
+  std::size_t alike = 0, ofUser = 0;
+  for (auto const& [number, each] : _connections) {
+    if (each->mayWrite() != mayWrite) continue;
+    ++alike;
+    ofUser += each->user() == user;
+  }
+  auto const connection =
+      std::make_shared<ControlConnection>(std::move(fd), user, mayWrite, _steady());
+  if (mayWrite ? alike >= kMaxWriters : alike >= kMaxReaders || ofUser >= kMaxReadersOfAUser) {
     connection->lastAnswer(controlErrorLine({ControlCode::busy,
                                              "the agent has as many clients as it takes; try again "
                                              "when some of them are done"}),
@@ -75,6 +80,15 @@ void ControlServer::take(Glim::FileDescriptor fd) {
 void ControlServer::settle(Connection const& connection) {
   int const fd = connection->fd();
   if (connection->over()) return drop(fd);
+  try {
+    heed(connection);
+  } catch (std::system_error const&) {
+    drop(fd);  // the system cannot wait for it: one client less, and not the agent
+  }
+}
+
+void ControlServer::heed(Connection const& connection) {
+  int const fd = connection->fd();
   if (connection->wantsToRead()) {
     _loop.readableIs(fd, [this, connection] {
       connection->read();
@@ -99,14 +113,10 @@ void ControlServer::drop(int fd) {
   _connections.erase(fd);
 }
 
-// Answers whether that was a long one.
-bool ControlServer::serve(Connection const& connection) {
+void ControlServer::serve(Connection const& connection) {
   _lastServed = connection->fd();
-  bool isLong = false;
   if (auto const line = connection->takeLine()) {
-    auto const answer = _requests.answer(*line, connection->mayWrite());
-    isLong = answer.isLong;
-    connection->answer(answer.line, _steady());
+    connection->answer(_requests.answer(*line, connection->mayWrite()), _steady());
   } else {
     connection->lastAnswer(
         controlErrorLine({ControlCode::tooLong, "a line has at most " +
@@ -115,7 +125,6 @@ bool ControlServer::serve(Connection const& connection) {
         _steady());
   }
   settle(connection);
-  return isLong;
 }
 
 void ControlServer::dropLateOnes() {
@@ -133,15 +142,16 @@ void ControlServer::dropLateOnes() {
 Kel::Seconds ControlServer::turn() {
   if (_acceptAgain && _steady() >= *_acceptAgain) heedNewcomers();
   dropLateOnes();
+  Kel::Seconds const until = _steady() + kTurnShare;
   // One of each client in turn, beginning with whoever comes after the one that was last.
-  for (int served = 0; served < kRequestsPerTurn;) {
+  for (int served = 0; served < kRequestsPerTurn && (served == 0 || _steady() < until); ++served) {
     auto const waits = [](auto const& each) { return each.second->hasLine(); };
     auto at = std::find_if(_connections.upper_bound(_lastServed), _connections.end(), waits);
     if (at == _connections.end())
       at = std::find_if(_connections.begin(), _connections.end(), waits);
     if (at == _connections.end()) return kIdle;
     Connection const connection = at->second;
-    served += serve(connection) ? kRequestsPerTurn : 1;
+    serve(connection);
   }
   return 0.0;
 }

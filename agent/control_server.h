@@ -2,8 +2,8 @@
 // taken in when it comes, and carried out in the agent's turn.
 //
 // Whatever clients do, each turn does a bounded piece of it, and memory is bounded by the limits
-// below. Those who may only read have places of their own, so that they cannot keep an operator
-// out.
+// below. Those who may only read have places of their own, and each user some of them, so that
+// they cannot keep an operator out, nor each other.
 #pragma once
 
 #include <functional>
@@ -21,9 +21,11 @@ namespace Agent {
 class ControlServer {
  public:
   static constexpr std::size_t kMaxReaders = 24;  // clients that may only read
-  static constexpr std::size_t kMaxWriters = 8;   // the superuser's and the agent's own user's
+  static constexpr std::size_t kMaxReadersOfAUser = 8;
+  static constexpr std::size_t kMaxWriters = 8;  // the superuser's and the agent's own user's
   static constexpr int kAcceptsPerTurn = 16;
-  static constexpr int kRequestsPerTurn = 32;        // a clear ends the turn's share
+  static constexpr int kRequestsPerTurn = 32;
+  static constexpr Kel::Seconds kTurnShare = 0.005;  // no request is begun after it
   static constexpr Kel::Seconds kAcceptRetry = 1.0;  // after the process ran out of descriptors
   static constexpr Kel::Seconds kIdle = 1.0;         // late clients are noticed within this time
 
@@ -44,6 +46,8 @@ class ControlServer {
   Kel::Seconds turn();
 
   std::size_t clients() const { return _connections.size(); }
+  // Whether clients still find the socket under its name.
+  bool isThere() const { return _socket.isThere(); }
 
  private:
   using Connection = std::shared_ptr<ControlConnection>;
@@ -51,10 +55,11 @@ class ControlServer {
   void heedNewcomers();
   void accept();
   void take(Glim::FileDescriptor fd);
-  bool serve(Connection const& connection);
+  void serve(Connection const& connection);
   void dropLateOnes();
   // Heeds what the connection waits for; drops it where there is no more to come.
   void settle(Connection const& connection);
+  void heed(Connection const& connection);
   void drop(int fd);
 
   EventLoop& _loop;

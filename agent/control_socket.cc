@@ -29,15 +29,22 @@ ControlSocket::ControlSocket(std::string const& directory)
   // before all of this holds.
   if (::fchmodat(_directory.get(), kName, 0666, 0) != 0 ||
       ::fstatat(_directory.get(), kName, &_own, AT_SYMLINK_NOFOLLOW) != 0 ||
-      ::listen(_socket.get(), kBacklog) != 0)
+      ::listen(_socket.get(), kBacklog) != 0) {
+    int const why = errno;
+    ::unlinkat(_directory.get(), kName, 0);
+    errno = why;
     fail("cannot be opened to clients");
+  }
 }
 
 ControlSocket::~ControlSocket() {
+  if (isThere()) ::unlinkat(_directory.get(), kName, 0);
+}
+
+bool ControlSocket::isThere() const {
   struct ::stat now {};
-  if (::fstatat(_directory.get(), kName, &now, AT_SYMLINK_NOFOLLOW) == 0 &&
-      now.st_dev == _own.st_dev && now.st_ino == _own.st_ino)
-    ::unlinkat(_directory.get(), kName, 0);
+  return ::fstatat(_directory.get(), kName, &now, AT_SYMLINK_NOFOLLOW) == 0 &&
+         now.st_dev == _own.st_dev && now.st_ino == _own.st_ino;
 }
 
 void ControlSocket::removeStale() const {

@@ -23,6 +23,8 @@ class ControlSocket {
   ControlSocket& operator=(ControlSocket const&) = delete;
 
   int fd() const { return _socket.get(); }
+  // Whether it still has its name.
+  bool isThere() const;
 
  private:
   void removeStale() const;

@@ -64,19 +64,26 @@ void Host::start(EventLoop& loop) {
   _chip->start(loop);
   _interfaces.removeLeftovers();
   _counters->initializedIs(true);
-  openControl(loop);
+  _loop = &loop;
+  keepControl();
 }
 
-// Without it the agent counts all the same.
-void Host::openControl(EventLoop& loop) {
+// Without it the agent counts all the same. Somebody may have removed it, and it is made anew.
+void Host::keepControl() {
+  if (_control && _control->isThere()) return;
+  _control.reset();
   ObjectTree tree;
   tree.rootIs("countersSm", _counters);
   try {
     _control = std::make_unique<ControlServer>(
-        loop, _directory, ControlRequests(tree, Clearing(_counters, _cliRequests, _tables)),
+        *_loop, _directory,
+        ControlRequests(
+            tree, Clearing(_counters, _cliRequests, _tables, [this] { return _clock->time(); })),
         _steady);
+    _controlFails = false;
   } catch (std::runtime_error const& error) {
-    say(std::string(error.what()) + "; counters cannot be cleared, nor the agent be asked");
+    if (!std::exchange(_controlFails, true))
+      say(std::string(error.what()) + "; counters cannot be cleared, nor the agent be asked");
   }
 }
 
@@ -161,6 +168,7 @@ void Host::beat() {
   if (now - _lastValidation >= kValidation) {
     _lastValidation = now;
     _tables.validateFiles();
+    if (_loop != nullptr) keepControl();
   }
   _tables.heartbeat();
 }

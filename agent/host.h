@@ -40,7 +40,7 @@ class Host {
   void askForQueues();
   void askForQueues(Pekt::IntfId const& intfId);
   void beat();
-  void openControl(EventLoop& loop);
+  void keepControl();
 
   std::string const _directory;
   Kel::Seconds const _period;
@@ -62,7 +62,9 @@ class Host {
   std::optional<Kel::Seconds> _queuesLastAsked;
   Kel::Ptr<Oru::HwCliConfig> const _cliRequests = Kel::make<Oru::HwCliConfig>();
   Kel::Ptr<Oru::Counters::CountersSm> _counters;
+  EventLoop* _loop = nullptr;               // once it has started
   std::unique_ptr<ControlServer> _control;  // none: the socket could not be made
+  bool _controlFails = false;
 };
 
 }  // namespace Agent

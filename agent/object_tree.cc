@@ -86,6 +86,9 @@ Place ObjectTree::find(std::string const& path) const {
   if (path.size() > kMaxPath)
     throw ControlError(ControlCode::tooLong,
                        "a path has at most " + std::to_string(kMaxPath) + " bytes");
+  if (std::count(path.begin(), path.end(), '/') > kMaxSlashes)
+    throw ControlError(ControlCode::tooLong,
+                       "a path has at most " + std::to_string(kMaxSlashes) + " slashes");
   auto const slash = path.find('/');
   auto const root = _roots.find(path.substr(0, slash));
   if (root == _roots.end())

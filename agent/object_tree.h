@@ -20,6 +20,7 @@ namespace Agent {
 class ObjectTree {
  public:
   static constexpr std::size_t kMaxPath = 1024;  // bytes
+  static constexpr int kMaxSlashes = 16;         // in a path: each may end a key, and is tried
 
   void rootIs(std::string const& name, Kel::Ptr<Kel::PtrInterface> const& object) {
     _roots[name] = object;

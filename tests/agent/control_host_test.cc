@@ -132,6 +132,27 @@ TEST_F(ControlHostTest, AClearPollsByAClockThatIsAtThePresent) {
   EXPECT_EQ(live("Ethernet2")->rates.lastUpdate, time.now());
 }
 
+// It has an ACL drop poller, which was made from the row as it stood before.
+TEST_F(ControlHostTest, AnInterfaceThatIsThereCannotBeHandledASecondTime) {
+  start();
+  Json const answer = ask({{"op", "invoke"},
+                           {"path", "countersSm"},
+                           {"operation", "handleIntf"},
+                           {"arguments", {"Ethernet1"}}});
+  EXPECT_EQ(answer["error"]["code"], "failed") << answer;
+  EXPECT_THAT(answer["error"]["text"].get<std::string>(),
+              testing::StartsWith("what there is was made from other values, and goes on as it is: "
+                                  "Reinstantiating the pointer interface"));
+}
+
+TEST_F(ControlHostTest, TheIntervalOfADropPollerIsSetByName) {
+  start();
+  std::string const poller = "countersSm/intfAclDropCountersSm/Ethernet1";
+  EXPECT_EQ(ask({{"op", "set"}, {"path", poller}, {"attribute", "pollInterval"}, {"value", "5"}}),
+            Json({{"ok", true}}));
+  EXPECT_EQ(ask({{"op", "get"}, {"path", poller}, {"attribute", "pollInterval"}})["value"], "5");
+}
+
 TEST_F(ControlHostTest, AClearOfNamesLeavesTheOthers) {
   start();
   pass(1.0);
@@ -272,6 +293,33 @@ TEST_F(ControlHostTest, NothingThatIsDeclaredEndsTheAgentWhateverItIsAskedWith) 
   EXPECT_EQ(askIt({{"op", "ls"}})["ok"], true);
 }
 
+TEST_F(ControlHostTest, ASocketThatSomebodyRemovedIsMadeAnew) {
+  start();
+  std::filesystem::path const socket =
+      options.tables + "/" + std::string(Interface::kControlSocket);
+  std::filesystem::remove(socket);
+  pass(3.0);
+  EXPECT_TRUE(std::filesystem::exists(socket));
+  EXPECT_EQ(ask({{"op", "ls"}})["ok"], true);
+}
+
+TEST_F(ControlHostTest, ASocketWhosePlaceIsTakenIsToldOnceAndMadeWhenItIsFree) {
+  start();
+  std::filesystem::path const socket =
+      options.tables + "/" + std::string(Interface::kControlSocket);
+  std::filesystem::remove(socket);
+  std::ofstream(socket) << "something else";
+  testing::internal::CaptureStderr();
+  pass(3.0);
+  pass(3.0);
+  std::string const said = testing::internal::GetCapturedStderr();
+  EXPECT_EQ(said.find("is no socket"), said.rfind("is no socket")) << said;
+  EXPECT_NE(said.find("is no socket"), std::string::npos) << said;
+  std::filesystem::remove(socket);
+  pass(3.0);
+  EXPECT_EQ(ask({{"op", "ls"}})["ok"], true);
+}
+
 // --- Garbage beside the polls ---
 
 class Garbage {
@@ -381,7 +429,6 @@ TEST_F(ControlHostTest, GarbageKeepsNoPortFromItsPollsAndLeavesNothingBehind) {
   testing::internal::GetCapturedStderr();
   RecordProperty("answers", static_cast<int>(answers));
   EXPECT_GT(answers, 500u);
-  EXPECT_GE(periods, std::size_t{kRequests / 20 / kStepsPerPeriod});
   EXPECT_EQ(missed, 0u) << "of " << periods * kPorts;
   EXPECT_EQ(descriptors(), descriptorsBefore);
   EXPECT_EQ(Kel::AllocTrackTypeInfo::live(Oru::Counters::PortCountersSm::_kelType).objects,

@@ -35,7 +35,7 @@ class ControlServerTest : public testing::Test {
     for (int i = 0; i < times; ++i)
       loop.run([&] {
         loop.stop();
-        wanted = sut.turn();
+        wanted = sut->turn();
         return wanted;
       });
   }
@@ -65,10 +65,21 @@ class ControlServerTest : public testing::Test {
   }();
   EventLoop loop;
   uid_t user = ::geteuid();
-  ControlServer sut{loop, directory,
-                    ControlRequests(tree, Clearing(top, Kel::make<Oru::HwCliConfig>(), tables)),
-                    [this] { return time.now(); }, [this](int) { return std::optional(user); }};
+  ControlRequests requests() {
+    return ControlRequests(
+        tree, Clearing(top, Kel::make<Oru::HwCliConfig>(), tables, [this] { return time.now(); }));
+  }
+  std::function<Kel::Seconds()> steady() {
+    return [this] {
+      time.nowIs(time.now() + steadyStep);
+      return time.now();
+    };
+  }
   Kel::Seconds wanted = 0.0;
+  Kel::Seconds steadyStep = 0.0;
+  std::optional<ControlServer> sut{std::in_place, loop,
+                                   directory,     requests(),
+                                   steady(),      [this](int) { return std::optional(user); }};
 };
 
 // --- Requests ---
@@ -168,7 +179,7 @@ TEST_F(ControlServerTest, AClientThatEndsItsSideIsAnsweredAndLetGo) {
   turn(3);
   EXPECT_EQ(client.received(), valueLine(0) + "{\"ok\":true,\"names\":[\"top\"]}\n");
   EXPECT_TRUE(client.closed());
-  EXPECT_EQ(sut.clients(), 0u);
+  EXPECT_EQ(sut->clients(), 0u);
 }
 
 TEST_F(ControlServerTest, ALineThatIsTooLongIsToldSoAndIsTheLast) {
@@ -183,7 +194,7 @@ TEST_F(ControlServerTest, ALineThatIsTooLongIsToldSoAndIsTheLast) {
   turn(10);
   EXPECT_EQ(codeOf(client.received()), "tooLong");
   EXPECT_TRUE(client.closed());
-  EXPECT_EQ(sut.clients(), 0u);
+  EXPECT_EQ(sut->clients(), 0u);
 }
 
 TEST_F(ControlServerTest, TheLongestLineIsTaken) {
@@ -210,10 +221,10 @@ TEST_F(ControlServerTest, AClientThatSaysNothingIsLetGo) {
   turn();
   time.nowIs(time.now() + ControlConnection::kPatience - 0.1);
   turn();
-  EXPECT_EQ(sut.clients(), 1u);
+  EXPECT_EQ(sut->clients(), 1u);
   time.nowIs(time.now() + 0.1);
   turn();
-  EXPECT_EQ(sut.clients(), 0u);
+  EXPECT_EQ(sut->clients(), 0u);
   EXPECT_EQ(codeOf(client.received()), "timeout");
 }
 
@@ -224,7 +235,7 @@ TEST_F(ControlServerTest, DripsDoNotKeepAClient) {
     turn();
     time.nowIs(time.now() + 0.5);
   }
-  EXPECT_EQ(sut.clients(), 0u);
+  EXPECT_EQ(sut->clients(), 0u);
 }
 
 TEST_F(ControlServerTest, EachRequestKeepsAClient) {
@@ -233,7 +244,7 @@ TEST_F(ControlServerTest, EachRequestKeepsAClient) {
     EXPECT_EQ(ask(client, R"({"op":"get","path":"top","attribute":"size"})"), valueLine(0));
     time.nowIs(time.now() + ControlConnection::kPatience - 1.0);
   }
-  EXPECT_EQ(sut.clients(), 1u);
+  EXPECT_EQ(sut->clients(), 1u);
 }
 
 // Sends for ever and reads nothing: it is stopped by the socket's own room, and the others go on.
@@ -257,7 +268,7 @@ TEST_F(ControlServerTest, AClientThatNeverReadsIsHeldBackAndLetGo) {
   EXPECT_EQ(ask(other, R"({"op":"get","path":"top","attribute":"size"})"), valueLine(0));
   time.nowIs(time.now() + ControlConnection::kPatience);
   turn();
-  EXPECT_EQ(sut.clients(), 0u);
+  EXPECT_EQ(sut->clients(), 0u);
 }
 
 TEST_F(ControlServerTest, ManyRequestsOfOneDoNotKeepAnotherWaiting) {
@@ -284,12 +295,52 @@ TEST_F(ControlServerTest, ATurnDoesNoMoreRequestsThanItsShare) {
   EXPECT_EQ(std::count(answers.begin(), answers.end(), '\n'), ControlServer::kRequestsPerTurn);
 }
 
+TEST_F(ControlServerTest, ATurnBeginsNoRequestOnceItsTimeIsOver) {
+  sut.reset();
+  steadyStep = ControlServer::kTurnShare / 4;  // what a look at the clock takes
+  sut.emplace(loop, directory, requests(), steady(), [this](int) { return std::optional(user); });
+  TestClient busy(directory);
+  turn();
+  std::string lines;
+  for (int i = 0; i < ControlServer::kRequestsPerTurn; ++i) lines += kGetSize;
+  busy.send(lines);
+  Kel::Seconds const before = time.now();
+  turn();
+  EXPECT_LT(time.now() - before, 3 * ControlServer::kTurnShare);
+  EXPECT_EQ(wanted, 0.0);
+  auto const first = busy.received();
+  auto const served = std::count(first.begin(), first.end(), '\n');
+  EXPECT_GE(served, 1);
+  EXPECT_LT(served, 5);
+  turn(ControlServer::kRequestsPerTurn);
+  auto const rest = busy.received();
+  EXPECT_EQ(served + std::count(rest.begin(), rest.end(), '\n'), ControlServer::kRequestsPerTurn);
+}
+
+TEST_F(ControlServerTest, AReaderLeavesPlacesToOthers) {
+  user = ::geteuid() + 1;
+  std::list<TestClient> greedy;
+  for (std::size_t i = 0; i <= ControlServer::kMaxReadersOfAUser; ++i)
+    greedy.emplace_back(directory);
+  turn(3);
+  EXPECT_EQ(sut->clients(), ControlServer::kMaxReadersOfAUser);
+  EXPECT_EQ(codeOf(greedy.back().received()), "busy");
+  user = ::geteuid() + 2;
+  TestClient other(directory);
+  EXPECT_EQ(ask(other, R"({"op":"get","path":"top","attribute":"size"})"), valueLine(0));
+}
+
 TEST_F(ControlServerTest, MoreReadersThanThereArePlacesAreToldSoAndKeepNoWriterOut) {
   user = ::geteuid() + 1;
   std::list<TestClient> readers;
-  for (std::size_t i = 0; i < ControlServer::kMaxReaders + 5; ++i) readers.emplace_back(directory);
+  for (std::size_t i = 1; i <= ControlServer::kMaxReaders + 5; ++i) {
+    readers.emplace_back(directory);
+    if (i % ControlServer::kMaxReadersOfAUser != 0) continue;
+    turn();
+    ++user;
+  }
   turn(3);
-  EXPECT_EQ(sut.clients(), ControlServer::kMaxReaders);
+  EXPECT_EQ(sut->clients(), ControlServer::kMaxReaders);
   EXPECT_EQ(codeOf(readers.back().received()), "busy");
   EXPECT_TRUE(readers.back().closed());
   user = ::geteuid();
@@ -312,7 +363,7 @@ TEST_F(ControlServerTest, ClientsThatGoLeaveNothingBehind) {
     if (i % 2 == 0) turn();
   }
   turn(20);
-  EXPECT_EQ(sut.clients(), 0u);
+  EXPECT_EQ(sut->clients(), 0u);
   EXPECT_EQ(descriptors(), before);
 }
 
@@ -328,12 +379,12 @@ TEST_F(ControlServerTest, WithoutDescriptorsItWaitsAndDoesNotSpin) {
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
   turn(3);
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
-  EXPECT_EQ(sut.clients(), 0u);
+  EXPECT_EQ(sut->clients(), 0u);
   turn(3);
-  EXPECT_EQ(sut.clients(), 0u);  // not heeded before its time
+  EXPECT_EQ(sut->clients(), 0u);  // not heeded before its time
   time.nowIs(time.now() + ControlServer::kAcceptRetry);
   turn(2);
-  EXPECT_EQ(sut.clients(), 1u);
+  EXPECT_EQ(sut->clients(), 1u);
 }
 
 }  // namespace

@@ -86,5 +86,15 @@ TEST_F(ObjectTreeTest, AVeryLongPathIsRefused) {
   EXPECT_EQ(code, ControlCode::tooLong);
 }
 
+// Each slash may end a key, so that each would cost a search.
+TEST_F(ObjectTreeTest, APathOfManySlashesIsRefused) {
+  std::string path = "top/box/a";
+  while (std::count(path.begin(), path.end(), '/') < ObjectTree::kMaxSlashes) path += "/a";
+  top->boxIs(path.substr(8));
+  EXPECT_EQ(refusal(path), "found");
+  refusal(path + "/a");
+  EXPECT_EQ(code, ControlCode::tooLong);
+}
+
 }  // namespace
 }  // namespace Agent
