@@ -18,21 +18,27 @@ import subprocess
 
 import agent_and_reader_test as base
 from agent_and_reader_test import OnLinks, PATIENCE, await_that
+from clearing_test import Reader
 
 CLONE_NEWNS = 0x00020000
-# The experimental EtherTypes; the filter of these tests drops the second.
-PASSES, DROPPED = b"\x88\xb5", b"\x88\xb6"
+# The experimental EtherTypes; the filter of these tests drops the second, and rules of nftables the
+# third.
+PASSES, DROPPED, DROPPED_BY_NFTABLES = b"\x88\xb5", b"\x88\xb6", b"\x88\xb7"
+NOTHING = (0, 0, 0)
 
 
-class OnQueues(OnLinks):
-    """eth0 has four queues under an mq, and eth1, its peer, a filter that drops some frames."""
+class OnQueues(Reader, OnLinks):
+    """eth0 has some queues under an mq, and eth1, its peer, a filter that drops some frames."""
+
+    QUEUES = 4
 
     def setUp(self):
         super().setUp()
         if not shutil.which("tc"):
             self.skipTest("there is no tc(8)")
         self.see_this_namespace_in_sys()
-        self.ip("link add eth0 numtxqueues 4 numrxqueues 4 type veth peer name eth1")
+        self.ip(f"link add eth0 numtxqueues {self.QUEUES} numrxqueues {self.QUEUES} type veth "
+                "peer name eth1")
         for link in ("eth0", "eth1"):
             self.ip(f"link set {link} arp off up")
         for link in ("eth0", "eth1"):
@@ -58,7 +64,7 @@ class OnQueues(OnLinks):
     def steer_to(self, queue):
         """From every processor, frames go out of eth0 by this queue."""
         everyone = f"{(1 << os.cpu_count()) - 1:x}"
-        for each in range(4):
+        for each in range(self.QUEUES):
             file = pathlib.Path(f"/sys/class/net/eth0/queues/tx-{each}/xps_cpus")
             file.write_text(everyone if each == queue else "0")
 
@@ -78,26 +84,49 @@ class OnQueues(OnLinks):
         rows = json.loads(shown.stdout)["rows"]
         return next((row for row in rows if row["intfId"] == f"Ethernet{number}"), None)
 
-    def await_queues(self, pkts, octets):
-        """These are the packets and octets of the four queues, and their sums those of all."""
-        def counted():
-            row = self.dump("intfQueueCounters", "eth0")
-            return row and {
-                "queues": row["queues"],
-                "pkts": [row[f"queue{i}Pkts"] for i in range(17)],
-                "octets": [row[f"queue{i}Octets"] for i in range(17)],
-                "together": (row["pkts"], row["octets"], row["dropPkts"])}
-        expected = {"queues": 4, "pkts": pkts + [0] * 13, "octets": octets + [0] * 13,
-                    "together": (sum(pkts), sum(octets), 0)}
+    def shown_queues(self, counters="counters"):
+        """What is shown of eth0: packets, octets and dropped packets by the queue, and of "all"."""
+        shown = json.loads(self.command("show", "queues", "--since-clear", "--json"))["interfaces"]
+        eth0 = next((each for each in shown if each["kernelName"] == "eth0"), None)
+        if not eth0 or not eth0["queues"]:
+            return None
+        def values(counted):
+            self.assertIsNone(counted[counters]["dropOctets"])  # the kernel counts none
+            return tuple(counted[counters][each] for each in ("pkts", "octets", "dropPkts"))
+        return {**{each["queue"]: values(each) for each in eth0["queues"]},
+                "all": values(eth0["allQueues"])}
+
+    def await_shown_queues(self, used, counters="counters"):
+        """These are shown, by the queue: (packets, octets, dropped packets); of others nothing."""
+        queues = range(min(self.QUEUES, 17))
+        expected = {**{queue: used.get(queue, NOTHING) for queue in queues},
+                    "all": tuple(sum(each) for each in zip(NOTHING, *used.values()))}
         try:
-            await_that(expected, lambda: counted() == expected)
+            await_that(expected, lambda: self.shown_queues(counters) == expected)
         except AssertionError:
-            self.assertEqual(counted(), expected)
+            self.assertEqual(self.shown_queues(counters), expected)
             raise
 
+    def await_queues(self, pkts, octets):
+        """These are the packets and octets of the four queues, and their sums those of all."""
+        self.await_shown_queues({i: (pkts[i], octets[i], 0) for i in range(4)})
+        row = self.dump("intfQueueCounters", "eth0")
+        self.assertEqual(row["queues"], 4)
+        self.assertEqual([row[f"queue{i}Pkts"] for i in range(17)], pkts + [0] * 13)
+        self.assertEqual([row[f"queue{i}Octets"] for i in range(17)], octets + [0] * 13)
+        self.assertEqual((row["pkts"], row["octets"], row["dropPkts"]),
+                         (sum(pkts), sum(octets), 0))
+
+    def shown_drops(self, link):
+        return self.shown("drops").get(link, {}).get("aclDropPkts")
+
     def await_drops(self, count):
-        await_that(f"{count} drops", lambda: (self.dump("aclDropCounters", "eth1") or
-                                              {}).get("aclDropPkts") == count)
+        try:
+            await_that(f"{count} drops", lambda: self.shown_drops("eth1") == count)
+        except AssertionError:
+            self.assertEqual(self.shown_drops("eth1"), count)
+            raise
+        self.assertEqual(self.dump("aclDropCounters", "eth1")["aclDropPkts"], count)
 
 
 class QueuesAndDrops(OnQueues):
@@ -117,7 +146,7 @@ class QueuesAndDrops(OnQueues):
         self.send_as(50, 100)
         self.send_as(13, 100, DROPPED)
         self.await_drops(13)
-        self.assertEqual(self.dump("aclDropCounters", "eth0")["aclDropPkts"], 0)
+        self.assertEqual(self.shown_drops("eth0"), 0)
 
     def test_another_agent_neither_doubles_nor_loses(self):
         self.start_agent()
@@ -176,6 +205,62 @@ class QueuesAndDrops(OnQueues):
         await_that(f"no rows in {table}", lambda: not rows())
 
 
+class QueuesSinceAClear(OnQueues):
+    def start_agent(self, *options):
+        super().start_agent(*options)
+        # It hears of clears when it knows its interfaces, which is after its first heartbeat.
+        await_that("an answer", lambda: subprocess.run(
+            [base.PROGRAMS / "oru-counters", "--tables", self.tables, "ls"], check=False,
+            capture_output=True, timeout=PATIENCE).returncode == 0)
+
+    def test_a_clear_takes_what_was_sent_just_before_it(self):
+        self.steer_to(2)
+        self.start_agent("--period", "3600")  # only a clear polls
+        for turn in range(1, 11):
+            self.send_as(10, 100)
+            self.command("clear", "eth0")
+            everything = (10 * turn, 1000 * turn, 0)
+            self.assertEqual(self.shown_queues(),
+                             {**dict.fromkeys(range(4), NOTHING), 2: everything, "all": everything})
+            self.assertEqual(self.shown_queues("sinceClear"),
+                             dict.fromkeys([*range(4), "all"], NOTHING))
+
+    def test_what_is_sent_after_a_clear_is_all_that_there_is_since_then(self):
+        self.steer_to(1)
+        self.start_agent()
+        self.send_as(40, 200)
+        self.command("clear", "eth0")
+        self.send_as(17, 300)
+        self.await_shown_queues({1: (17, 5100, 0)}, "sinceClear")
+        self.await_shown_queues({1: (57, 13100, 0)})
+        self.steer_to(3)
+        self.send_as(3, 100)
+        since_then = {1: (17, 5100, 0), 3: (3, 300, 0)}
+        self.await_shown_queues(since_then, "sinceClear")
+        self.stop_agent(signal.SIGKILL)
+        self.start_agent()
+        self.polled("eth0")
+        self.await_shown_queues(since_then, "sinceClear")
+
+
+class MoreQueuesThanARowHas(OnQueues):
+    QUEUES = 20
+
+    def test_the_last_row_is_the_sum_of_the_rest_and_is_shown_as_such(self):
+        self.start_agent()
+        for queue, count, size in ((15, 5, 100), (18, 30, 200), (19, 12, 1000)):
+            self.steer_to(queue)
+            self.send_as(count, size)
+        self.await_shown_queues({15: (5, 500, 0), 16: (42, 18000, 0)})
+        last = self.shown("queues")["eth0"]["queues"][-1]
+        self.assertEqual((last["queue"], last["lastQueue"]), (16, 19))
+        text = self.command("show", "queues")
+        name = self.link("eth0")["name"]
+        self.assertRegex(text, rf"(?m)^{name} +eth0 +15 +unicast +5 +500 ")
+        self.assertRegex(text, rf"(?m)^{name} +eth0 +16\+ +unicast +42 +18000 ")
+        self.assertIn(f"\n{name} has 20 queues; 16+ is the sum of queues 16 to 19\n", text)
+
+
 class DropsOfNftables(OnQueues):
     def setUp(self):
         super().setUp()
@@ -199,6 +284,20 @@ class DropsOfNftables(OnQueues):
             r"read, its last count stays: No such file or directory\n"
             r"oru-agentd: the nftables counter netdev acl eth1_drops of link eth1 is read "
             r"again\n\Z")
+
+    def test_every_frame_that_a_rule_drops_is_counted_and_no_other(self):
+        self.nft("add counter netdev acl eth1_drops")
+        if subprocess.run(["nft", "add chain netdev acl in "
+                           "{ type filter hook ingress device eth1 priority 0; }"],
+                          check=False).returncode != 0:
+            self.skipTest("nftables sees no frames of a link")
+        self.nft("add rule netdev acl in ether type 0x88b7 counter name eth1_drops drop")
+        self.await_drops(0)
+        self.send_as(40, 100)
+        self.send_as(13, 100, DROPPED)
+        self.send_as(21, 100, DROPPED_BY_NFTABLES)
+        self.await_drops(21)
+        self.assertEqual(self.shown_drops("eth0"), 0)
 
 
 if __name__ == "__main__":

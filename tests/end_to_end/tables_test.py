@@ -20,7 +20,10 @@ sys.path[:0] = [str(ROOT / "examples"), str(pathlib.Path(__file__).parent)]
 import agent_and_reader_test as harness  # noqa: E402
 import table_reader  # noqa: E402
 
-AGENTS_TABLES = ["intfCounters", "intfClearCounters", "intfDescriptions"]
+# Those with a row for each interface, and all.
+PUBLISHED_TABLES = ["aclDropCounters", "intfClearCounters", "intfClearQueueCounters",
+                    "intfCounters", "intfDescriptions", "intfQueueCounters"]
+AGENTS_TABLES = PUBLISHED_TABLES + ["linkOffsets", "queueOffsets"]
 PORTS = 40
 
 
@@ -168,22 +171,25 @@ class TablesOfAgents(Tables):
         return None
 
     def test_the_list_tells_agents_that_live_that_ended_and_that_died(self):
+        def all_are(state_and_writer):
+            return [self.state_and_writer(table) for table in AGENTS_TABLES] == (
+                [state_and_writer] * len(AGENTS_TABLES))
         self.start_agent()
-        for table in AGENTS_TABLES:
-            self.assertEqual(self.state_and_writer(table), ["ready", "running"])
+        listed = json.loads(self.tables_command("list", "--json")[0])["tables"]
+        self.assertEqual(sorted(table["name"] for table in listed), AGENTS_TABLES)
+        self.assertTrue(all_are(["ready", "running"]))
         self.stop_agent(signal.SIGTERM)
-        self.assertEqual(self.state_and_writer("intfCounters"), ["detached", "none"])
+        self.assertTrue(all_are(["detached", "none"]))
         self.start_agent()
         self.stop_agent(signal.SIGKILL)
-        harness.await_that("a dead writer",
-                           lambda: self.state_and_writer("intfCounters") == ["ready", "dead"])
+        harness.await_that("dead writers", lambda: all_are(["ready", "dead"]))
 
     def test_the_tables_of_an_agent_at_work_are_without_damage(self):
-        self.start_agent()
-        self.polled(f"Ethernet{PORTS}")
+        self.start_agent_with_all_ports()
         for _ in range(30):
-            self.assertIn(f"intfCounters: good; {PORTS} rows in ",
-                          self.tables_command("verify")[0])
+            verified = self.tables_command("verify")[0]
+            for table in PUBLISHED_TABLES:
+                self.assertIn(f"{table}: good; {PORTS} rows in ", verified)
 
     def test_the_tables_of_killed_agents_are_without_damage(self):
         for _ in range(10):

@@ -6,9 +6,13 @@
 #include <cstdlib>
 #include <numeric>
 
+#include "counters/pollers/intf_queue_counters_sm.h"
+#include "platform/interface/counter_tables.h"
 #include "platform/interface/intf_description.h"
 #include "tests/hardware/linux/helper_stand_ins.h"
 #include "tests/hardware/linux/network_namespace.h"
+#include "tests/support/temporary_tables.h"
+#include "tests/support/virtual_time.h"
 
 namespace Hardware::Linux {
 namespace {
@@ -17,24 +21,37 @@ using Interface::QueueCounter::IntfQueueCounter;
 using Interface::QueueCounter::QueueCounts;
 using Interface::QueueCounter::QueueIndex;
 
-/// What the queue poller does with the helper, and the row that it publishes.
+/// The row of an interface's queues, as their poller publishes it.
 class QueueRow {
  public:
-  void poll(LinuxCountersHelper& helper, Pekt::IntfId const& id) {
-    if (!row) row.emplace().intfId = id;
-    helper.getIntfQueueCounters(id, sample_);
-    if (sample_->intfCounts()) row->intfCounts = *sample_->intfCounts();
-    for (std::uint32_t i = 0; i <= QueueIndex::max; ++i) {
-      if (!sample_->contains(QueueIndex(i))) continue;
-      row->statistics[QueueIndex(i)].counts = sample_->queueCounts(QueueIndex(i));
-      row->statistics.sizeIs(std::max(row->statistics.size(), i + 1));
-    }
+  using Poller = Oru::Counters::IntfQueueCountersSm;
+  using Table = Poller::Table;
+
+  /// Of another agent, which finds the tables of the one before.
+  void pollerIs(Kel::Ptr<LinuxCountersHelper> const& helper, Pekt::IntfId const& id) {
+    poller_ = Poller::IntfQueueCountersSmIs(ocsd_, id, 5.0, time_.clock(), helper, live_, cleared_);
+    poller_->initializedIs(true);
   }
-  QueueCounts const& queue(std::uint32_t i) const { return row->statistics[QueueIndex(i)].counts; }
-  std::optional<IntfQueueCounter> row;
+  void pollerDel() { poller_ = nullptr; }
+  void poll() { poller_->updateCounters(); }
+
+  Table& live() const { return *live_; }
+  Table& cleared() const { return *cleared_; }
+  Interface::QueueCounter::Clearing clearing() const { return {live_, cleared_}; }
+
+  std::optional<IntfQueueCounter> published(Pekt::IntfId const& id) const {
+    return live_->contains(id) ? std::optional(live_->intfQueueCounter(id)) : std::nullopt;
+  }
+  IntfQueueCounter row() const { return live_->intfQueueCounter(poller_->intfId()); }
+  QueueCounts queue(std::uint32_t i) const { return row().statistics[QueueIndex(i)].counts; }
 
  private:
-  Kel::Ptr<OruTypes::IntfQueueCounters> const sample_ = Kel::make<OruTypes::IntfQueueCounters>();
+  Support::VirtualTime time_;
+  Support::TemporaryTables tables_;
+  Kel::Ptr<Oru::OruCommonSmData> const ocsd_ = Kel::make<Oru::OruCommonSmData>();
+  Kel::Ptr<Table> const live_ = tables_.table<Table>("live");
+  Kel::Ptr<Table> const cleared_ = tables_.table<Table>("clear");
+  Kel::Ptr<Poller> poller_;
 };
 
 class LinuxQueues : public ::testing::Test {
@@ -57,15 +74,17 @@ class LinuxQueues : public ::testing::Test {
     auto store = std::make_unique<Linux::Test::SharedStore<StoredQueueOffsets>>(kept);
     queueStore = store.get();
     parts.queueOffsets = std::move(store);
-    parts.publishedQueues = [this](auto const&) { return queues.row; };
+    parts.publishedQueues = [this](auto const& id) { return queues.published(id); };
     parts.publishedDrops = [this](auto const&) { return drops; };
     parts.now = [this] { return now; };
     parts.aclDrops = aclDrops;
     parts.say = [this](std::string const& text) { said.push_back(text); };
+    parts.queueClearing = queues.clearing();
     sut = Kel::make<LinuxCountersHelper>("linux", std::move(parts));
     sut->hwInit();
     sut->linkIs(kPort, {.ifindex = 2, .name = "eth0", .txQueues = 4});
     sut->initialize(kPort);
+    queues.pollerIs(sut, kPort);
   }
   void mqCounts(int ifindex, std::vector<QdiscCounts> const& counts) {
     auto& all = qdiscs->links[ifindex];
@@ -79,7 +98,7 @@ class LinuxQueues : public ::testing::Test {
   }
   void poll() {
     now += 1.0;
-    queues.poll(*sut, kPort);
+    queues.poll();
   }
   std::uint64_t pollDrops() {
     now += 1.0;
@@ -93,9 +112,9 @@ class LinuxQueues : public ::testing::Test {
 
   Pekt::IntfId const kPort{"Ethernet2"};
   std::optional<Interface::EthIntfCounterGlim> port{{kPort, {}, {}, {}}};
-  QueueRow queues;
   std::uint64_t drops = 0;
   MemoryQueueOffsetStore kept;
+  QueueRow queues;
   double now = 100.0;
   std::map<std::string, NftCounterName> aclDrops;
   std::vector<std::string> said;
@@ -129,24 +148,24 @@ TEST_F(LinuxQueues, EachQueueHasWhatItsDisciplineCounts) {
   poll();
   EXPECT_EQ(queues.queue(0), (QueueCounts{1, 100, 0, 0}));
   EXPECT_EQ(queues.queue(1), (QueueCounts{2, 200, 5, 0}));
-  EXPECT_EQ(queues.row->intfCounts, (QueueCounts{3, 300, 5, 0}));
+  EXPECT_EQ(queues.row().intfCounts, (QueueCounts{3, 300, 5, 0}));
 }
 
 TEST_F(LinuxQueues, WhatCannotBeReadStays) {
   mqCounts(2, {{1, 100, 0}});
   poll();
-  auto const before = *queues.row;
+  auto const before = queues.row();
   qdiscs->error = std::make_error_code(std::errc::no_buffer_space);
   poll();
-  EXPECT_EQ(*queues.row, before);
+  EXPECT_EQ(queues.row(), before);
   qdiscs->error = {};
   links->links.erase(2);  // it is gone, and the news of that still to come
   qdiscs->links.erase(2);
   poll();
-  EXPECT_EQ(*queues.row, before);
+  EXPECT_EQ(queues.row(), before);
   sut->linkDel(kPort);
   poll();
-  EXPECT_EQ(*queues.row, before);
+  EXPECT_EQ(queues.row(), before);
 }
 
 TEST_F(LinuxQueues, RestartsNeitherDoubleNorLose) {
@@ -227,6 +246,51 @@ TEST_F(LinuxQueues, WhatIsNotCountedIsToldAsTheDisciplinesAreNow) {
   EXPECT_FALSE(sut->unsupportedQueueCounters(kPort));
 }
 
+class LinuxQueuesCleared : public LinuxQueues {
+ protected:
+  void SetUp() override {
+    LinuxQueues::SetUp();
+    mqCounts(2, {{10, 1000, 1}});
+    poll();
+    IntfQueueCounter other;
+    other.intfId = kOther;
+    other.intfCounts = {7, 700, 0, 0};
+    queues.live().intfQueueCounterIs(other);
+  }
+  bool isCleared(Pekt::IntfId const& id) const {
+    return queues.cleared().intfQueueCounter(id) == queues.live().intfQueueCounter(id);
+  }
+  Pekt::IntfId const kOther{"Ethernet3"};
+};
+
+TEST_F(LinuxQueuesCleared, AllOfThemAreCopied) {
+  sut->doClearCounters("all");
+  EXPECT_TRUE(isCleared(kPort));
+  EXPECT_TRUE(isCleared(kOther));
+}
+
+TEST_F(LinuxQueuesCleared, ThoseOfOneInterfaceAreCopiedAlone) {
+  sut->doClearCounters("Ethernet2");
+  EXPECT_TRUE(isCleared(kPort));
+  EXPECT_FALSE(isCleared(kOther));
+}
+
+TEST_F(LinuxQueuesCleared, TheCopyIsOfTheClearAndTheRowGoesOn) {
+  sut->doClearCounters("Ethernet2");
+  mqCounts(2, {{25, 2500, 2}});
+  poll();
+  EXPECT_EQ(queues.cleared().intfQueueCounter(kPort).intfCounts, (QueueCounts{10, 1000, 1, 0}));
+  EXPECT_EQ(queues.row().intfCounts, (QueueCounts{25, 2500, 2, 0}));
+}
+
+TEST_F(LinuxQueuesCleared, NothingIsCopiedForANameWithoutARow) {
+  for (char const* const request : {"Ethernet99", "eth0", "no name", ""})
+    sut->doClearCounters(request);
+  EXPECT_FALSE(isCleared(kPort));
+  EXPECT_FALSE(isCleared(kOther));
+  EXPECT_FALSE(queues.cleared().contains("Ethernet99"));
+}
+
 TEST_F(LinuxQueues, DropsAreThoseOfTheFilters) {
   EXPECT_TRUE(sut->aclDropCountersSupported());
   filtersDropped(7);
@@ -287,29 +351,30 @@ class LinuxQueuesInKernel : public Test::NetworkNamespace {
     agent.publishedRow = [this](auto const&) {
       return std::optional(Interface::EthIntfCounterGlim{kPort, {}, {}, {}});
     };
-    agent.publishedQueues = [this](auto const&) { return queues.row; };
+    agent.publishedQueues = [this](auto const& id) { return queues.published(id); };
     sut =
         Kel::make<LinuxCountersHelper>("linux", LinuxCountersHelper::kernelParts(std::move(agent)));
     sut->hwInit();
     sut->linkIs(kPort, {.ifindex = indexOf(link), .name = link, .txQueues = 4});
     sut->initialize(kPort);
+    queues.pollerIs(sut, kPort);
   }
   void poll() {
     now += 1.0;
-    queues.poll(*sut, kPort);
+    queues.poll();
   }
   // Of queues that all had the same frames or none.
   std::vector<QueueCounts> used() const {
     std::vector<QueueCounts> used;
-    for (std::uint32_t i = 0; i < queues.row->statistics.size(); ++i)
+    for (std::uint32_t i = 0; i < queues.row().statistics.size(); ++i)
       if (queues.queue(i) != QueueCounts()) used.push_back(queues.queue(i));
     return used;
   }
 
   std::vector<std::uint8_t> const kUnicast{0x02, 0, 0, 0, 0, 0x01};
   Pekt::IntfId const kPort{"Ethernet2"};
-  QueueRow queues;
   MemoryQueueOffsetStore kept;
+  QueueRow queues;
   double now = 100.0;
   Kel::Ptr<LinuxCountersHelper> sut;
 };
@@ -321,9 +386,9 @@ TEST_F(LinuxQueuesInKernel, KnownFramesAreCountedExactlyInTheirQueueAndInNoOther
   startAgent();
   sendFrames("a", 40, 1000, kUnicast);
   poll();
-  EXPECT_EQ(queues.row->statistics.size(), 4u);
+  EXPECT_EQ(queues.row().statistics.size(), 4u);
   EXPECT_EQ(used(), (std::vector<QueueCounts>{{40, 40'000, 0, 0}}));
-  EXPECT_EQ(queues.row->intfCounts, (QueueCounts{40, 40'000, 0, 0}));
+  EXPECT_EQ(queues.row().intfCounts, (QueueCounts{40, 40'000, 0, 0}));
   EXPECT_EQ(sut->unsupportedQueueCounters(kPort), 0x88u);
 }
 
@@ -337,14 +402,15 @@ TEST_F(LinuxQueuesInKernel, AReplacedMqAndTheAgentsAbsenceLoseAndDoubleNothing) 
   addQdisc("a", "mq", TC_H_ROOT);
   sendFrames("a", 50, 1000, kUnicast);  // more than the one before counted
   poll();
-  EXPECT_EQ(queues.row->intfCounts, (QueueCounts{90, 90'000, 0, 0}));
+  EXPECT_EQ(queues.row().intfCounts, (QueueCounts{90, 90'000, 0, 0}));
+  queues.pollerDel();
   sut = nullptr;
   sendFrames("a", 5, 1000, kUnicast);
   startAgent();
   poll();
   poll();
   EXPECT_EQ(used(), (std::vector<QueueCounts>{{95, 95'000, 0, 0}}));
-  EXPECT_EQ(queues.row->intfCounts, (QueueCounts{95, 95'000, 0, 0}));
+  EXPECT_EQ(queues.row().intfCounts, (QueueCounts{95, 95'000, 0, 0}));
 }
 
 TEST_F(LinuxQueuesInKernel, AnotherRootCountsAllQueuesTogetherAndNoqueueNothing) {
@@ -356,7 +422,7 @@ TEST_F(LinuxQueuesInKernel, AnotherRootCountsAllQueuesTogetherAndNoqueueNothing)
   sendFrames("a", 7, 100, kUnicast);
   poll();
   EXPECT_EQ(sut->unsupportedQueueCounters(kPort), 0x8fu);
-  EXPECT_EQ(queues.row->intfCounts, (QueueCounts{7, 700, 0, 0}));
+  EXPECT_EQ(queues.row().intfCounts, (QueueCounts{7, 700, 0, 0}));
   EXPECT_TRUE(used().empty());
 }
 
