@@ -1,5 +1,6 @@
 #include "counters/counters_sm.h"
 
+#include "counters/copp/copp_type_sm.h"
 #include "counters/counters_sm_reactors.h"
 #include "counters/pollers/cpu_port_counters_sm.h"
 #include "counters/pollers/intf_acl_drop_counters_sm.h"
@@ -202,6 +203,28 @@ void CountersSm::intfAclDropCountersSmDel(Pekt::IntfId const& intfId) {
   _intfAclDropCountersSm.deleteMember(intfId);
 }
 void CountersSm::intfAclDropCountersSmDelAll() { _intfAclDropCountersSm.emptyAllBuckets(); }
+
+Kel::Ptr<CountersCoppTypeSm> CountersSm::coppTypeSmIs(
+    Kel::Ptr<Qos::PolicyMapTypeHwStatus const> const& pmapType,
+    Kel::Ptr<OruHelper::OruHelperCountersSm> const& helper) {
+  return _coppTypeSm.newMember(pmapType->type(), pmapType, helper);
+}
+Kel::Ptr<CountersCoppTypeSm> CountersSm::coppTypeSm(Qos::MapType type) const {
+  return _coppTypeSm.member(type);
+}
+void CountersSm::coppTypeSmDel(Qos::MapType type) { _coppTypeSm.deleteMember(type); }
+void CountersSm::coppTypeSmDelAll() { _coppTypeSm.emptyAllBuckets(); }
+
+Kel::Ptr<CountersDynamicCoppTypeSm> CountersSm::coppDynamicTypeSmIs(
+    Kel::Ptr<Qos::PolicyMapTypeHwStatus const> const& pmapType,
+    Kel::Ptr<OruHelper::OruHelperCountersSm> const& helper) {
+  return _coppDynamicTypeSm.newMember(pmapType->type(), pmapType, helper);
+}
+Kel::Ptr<CountersDynamicCoppTypeSm> CountersSm::coppDynamicTypeSm(Qos::MapType type) const {
+  return _coppDynamicTypeSm.member(type);
+}
+void CountersSm::coppDynamicTypeSmDel(Qos::MapType type) { _coppDynamicTypeSm.deleteMember(type); }
+void CountersSm::coppDynamicTypeSmDelAll() { _coppDynamicTypeSm.emptyAllBuckets(); }
 
 Kel::Ptr<CpuPortCountersSm> CountersSm::cpuPortCountersSm(Pekt::IntfId const& intfId) const {
   return _cpuPortCountersSm.member(intfId);

@@ -42,6 +42,8 @@ std::ostream& operator<<(std::ostream& out, CounterType type);
 
 namespace Oru::Counters {
 
+class CountersCoppTypeSm;
+class CountersDynamicCoppTypeSm;
 class CpuPortCountersSm;
 class IntfAclDropCountersSm;
 class IntfQueueCountersSm;
@@ -132,6 +134,8 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
   void handleCpuIntf();
   void handleVlanIntf(Pekt::IntfId vlanIntfId);
   void handleVlanIntf();
+  // Policy-map types: the one of the control plane gets its state machine, which then stays. Need
+  // the slice's status; do not wait for the start.
   void handlePolicyMapType(Qos::MapType type);
   void handlePolicyMapType();
   void handleDynamicPolicyMapType(Qos::MapType type);
@@ -268,6 +272,25 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
   void intfAclDropCountersSmDel(Pekt::IntfId const& intfId);
   void intfAclDropCountersSmDelAll();
 
+  // The state machines of the policy-map types, by the type that each watches. The same rules.
+  Kel::Ptr<CountersCoppTypeSm> coppTypeSmIs(
+      Kel::Ptr<Qos::PolicyMapTypeHwStatus const> const& pmapType,
+      Kel::Ptr<OruHelper::OruHelperCountersSm> const& helper);
+  Kel::Ptr<CountersCoppTypeSm> coppTypeSm(Qos::MapType type) const;
+  Kel::HashMap<CountersCoppTypeSm, Qos::MapType> const& coppTypeSm() const { return _coppTypeSm; }
+  void coppTypeSmDel(Qos::MapType type);
+  void coppTypeSmDelAll();
+
+  Kel::Ptr<CountersDynamicCoppTypeSm> coppDynamicTypeSmIs(
+      Kel::Ptr<Qos::PolicyMapTypeHwStatus const> const& pmapType,
+      Kel::Ptr<OruHelper::OruHelperCountersSm> const& helper);
+  Kel::Ptr<CountersDynamicCoppTypeSm> coppDynamicTypeSm(Qos::MapType type) const;
+  Kel::HashMap<CountersDynamicCoppTypeSm, Qos::MapType> const& coppDynamicTypeSm() const {
+    return _coppDynamicTypeSm;
+  }
+  void coppDynamicTypeSmDel(Qos::MapType type);
+  void coppDynamicTypeSmDelAll();
+
   // The same of the CPU port pollers.
   template <class... Rest>
   Kel::Ptr<CpuPortCountersSm> cpuPortCountersSmIs(Kel::Ptr<OruCommonSmData> const& ocsd,
@@ -326,6 +349,8 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
         Kel::collection("portCountersSm", &Sm::_portCountersSm),
         Kel::collection("intfQueueCountersSm", &Sm::_intfQueueCountersSm),
         Kel::collection("intfAclDropCountersSm", &Sm::_intfAclDropCountersSm),
+        Kel::collection("coppTypeSm", &Sm::_coppTypeSm),
+        Kel::collection("coppDynamicTypeSm", &Sm::_coppDynamicTypeSm),
         Kel::collection("cpuPortCountersSm", &Sm::_cpuPortCountersSm),
         Kel::collection("vlanIntfCountersSm", &Sm::_vlanIntfCountersSm),
         Kel::operation<Pekt::IntfId>("handleIntf", &Sm::handleIntf),
@@ -398,8 +423,10 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
   Kel::Input<KelCliConfig, HwCliConfig const> _cliConfig;
   Kel::Input<KelQosSliceHwStatus, Qos::SliceHwStatus> _qosSliceHwStatus;
   Kel::Input<KelQosSliceHwStatusDir, Kel::Dir> _qosSliceHwStatusDir;
+  Kel::HashMap<CountersCoppTypeSm, Qos::MapType> _coppTypeSm;
   Kel::Input<KelQosAclSliceHwStatus, Qos::AclSliceHwStatus> _qosAclSliceHwStatus;
   Kel::Input<KelQosAclSliceHwStatusDir, Kel::Dir> _qosAclSliceHwStatusDir;
+  Kel::HashMap<CountersDynamicCoppTypeSm, Qos::MapType> _coppDynamicTypeSm;
   Kel::HashMap<CpuPortCountersSm, Pekt::IntfId> _cpuPortCountersSm;
   Kel::Input<KelVlanIntfConfigDir, Interface::VlanIntfConfigDir const> _vlanIntfConfigDir;
   Kel::Input<KelVlanIntfStatusDir, Interface::VlanIntfStatusDir const> _vlanIntfStatusDir;

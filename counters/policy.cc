@@ -1,6 +1,7 @@
 // Policy-map types, the QoS slices' status, and forced updates.
 #include <ostream>
 
+#include "counters/copp/copp_type_sm.h"
 #include "counters/counters_sm.h"
 #include "counters/pollers/cpu_port_counters_sm.h"
 #include "counters/pollers/intf_acl_drop_counters_sm.h"
@@ -18,6 +19,20 @@ std::ostream& operator<<(std::ostream& out, CounterType type) {
 }  // namespace OruTypes
 
 namespace Oru::Counters {
+namespace {
+
+// The slice's status of the control plane's policy maps, if `type` is theirs and there is one.
+// Throws Kel::RangeException "null ValidPtr" where that is looked for and there is no slice.
+template <class SliceStatus>
+Kel::Ptr<Qos::PolicyMapTypeHwStatus const> controlPlane(Qos::MapType type,
+                                                        Kel::Ptr<SliceStatus> const& slice) {
+  if (type != Qos::MapType::controlPlane) return nullptr;
+  auto const& types = slice->pmapType();
+  auto const at = types.find(type);
+  return at == types.end() ? nullptr : at->second;
+}
+
+}  // namespace
 
 void CountersSm::handlePolicyMapType() {
   if (auto t = trace(7)) t << "void Oru::Counters::CountersSm::handlePolicyMapType()";
@@ -29,6 +44,8 @@ void CountersSm::handlePolicyMapType() {
 void CountersSm::handlePolicyMapType(Qos::MapType type) {
   if (auto t = trace(7))
     t << "void Oru::Counters::CountersSm::handlePolicyMapType(Qos::MapType)type: " << type;
+  if (auto const entry = controlPlane(type, qosSliceHwStatus()))
+    coppTypeSmIs(entry, platformHelper());
 }
 
 void CountersSm::handleDynamicPolicyMapType() {
@@ -41,6 +58,8 @@ void CountersSm::handleDynamicPolicyMapType() {
 void CountersSm::handleDynamicPolicyMapType(Qos::MapType type) {
   if (auto t = trace(7))
     t << "void Oru::Counters::CountersSm::handleDynamicPolicyMapType(Qos::MapType)type: " << type;
+  if (auto const entry = controlPlane(type, qosAclSliceHwStatus()))
+    coppDynamicTypeSmIs(entry, platformHelper());
 }
 
 // The slice that is watched changes only through qosSliceHwStatusIs: an entry of

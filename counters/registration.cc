@@ -2,6 +2,7 @@
 //
 // This file is linked into the shared object itself: in a static library the
 // linker would drop it, since nothing refers to it.
+#include "counters/copp/copp_type_sm.h"
 #include "counters/counters_sm.h"
 #include "counters/pollers/cpu_port_counters_sm.h"
 #include "counters/pollers/intf_acl_drop_counters_sm.h"
@@ -15,10 +16,16 @@ namespace {
 struct Unit {
   Kel::String const ns = "ns-";
 
-  static constexpr Kel::TypeNode const* kTypes[] = {
-      &VlanIntfCountersSm::_kelType,    &CpuPortCountersSm::_kelType,
-      &IntfAclDropCountersSm::_kelType, &IntfQueueCountersSm::_kelType,
-      &PortCountersSm::_kelType,        &CountersSm::_kelType};
+  static constexpr Kel::TypeNode const* kTypes[] = {&VlanIntfCountersSm::_kelType,
+                                                    &CountersCoppTypeSm::_kelType,
+                                                    &CountersDynamicCoppSm::_kelType,
+                                                    &CpuPortCountersSm::_kelType,
+                                                    &IntfAclDropCountersSm::_kelType,
+                                                    &IntfQueueCountersSm::_kelType,
+                                                    &PortCountersSm::_kelType,
+                                                    &CountersDynamicCoppTypeSm::_kelType,
+                                                    &CountersSm::_kelType,
+                                                    &CountersCoppSm::_kelType};
 
   Unit() {
     for (auto const* type : kTypes) Kel::typeNodeIs(*type);

@@ -39,6 +39,10 @@ class RecordingHelper : public OruHelper::OruHelperCountersSm {
     if (duringDeinitialize) duringDeinitialize();
   }
   void initializeCpuPort(Kel::String intfName) override { _log("initializeCpuPort", intfName); }
+  void resetCpuQueueCounters(Kel::Name className) override {
+    _log("resetCpuQueueCounters", className);
+    if (duringReset) duringReset();
+  }
   void getCoppCounters() override {
     _log("getCoppCounters");
     if (duringGetCoppCounters) duringGetCoppCounters();
@@ -84,6 +88,7 @@ class RecordingHelper : public OruHelper::OruHelperCountersSm {
   Interface::IntfStatistics vlanSample;
   std::function<void()> duringHwInit, duringInitialize, duringGetCounters, duringDeinitialize;
   std::function<void()> duringGetIntfQueueType, duringGetIntfAclDropCounters;
+  std::function<void()> duringReset;
   std::function<void()> duringGetCoppCounters, duringGetVlanIntfCounters;
   std::function<void(OruTypes::IntfQueueCounters&)> fillQueueCounters;
 

@@ -38,9 +38,11 @@ TEST_F(Reflection, TypesAreRegisteredInOrder) {
   Calls registered;
   for (auto const* type : Kel::typeNodes()) registered.emplace_back(type->name());
   EXPECT_EQ(registered,
-            (Calls{"Oru::Counters::VlanIntfCountersSm", "Oru::Counters::CpuPortCountersSm",
+            (Calls{"Oru::Counters::VlanIntfCountersSm", "Oru::Counters::CountersCoppTypeSm",
+                   "Oru::Counters::CountersDynamicCoppSm", "Oru::Counters::CpuPortCountersSm",
                    "Oru::Counters::IntfAclDropCountersSm", "Oru::Counters::IntfQueueCountersSm",
-                   "Oru::Counters::PortCountersSm", "Oru::Counters::CountersSm"}));
+                   "Oru::Counters::PortCountersSm", "Oru::Counters::CountersDynamicCoppTypeSm",
+                   "Oru::Counters::CountersSm", "Oru::Counters::CountersCoppSm"}));
 }
 
 TEST_F(Reflection, ObjectsKnowTheirType) {
@@ -80,6 +82,8 @@ TEST_F(Reflection, CountersSmDeclaresItsAttributes) {
                                                                "portCountersSm",
                                                                "intfQueueCountersSm",
                                                                "intfAclDropCountersSm",
+                                                               "coppTypeSm",
+                                                               "coppDynamicTypeSm",
                                                                "cpuPortCountersSm",
                                                                "vlanIntfCountersSm",
                                                                "handleIntf",

@@ -1,0 +1,81 @@
+#include "counters/copp/copp_type_sm.h"
+
+#include "counters/pollers/unit.h"
+#include "platform/kel/walk.h"
+
+namespace Oru::Counters {
+
+template <class Self, class Child>
+class CoppTypeSm<Self, Child>::KelPmapType final
+    : public Kel::Reactor<CoppTypeSm, Qos::PolicyMapTypeHwStatus const> {
+ public:
+  using Base = Kel::Reactor<CoppTypeSm, Qos::PolicyMapTypeHwStatus const>;
+  using Base::Base;
+  using Qos::PolicyMapTypeHwStatus::NotifieeConst::onPmap;
+  void onPmap(Qos::PolicyMapHwStatusKey const& key) override {
+    this->tell(&CoppTypeSm::handlePolicyMap, key);
+  }
+  void onPmapkelImmediate() override { this->tell(&CoppTypeSm::handlePolicyMaps); }
+  void resync() override { onPmapkelImmediate(); }
+};
+
+template <class Self, class Child>
+CoppTypeSm<Self, Child>::CoppTypeSm(Kel::Ptr<Qos::PolicyMapTypeHwStatus const> const& pmapType,
+                                    Kel::Ptr<OruHelper::OruHelperCountersSm> const& platformHelper)
+    : _pmapType(*this, pmapType), _platformHelper(platformHelper) {
+  handleInitialized();
+}
+
+template <class Self, class Child>
+CoppTypeSm<Self, Child>::~CoppTypeSm() = default;
+
+template <class Self, class Child>
+void CoppTypeSm<Self, Child>::pmapTypeIs(
+    Kel::Ptr<Qos::PolicyMapTypeHwStatus const> const& pmapType) {
+  _pmapType.notifierIs(*this, pmapType);
+}
+template <class Self, class Child>
+Kel::Ptr<Qos::PolicyMapTypeHwStatus const> CoppTypeSm<Self, Child>::pmapTypeDel() {
+  return _pmapType.notifierDel(*this);
+}
+
+template <class Self, class Child>
+void CoppTypeSm<Self, Child>::handleInitialized() {
+  if (auto t = trace(7, {__FILE__, Self::kInitialized.line, Self::kInitialized.function}))
+    t << Self::kInitialized.text;
+  handlePolicyMaps();
+}
+
+template <class Self, class Child>
+void CoppTypeSm<Self, Child>::handlePolicyMaps() {
+  auto const status = pmapType();
+  require(bool(status), "pmapType()");
+  for (auto const& [key, pmap] : Kel::walk(status->pmap())) handlePolicyMap(key);
+}
+
+template <class Self, class Child>
+void CoppTypeSm<Self, Child>::handlePolicyMap(Qos::PolicyMapHwStatusKey const& key) {
+  if (auto t = trace(7, {__FILE__, Self::kPolicyMap.line, Self::kPolicyMap.function}))
+    t << Self::kPolicyMap.text << key;
+}
+
+template <class Self, class Child>
+void CoppTypeSm<Self, Child>::doPrepareToDie() {
+  if (auto t = trace(7, {__FILE__, Self::kPrepareToDie.line, Self::kPrepareToDie.function}))
+    t << Self::kPrepareToDie.text;
+  for (auto const& [name, member] : _coppSm.walk()) coppSmDel(name);
+}
+
+template <class Self, class Child>
+std::string CoppTypeSm<Self, Child>::refusal(CoppTypeSm const& sm) {
+  return sm.pmapType() ? "" : "no type of policy maps is watched";
+}
+
+constinit Kel::TypeNode const CountersCoppTypeSm::_kelType = Kel::typeNode<CountersCoppTypeSm>();
+constinit Kel::TypeNode const CountersDynamicCoppTypeSm::_kelType =
+    Kel::typeNode<CountersDynamicCoppTypeSm>();
+
+template class CoppTypeSm<CountersCoppTypeSm, CountersCoppSm>;
+template class CoppTypeSm<CountersDynamicCoppTypeSm, CountersDynamicCoppSm>;
+
+}  // namespace Oru::Counters
