@@ -67,8 +67,15 @@ class Programs(unittest.TestCase):
             if self.agent.poll() is not None:
                 self.fail("the agent ended: " + self.what_it_said())
             agent = self.show()["agent"]
-            return agent["state"] == "running" and agent["pid"] == self.agent.pid
+            return (agent["state"] == "running" and agent["pid"] == self.agent.pid
+                    and self.answers())
         await_that("a running agent", running)
+
+    def answers(self):
+        """Whether the agent answers requests: by then it has all of its tables."""
+        asked = [PROGRAMS / "oru-counters", "--tables", self.tables, "get", "countersSm", "initialized"]
+        return subprocess.run(asked, capture_output=True, timeout=PATIENCE, check=False
+                              ).returncode == 0
 
     def stop_agent(self, how):
         """Its exit status, and what it wrote to standard error."""

@@ -174,16 +174,13 @@ class TablesOfAgents(Tables):
         def all_are(state_and_writer):
             return [self.state_and_writer(table) for table in AGENTS_TABLES] == (
                 [state_and_writer] * len(AGENTS_TABLES))
-        def start_agent():
-            """Ends when the agent has all of its tables: it takes them one by one."""
-            self.start_agent()
-            harness.await_that("writers", lambda: all_are(["ready", "running"]))
-        start_agent()
+        self.start_agent()
         listed = json.loads(self.tables_command("list", "--json")[0])["tables"]
         self.assertEqual(sorted(table["name"] for table in listed), AGENTS_TABLES)
+        self.assertTrue(all_are(["ready", "running"]))
         self.stop_agent(signal.SIGTERM)
         self.assertTrue(all_are(["detached", "none"]))
-        start_agent()
+        self.start_agent()
         self.stop_agent(signal.SIGKILL)
         harness.await_that("dead writers", lambda: all_are(["ready", "dead"]))
 
