@@ -308,6 +308,8 @@ class LinksComeAndGo(OnLinks):
         self.add_pair("eth2", "eth3")
         self.listen("eth1")
         self.listen("eth3")
+        for link in ("eth0", "eth2"):
+            self.ip(f"link set {link} alias was-{link}")
         config = pathlib.Path(self.tables, "agentd.toml")
         config.write_text('keep-counters = true\n'
                           '[names]\neth0 = "Ethernet1"\neth2 = "Ethernet2"\n')
@@ -324,6 +326,10 @@ class LinksComeAndGo(OnLinks):
             self.ip(f"link set {link} up")
         for link in ("eth0", "eth1", "eth2", "eth3"):
             await_that(f"{link} up", lambda link=link: self.kernel_says(link)["operstate"] == "UP")
+        # What is sent before the agent has heard of a name is counted for the one it knew.
+        for name, alias in (("Ethernet1", "was-eth2"), ("Ethernet2", "was-eth0")):
+            await_that(f"{alias} as {name}",
+                       lambda name=name, alias=alias: self.link(name)["alias"] == alias)
         self.send("eth0", "eth3", 3, 100)
         self.send("eth2", "eth1", 4, 100)
         self.assert_counted("Ethernet1", outUcastPkts=13, outOctets=1300)
