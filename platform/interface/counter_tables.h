@@ -18,6 +18,7 @@ inline constexpr std::string_view kIntfQueueCounters = "intfQueueCounters";
 inline constexpr std::string_view kIntfClearQueueCounters = "intfClearQueueCounters";
 inline constexpr std::string_view kAclDropCounters = "aclDropCounters";
 inline constexpr std::string_view kIntfDescriptions = "intfDescriptions";
+inline constexpr std::string_view kVlanIntfCounters = "vlanIntfCounters";
 
 // The interface's row; for an absent one, a default row under its name.
 template <class Table>

@@ -8,31 +8,11 @@
 
 #include "platform/glim/record.h"
 #include "platform/interface/eth_counters.h"
+#include "platform/interface/row_text.h"
 #include "platform/interface/statistics.h"
 #include "platform/pekt/intf_id.h"
 
 namespace Interface {
-
-// Zero-padded text of a row; longer text is cut at a UTF-8 boundary.
-template <std::size_t size>
-struct RowText {
-  std::array<char, size> bytes{};
-
-  RowText() = default;
-  RowText(std::string_view text) {
-    std::size_t length = text.size() < size ? text.size() : size;
-    while (length < text.size() && length > 0 &&
-           (static_cast<unsigned char>(text[length]) & 0xc0u) == 0x80u)
-      --length;
-    for (std::size_t i = 0; i < length; ++i) bytes[i] = text[i];
-  }
-  std::string_view view() const {
-    std::size_t length = 0;
-    while (length < size && bytes[length] != '\0') ++length;
-    return {bytes.data(), length};
-  }
-  bool operator==(RowText const&) const = default;
-};
 
 // The counters of an EthIntfCounterGlim row by their names in the table's schema: those of
 // IntfStatistics, then the plain ones and the six arrays of EthStatistics.

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "platform/kel/exceptions.h"
+#include "platform/pekt/word_hash.h"
 
 namespace Pekt {
 namespace {
@@ -58,10 +59,7 @@ std::string_view IntfId::view() const {
 }
 
 std::uint32_t IntfId::hash() const {
-  auto const words = std::bit_cast<std::array<std::uint64_t, sizeof(IntfId) / 8>>(*this);
-  std::uint64_t h = 0;
-  for (std::uint64_t const word : words) h = (std::rotl(h, 23) ^ word) * 0x9e3779b97f4a7c15u;
-  return static_cast<std::uint32_t>(h >> 32);
+  return wordHash(std::bit_cast<std::array<std::uint64_t, sizeof(IntfId) / 8>>(*this));
 }
 
 bool IntfId::operator<(IntfId const& other) const {

@@ -9,6 +9,7 @@
 #include "platform/bridging/vlan_counter_tables.h"
 #include "platform/glim/reader.h"
 #include "platform/interface/counter_tables.h"
+#include "platform/qos/copp_class_tables.h"
 #include "tests/support/temporary_tables.h"
 
 namespace {
@@ -64,6 +65,14 @@ struct VlanSnapshots {
   static constexpr auto del = &Table::vlanCounterSnapshotDel;
   static constexpr auto commit = &Table::vlanCounterSnapshotCommit;
   static std::vector<VlanId> keys() { return {VlanId(1), VlanId(256), VlanId(1024)}; }
+};
+
+struct PolicingClassCounters {
+  using Table = Qos::AllCoppClassCounter;
+  static constexpr auto put = &Table::counterIs;
+  static constexpr auto del = &Table::counterDel;
+  static constexpr auto commit = &Table::commit;
+  static std::vector<Qos::CoppClassName> keys() { return {"bgp", "icmp", "ospf"}; }
 };
 
 template <class Named>
@@ -123,7 +132,7 @@ class PublishedTable : public testing::Test {
 };
 
 using Tables = testing::Types<EthernetCounters, VlanInterfaceCounters, QueueCounters, DropCounters,
-                              VlanCounters, VlanSnapshots>;
+                              VlanCounters, VlanSnapshots, PolicingClassCounters>;
 TYPED_TEST_SUITE(PublishedTable, Tables);
 
 TYPED_TEST(PublishedTable, FindsTheRecordThatWasWritten) {
