@@ -7,184 +7,16 @@ Tests with links run in a network namespace of their own, for which they need to
 it they are skipped, and if nothing else was asked for the exit status is 77.
 """
 
-import ctypes
-import json
 import os
 import pathlib
 import re
 import shutil
 import signal
-import socket
 import subprocess
-import sys
-import tempfile
 import time
-import unittest
 
-PROGRAMS = pathlib.Path(".")
-PATIENCE = 60.0  # seconds; only a test that fails waits this long
-CLONE_NEWNET = 0x40000000
-ETH_P_ALL = 3
-# The local experimental EtherType: nobody answers it.
-EXPERIMENTAL = b"\x88\xb5"
-
-
-def await_that(what, condition):
-    """The first true value that CONDITION answers; a failure that says WHAT after PATIENCE."""
-    deadline = time.monotonic() + PATIENCE
-    while True:
-        value = condition()
-        if value:
-            return value
-        if time.monotonic() > deadline:
-            raise AssertionError(f"waited {PATIENCE} s in vain for: {what}")
-
-
-class Programs(unittest.TestCase):
-    """Tables in a directory of their own, an agent that writes them, and what the reader shows."""
-
-    CHIP = []
-
-    def setUp(self):
-        if not os.path.isdir("/dev/shm"):
-            self.skipTest("there is no /dev/shm")
-        self.tables = tempfile.mkdtemp(prefix="oru-end-to-end-", dir="/dev/shm")
-        self.addCleanup(shutil.rmtree, self.tables, ignore_errors=True)
-        # A file: whoever writes to a pipe that nobody empties comes to a halt.
-        self.said = self.enterContext(tempfile.TemporaryFile("w+"))
-        self.agent = None
-        self.addCleanup(lambda: self.agent and self.stop_agent(signal.SIGKILL))
-
-    def agent_command(self, *options):
-        return [PROGRAMS / "oru-agentd", "--tables", self.tables, *options]
-
-    def start_agent(self, *options):
-        self.said.seek(0)
-        self.said.truncate()
-        self.agent = subprocess.Popen(self.agent_command("--period", "0.05", *self.CHIP, *options),
-                                      stderr=self.said)
-        def running():
-            if self.agent.poll() is not None:
-                self.fail("the agent ended: " + self.what_it_said())
-            agent = self.show()["agent"]
-            return (agent["state"] == "running" and agent["pid"] == self.agent.pid
-                    and self.answers())
-        await_that("a running agent", running)
-
-    def answers(self):
-        """Whether the agent answers requests: by then it has all of its tables."""
-        asked = [PROGRAMS / "oru-counters", "--tables", self.tables, "get", "countersSm", "initialized"]
-        return subprocess.run(asked, capture_output=True, timeout=PATIENCE, check=False
-                              ).returncode == 0
-
-    def stop_agent(self, how):
-        """Its exit status, and what it wrote to standard error."""
-        self.agent.send_signal(how)
-        return self.await_the_agents_end()
-
-    def await_the_agents_end(self):
-        """Its exit status, and what it wrote to standard error."""
-        status = self.agent.wait(timeout=PATIENCE)
-        self.agent = None
-        return status, self.what_it_said()
-
-    def what_it_said(self):
-        self.said.seek(0)
-        return self.said.read()
-
-    def show(self):
-        """What the reader shows, whatever it thinks of it."""
-        shown = subprocess.run(
-            [PROGRAMS / "oru-counters", "--tables", self.tables, "show", "interfaces", "--json"],
-            capture_output=True, text=True, timeout=PATIENCE, check=False)
-        try:
-            return json.loads(shown.stdout)
-        except json.JSONDecodeError:
-            self.fail(f"no JSON from the reader, exit {shown.returncode}: {shown.stderr}")
-
-    def link(self, name):
-        """The shown interface of this name, in the kernel or its own; None if there is none."""
-        for interface in self.show()["interfaces"]:
-            if name in (interface["kernelName"], interface["name"]):
-                return interface
-        return None
-
-    def await_interfaces(self, *names):
-        """Exactly these are shown, by their names in the kernel or else their own."""
-        def shown():
-            return sorted(each["kernelName"] or each["name"] for each in self.show()["interfaces"])
-        await_that(f"the interfaces {names}", lambda: shown() == sorted(names))
-
-    def polled(self, name):
-        """The interface as polled at some time after this call."""
-        called = time.time()
-        def recent():
-            interface = self.link(name)
-            return interface and (interface["lastUpdate"] or 0.0) > called and interface
-        return await_that(f"a poll of {name}", recent)
-
-    def assert_counted(self, name, **counted):
-        """These counters are so, and every other one that is counted is 0."""
-        def flat(counters):
-            for counter, value in counters.items():
-                if isinstance(value, list):
-                    yield from ((f"{counter}[{i}]", one) for i, one in enumerate(value))
-                else:
-                    yield counter, value
-        counters = dict(flat(self.polled(name)["counters"]))
-        self.assertEqual({each: value for each, value in counters.items() if value}, counted)
-
-
-class OnLinks(Programs):
-    """In a network namespace in which nothing sends but the test."""
-
-    def setUp(self):
-        super().setUp()
-        if os.geteuid() != 0:
-            self.skipTest("a network namespace of one's own needs root")
-        if not shutil.which("ip"):
-            self.skipTest("there is no ip(8)")
-        self.enter_new_namespace()
-
-    def enter_new_namespace(self):
-        libc = ctypes.CDLL(None, use_errno=True)
-        if libc.unshare(CLONE_NEWNET) != 0:
-            self.skipTest("no network namespace: " + os.strerror(ctypes.get_errno()))
-        no_ipv6 = pathlib.Path("/proc/sys/net/ipv6/conf/default/disable_ipv6")
-        if no_ipv6.exists():  # neighbour discovery would send
-            no_ipv6.write_text("1")
-
-    def ip(self, command):
-        subprocess.run(["ip", *command.split()], check=True, timeout=PATIENCE)
-
-    def add_pair(self, one, other):
-        """Two links that are each other's wire, up."""
-        self.ip(f"link add {one} type veth peer name {other}")
-        for link in (one, other):
-            self.ip(f"link set {link} arp off up")
-        for link in (one, other):
-            # The kernel drops what is sent before the link's queues are attached.
-            await_that(f"{link} up", lambda link=link: self.kernel_says(link)["operstate"] == "UP")
-
-    def kernel_says(self, link):
-        out = subprocess.run(["ip", "-json", "link", "show", link], check=True, timeout=PATIENCE,
-                             capture_output=True).stdout
-        return json.loads(out)[0]
-
-    def listen(self, link):
-        """Takes what arrives: the kernel counts what nobody takes as dropped."""
-        listener = socket.socket(socket.AF_PACKET, socket.SOCK_RAW, socket.htons(ETH_P_ALL))
-        self.addCleanup(listener.close)
-        listener.bind((link, ETH_P_ALL))
-
-    def send(self, link, peer, count, size):
-        destination = bytes.fromhex(self.kernel_says(peer)["address"].replace(":", ""))
-        source = bytes.fromhex(self.kernel_says(link)["address"].replace(":", ""))
-        frame = (destination + source + EXPERIMENTAL).ljust(size, b"\0")
-        with socket.socket(socket.AF_PACKET, socket.SOCK_RAW, 0) as sender:
-            sender.bind((link, 0))
-            for _ in range(count):
-                self.assertEqual(sender.send(frame), size)
+import harness
+from harness import PATIENCE, OnLinks, Programs, await_that
 
 
 class CountsOnLinks(OnLinks):
@@ -487,7 +319,7 @@ class WithoutHardware(Programs):
 
     def test_help_and_version_are_answered(self):
         for option, pattern in (("--help", r"--period SECONDS"), ("--version", r"\d+\.\d+\.\d+")):
-            agent = subprocess.run([PROGRAMS / "oru-agentd", option], capture_output=True,
+            agent = subprocess.run([harness.PROGRAMS / "oru-agentd", option], capture_output=True,
                                    text=True, timeout=PATIENCE, check=True)
             self.assertTrue(re.search(pattern, agent.stdout), agent.stdout)
             self.assertEqual(agent.stderr, "")
@@ -565,20 +397,5 @@ class WithoutHardware(Programs):
         self.assertLess(used, 0.1)
 
 
-def main():
-    if len(sys.argv) < 2:
-        sys.exit(__doc__)
-    global PROGRAMS
-    PROGRAMS = pathlib.Path(sys.argv[1]).resolve()
-    program = unittest.main(argv=sys.argv[:1] + sys.argv[2:], exit=False)
-    result = program.result
-    if not result.wasSuccessful():
-        sys.exit(1)
-    if result.testsRun == len(result.skipped) and result.skipped:
-        for test, why in result.skipped:
-            print(f"skipped: {why}", file=sys.stderr)
-        sys.exit(77)
-
-
 if __name__ == "__main__":
-    main()
+    harness.main()

@@ -4,32 +4,12 @@
   clearing_test.py PROGRAMS [TEST...]    PROGRAMS is the folder that oru-agentd and oru-counters are in
 """
 
-import json
-import pathlib
 import signal
-import subprocess
-import sys
-import unittest
 
-sys.path.insert(0, str(pathlib.Path(__file__).parent))
-
-import agent_and_reader_test as harness  # noqa: E402
+import harness
+from harness import Reader
 
 COUNTERS = ("pkts", "octets", "dropPkts", "dropOctets")
-
-
-class Reader:
-    def command(self, *arguments):
-        run = subprocess.run(
-            [harness.PROGRAMS / "oru-counters", "--tables", self.tables, *arguments],
-            capture_output=True, text=True, timeout=harness.PATIENCE, check=False)
-        self.assertEqual(run.returncode, 0, run.stdout + run.stderr)
-        return run.stdout
-
-    def shown(self, what):
-        """By the interfaces' names."""
-        everything = json.loads(self.command("show", what, "--json"))
-        return {each["kernelName"] or each["name"]: each for each in everything["interfaces"]}
 
 
 class OnASimulatedChip(Reader, harness.Programs):
@@ -146,16 +126,5 @@ class ShownQueuesAndDrops(OnASimulatedChip):
                 self.assertIn("stale", self.command("show", what))
 
 
-def main():
-    if len(sys.argv) < 2:
-        sys.exit(__doc__)
-    harness.PROGRAMS = pathlib.Path(sys.argv[1]).resolve()
-    result = unittest.main(argv=sys.argv[:1] + sys.argv[2:], exit=False).result
-    if not result.wasSuccessful():
-        sys.exit(1)
-    if result.testsRun and len(result.skipped) == result.testsRun:
-        sys.exit(77)
-
-
 if __name__ == "__main__":
-    main()
+    harness.main()

@@ -13,8 +13,8 @@ import socket
 import stat
 import subprocess
 
-import agent_and_reader_test as base
-from agent_and_reader_test import OnLinks, PATIENCE, Programs, await_that
+import harness
+from harness import PATIENCE, OnLinks, Programs, await_that
 
 NOBODY = 65534
 OK, USAGE, UNKNOWN_NAME, NO_AGENT, NO_PERMISSION, REFUSED, WRONG_ARGUMENTS, AGENT_FAILED = (
@@ -29,7 +29,7 @@ class Asking(Programs):
 
     def run_reader(self, *arguments, user=None, tables=None):
         return subprocess.run(
-            [base.PROGRAMS / "oru-counters", "--tables", tables or self.tables, *arguments],
+            [harness.PROGRAMS / "oru-counters", "--tables", tables or self.tables, *arguments],
             capture_output=True, text=True, timeout=PATIENCE, check=False, user=user,
             extra_groups=None if user is None else [])
 
@@ -282,4 +282,4 @@ class ClearedOnLinks(Asking, OnLinks):
 
 
 if __name__ == "__main__":
-    base.main()
+    harness.main()

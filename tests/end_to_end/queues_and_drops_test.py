@@ -16,9 +16,8 @@ import signal
 import socket
 import subprocess
 
-import agent_and_reader_test as base
-from agent_and_reader_test import OnLinks, PATIENCE, await_that
-from clearing_test import Reader
+import harness
+from harness import PATIENCE, OnLinks, Reader, await_that
 
 CLONE_NEWNS = 0x00020000
 # The experimental EtherTypes; the filter of these tests drops the second, and rules of nftables the
@@ -78,7 +77,7 @@ class OnQueues(Reader, OnLinks):
     def dump(self, table, link):
         """The link's row of the table, None if it has none."""
         number = self.kernel_says(link)["ifindex"]
-        shown = subprocess.run([base.PROGRAMS / "oru-counters", "--tables", self.tables, "tables",
+        shown = subprocess.run([harness.PROGRAMS / "oru-counters", "--tables", self.tables, "tables",
                                 "dump", table, "--json"], capture_output=True, text=True,
                                timeout=PATIENCE, check=False)
         rows = json.loads(shown.stdout)["rows"]
@@ -199,7 +198,7 @@ class QueuesAndDrops(OnQueues):
     def await_no_rows(self, table):
         def rows():
             shown = subprocess.run(
-                [base.PROGRAMS / "oru-counters", "--tables", self.tables, "tables", "dump", table,
+                [harness.PROGRAMS / "oru-counters", "--tables", self.tables, "tables", "dump", table,
                  "--json"], capture_output=True, text=True, timeout=PATIENCE, check=False)
             return json.loads(shown.stdout)["rows"]
         await_that(f"no rows in {table}", lambda: not rows())
@@ -210,7 +209,7 @@ class QueuesSinceAClear(OnQueues):
         super().start_agent(*options)
         # It hears of clears when it knows its interfaces, which is after its first heartbeat.
         await_that("an answer", lambda: subprocess.run(
-            [base.PROGRAMS / "oru-counters", "--tables", self.tables, "ls"], check=False,
+            [harness.PROGRAMS / "oru-counters", "--tables", self.tables, "ls"], check=False,
             capture_output=True, timeout=PATIENCE).returncode == 0)
 
     def test_a_clear_takes_what_was_sent_just_before_it(self):
@@ -301,4 +300,4 @@ class DropsOfNftables(OnQueues):
 
 
 if __name__ == "__main__":
-    base.main()
+    harness.main()

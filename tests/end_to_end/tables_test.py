@@ -13,12 +13,11 @@ import signal
 import subprocess
 import sys
 import time
-import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-sys.path[:0] = [str(ROOT / "examples"), str(pathlib.Path(__file__).parent)]
+sys.path.insert(0, str(ROOT / "examples"))
 
-import agent_and_reader_test as harness  # noqa: E402
+import harness  # noqa: E402
 import table_reader  # noqa: E402
 
 # Those with a row for each interface, and all.
@@ -250,14 +249,5 @@ class TablesOfAgents(Tables):
         self.assertIn("a table of IntfDescription", aside[0]["text"])
 
 
-def main():
-    if len(sys.argv) < 2:
-        sys.exit(__doc__)
-    harness.PROGRAMS = pathlib.Path(sys.argv[1]).resolve()
-    program = unittest.main(argv=sys.argv[:1] + sys.argv[2:], exit=False)
-    if not program.result.wasSuccessful():
-        sys.exit(1)
-
-
 if __name__ == "__main__":
-    main()
+    harness.main()
