@@ -1,5 +1,8 @@
 #include "counters/copp/copp_type_sm.h"
 
+#include <sstream>
+#include <utility>
+
 #include "counters/pollers/unit.h"
 #include "platform/kel/walk.h"
 
@@ -69,6 +72,24 @@ void CoppTypeSm<Self, Child>::doPrepareToDie() {
 template <class Self, class Child>
 std::string CoppTypeSm<Self, Child>::refusal(CoppTypeSm const& sm) {
   return sm.pmapType() ? "" : "no type of policy maps is watched";
+}
+
+template <class Self, class Child>
+void CoppTypeSm<Self, Child>::coppSmNamed(CoppTypeSm& sm, Kel::Name const& name,
+                                          Qos::Direction direction) {
+  auto const status = sm.pmapType();
+  if (!status) Kel::throwRangeException(refusal(sm));
+  auto const& there = status->pmap();
+  if (auto const at = there.find({name, direction}); at != there.end()) {
+    sm.coppSmIs(name, at->second, sm.platformHelper());
+    return;
+  }
+  std::ostringstream text;
+  text << "there is no policy map " << name << ' ' << direction << "; there are: ";
+  char const* separator = "";
+  for (auto const& [key, pmap] : there) text << std::exchange(separator, ", ") << key;
+  if (there.empty()) text << "none";
+  Kel::throwRangeException(text.str());
 }
 
 constinit Kel::TypeNode const CountersCoppTypeSm::_kelType = Kel::typeNode<CountersCoppTypeSm>();

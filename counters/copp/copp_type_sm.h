@@ -67,13 +67,25 @@ class CoppTypeSm : public Kel::StateMachine<Self, Kel::ReactorOwner> {
                          Kel::value("initialized", &Sm::initialized, &Sm::initializedIs),
                          Kel::operation("handlePolicyMap", &Sm::handlePolicyMap),
                          Kel::operation("doPrepareToDie", &Sm::doPrepareToDie),
-                         Kel::operation("handleInitialized", &Sm::handleInitialized, &Sm::refusal));
+                         Kel::operation("handleInitialized", &Sm::handleInitialized, &Sm::refusal),
+                         Kel::operation("coppSmIs", &Sm::coppSmInputNamed),
+                         Kel::operation("coppSmIs", &Sm::coppSmNamed),
+                         Kel::operation("coppSmDel", &Sm::coppSmDel),
+                         Kel::operation("coppSmDelAll", &Sm::coppSmDelAll));
   }
 
  private:
   class KelPmapType;
 
   static std::string refusal(CoppTypeSm const& sm);
+
+  // coppSmIs for tools, which can name a policy map but not hand one over: one of those watched, by
+  // its name and direction, with this object's helper. Throw Kel::RangeException where there is
+  // none.
+  static void coppSmNamed(CoppTypeSm& sm, Kel::Name const& name, Qos::Direction direction);
+  static void coppSmInputNamed(CoppTypeSm& sm, Kel::Name const& name) {
+    coppSmNamed(sm, name, Qos::Direction::input);
+  }
 
   Kel::Input<KelPmapType, Qos::PolicyMapTypeHwStatus const> _pmapType;
   Kel::Ptr<OruHelper::OruHelperCountersSm> const _platformHelper;

@@ -117,6 +117,13 @@ constexpr auto operation(
   return Operation<void (Sm::*)(Args...), decltype(refusal)>{name, function, refusal};
 }
 
+// An order of which an argument has no text form, such as an object: tools call `adapter` in its
+// place. It finds what their texts name, and throws RangeException where there is no such thing.
+template <class Sm, class... Args>
+constexpr auto operation(std::string_view name, void (*adapter)(Sm&, Args...)) {
+  return Operation<void (*)(Sm&, Args...)>{name, adapter, nullptr};
+}
+
 template <class... Items>
 struct Description {
   std::string_view typeName;
@@ -250,24 +257,26 @@ struct Reflected {
   }
   static void set(PtrInterface& o, std::string_view text) { setWith(o, text, item().set); }
 
+  // What an operation is given besides the object.
   template <class C, class... Args>
-  static constexpr std::size_t arity(void (C::*)(Args...)) {
-    return sizeof...(Args);
+  static std::tuple<std::decay_t<Args>...> argumentsOf(void (C::*)(Args...));
+  template <class C, class... Args>
+  static std::tuple<std::decay_t<Args>...> argumentsOf(void (*)(C&, Args...));
+
+  static constexpr std::size_t arity() {
+    return std::tuple_size_v<decltype(argumentsOf(item().function))>;
   }
-  template <class C, class... Args>
-  static void invokeWith(PtrInterface& o, Attribute::Texts texts, void (C::*function)(Args...)) {
+  static void invoke(PtrInterface& o, Attribute::Texts texts) {
+    using Arguments = decltype(argumentsOf(item().function));
     [&]<std::size_t... n>(std::index_sequence<n...>) {
-      std::tuple<std::decay_t<Args>...> arguments{fromStrep<std::decay_t<Args>>(texts[n])...};
+      Arguments arguments{fromStrep<std::tuple_element_t<n, Arguments>>(texts[n])...};
       if constexpr (!std::is_null_pointer_v<decltype(item().refusal)>) {
         std::string const why = item().refusal(self(o), std::get<n>(arguments)...);
         if (!why.empty()) throwRangeException(why);
       }
-      (self(o).*function)(std::get<n>(std::move(arguments))...);
+      std::invoke(item().function, self(o), std::get<n>(std::move(arguments))...);
     }
-    (std::index_sequence_for<Args...>{});
-  }
-  static void invoke(PtrInterface& o, Attribute::Texts texts) {
-    invokeWith(o, texts, item().function);
+    (std::make_index_sequence<arity()>{});
   }
 
   static auto const& members(PtrInterface const& o) { return self(o).*(item().members); }
@@ -296,7 +305,7 @@ struct Reflected {
       if constexpr (!std::is_null_pointer_v<decltype(item().set)>) a.set = &set;
     if constexpr (IsOperation<Item>) {
       a.kind = AttributeKind::operation;
-      a.arity = arity(item().function);
+      a.arity = arity();
       a.invoke = &invoke;
     } else if constexpr (IsCollection<Item>) {
       a.kind = AttributeKind::collection;

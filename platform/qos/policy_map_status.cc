@@ -1,5 +1,7 @@
 #include "platform/qos/policy_map_status.h"
 
+#include <sstream>
+
 #include "platform/kel/exceptions.h"
 
 namespace Qos {
@@ -18,14 +20,19 @@ std::ostream& operator<<(std::ostream& out, Direction direction) {
   return out << static_cast<unsigned>(direction);
 }
 
+Direction directionOf(std::string_view text) {
+  if (text == "input") return Direction::input;
+  if (text == "output") return Direction::output;
+  Kel::throwRangeException("'" + std::string(text) + "' is neither input nor output");
+}
+
 PolicyMapHwStatusKey::PolicyMapHwStatusKey(std::string const& text) {
   auto const blank = text.rfind(' ');
-  std::string const last = blank == std::string::npos ? std::string() : text.substr(blank + 1);
-  if (last != "input" && last != "output")
+  if (blank == std::string::npos)
     Kel::throwRangeException("'" + text +
                              "' is not a policy map's name, a blank, and input or output");
   name = text.substr(0, blank);
-  direction = last == "input" ? Direction::input : Direction::output;
+  direction = directionOf(std::string_view(text).substr(blank + 1));
 }
 
 std::ostream& operator<<(std::ostream& out, PolicyMapHwStatusKey const& key) {
@@ -64,3 +71,9 @@ void PolicyMapTypes::pmapTypeDelAll() {
 }
 
 }  // namespace Qos
+
+std::string Kel::Strep<Qos::Direction>::to(Qos::Direction direction) {
+  std::ostringstream out;
+  out << direction;
+  return out.str();
+}

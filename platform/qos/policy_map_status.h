@@ -4,9 +4,11 @@
 #include <cstdint>
 #include <ostream>
 #include <string>
+#include <string_view>
 
 #include "platform/kel/dir.h"
 #include "platform/kel/notifier.h"
+#include "platform/kel/strep.h"
 #include "platform/kel/text.h"
 
 namespace Qos {
@@ -18,6 +20,8 @@ std::ostream& operator<<(std::ostream& out, MapType type);
 // Which packets a policy map is for.
 enum class Direction : std::uint8_t { input = 0, output = 1 };
 std::ostream& operator<<(std::ostream& out, Direction direction);
+// "input" or "output". Throws Kel::RangeException for other texts.
+Direction directionOf(std::string_view text);
 
 // What a policy map is filed under. Its text, read and written: "copp-system-policy input".
 struct PolicyMapHwStatusKey {
@@ -152,3 +156,10 @@ class AclSliceHwStatus : public PolicyMapTypes {
 };
 
 }  // namespace Qos
+
+// Tools read and write it as a word.
+template <>
+struct Kel::Strep<Qos::Direction> {
+  static std::string to(Qos::Direction direction);
+  static Qos::Direction from(std::string_view text) { return Qos::directionOf(text); }
+};

@@ -162,7 +162,8 @@ TYPED_TEST(CoppTypeSm, DeclaresItsAttributes) {
   Calls names;
   for (auto const& a : TypeParam::_kelType.attributes()) names.emplace_back(a.name);
   EXPECT_EQ(names, (Calls{"pmapType", "platformHelper", "coppSm", "coppPMapName", "initialized",
-                          "handlePolicyMap", "doPrepareToDie", "handleInitialized"}));
+                          "handlePolicyMap", "doPrepareToDie", "handleInitialized", "coppSmIs",
+                          "coppSmIs", "coppSmDel", "coppSmDelAll"}));
   Support::TraceCapture const trace(Oru::Counters::_defaultTraceHandle());
   Kel::invoke(*this->sut, "handlePolicyMap", {"copp-system-policy output"});
   EXPECT_EQ(trace.lines(), Calls{this->tracedKey("copp-system-policy output")});
@@ -173,6 +174,76 @@ TYPED_TEST(CoppTypeSm, DeclaresItsAttributes) {
 TYPED_TEST(CoppTypeSm, ByNameNothingIsWalkedWithoutAType) {
   this->sut->pmapTypeDel();
   EXPECT_THROW(Kel::invoke(*this->sut, "handleInitialized"), Kel::RangeException);
+}
+
+// --- members by name: tools cannot hand a policy map over ---
+
+TYPED_TEST(CoppTypeSm, ByNameAMemberIsMadeOfTheWatchedPolicyMapForInput) {
+  auto const other = Kel::make<Qos::PolicyMapHwStatus>();
+  this->pmapType->pmapIs({"qos-a", Direction::output}, other);
+  this->pmapType->pmapIs({"qos-a", Direction::input}, this->pmap);
+  Kel::invoke(*this->sut, "coppSmIs", {"qos-a"});
+  auto const member = this->sut->coppSm("qos-a");
+  ASSERT_TRUE(member);
+  EXPECT_EQ(member->pmap(), this->pmap);
+  EXPECT_EQ(member->platformHelper(), this->helper);
+  EXPECT_EQ(Kel::iterKey(*this->sut, "coppSm"), Calls{"qos-a"});
+  this->pmap->cmapIs("copp-bgp", {});
+  EXPECT_EQ(this->log.calls(), Calls{"resetCpuQueueCounters copp-bgp"});
+}
+
+TYPED_TEST(CoppTypeSm, ByNameADirectionPicksThePolicyMap) {
+  this->pmapType->pmapIs({"qos-a", Direction::input}, Kel::make<Qos::PolicyMapHwStatus>());
+  this->pmapType->pmapIs({"qos-a", Direction::output}, this->pmap);
+  Kel::invoke(*this->sut, "coppSmIs", {"qos-a", "output"});
+  ASSERT_TRUE(this->sut->coppSm("qos-a"));
+  EXPECT_EQ(this->sut->coppSm("qos-a")->pmap(), this->pmap);
+}
+
+TYPED_TEST(CoppTypeSm, ByNameAPolicyMapThatThereIsNotIsRefusedWithThoseThatThereAre) {
+  auto const refusal = [&](std::vector<std::string> const& arguments) {
+    try {
+      Kel::invoke(*this->sut, "coppSmIs", arguments);
+      return std::string("made");
+    } catch (Kel::RangeException const& e) {
+      return std::string(e.what());
+    }
+  };
+  EXPECT_EQ(refusal({"qos-a"}), "there is no policy map qos-a input; there are: none");
+  this->pmapType->pmapIs({"qos-a", Direction::output}, this->pmap);
+  this->pmapType->pmapIs({"qos-b", Direction::input}, this->pmap);
+  EXPECT_EQ(refusal({"qos-a"}),
+            "there is no policy map qos-a input; there are: qos-a output, qos-b input");
+  EXPECT_EQ(refusal({"qos-a", "inward"}), "'inward' is neither input nor output");
+  EXPECT_EQ(refusal({}), "coppSmIs takes 1 or 2 arguments, not 0");
+  this->sut->pmapTypeDel();
+  EXPECT_EQ(refusal({"qos-b"}), "no type of policy maps is watched");
+  EXPECT_EQ(this->sut->coppSm().size(), 0u);
+}
+
+TYPED_TEST(CoppTypeSm, ByNameAMemberIsMadeOnceAndRefusedOfAnotherPolicyMap) {
+  this->pmapType->pmapIs({"qos-a", Direction::input}, this->pmap);
+  Kel::invoke(*this->sut, "coppSmIs", {"qos-a"});
+  auto const member = this->sut->coppSm("qos-a");
+  EXPECT_NO_THROW(Kel::invoke(*this->sut, "coppSmIs", {"qos-a", "input"}));
+  this->pmapType->pmapIs({"qos-a", Direction::output}, Kel::make<Qos::PolicyMapHwStatus>());
+  EXPECT_THROW(Kel::invoke(*this->sut, "coppSmIs", {"qos-a", "output"}), Kel::NameInUseException);
+  EXPECT_EQ(this->sut->coppSm("qos-a"), member);
+  EXPECT_EQ(member->pmap(), this->pmap);
+}
+
+TYPED_TEST(CoppTypeSm, ByNameMembersAreDeletedOneByOneOrAll) {
+  for (auto const* name : {"a", "b", "c"}) this->addMember(name);
+  Kel::invoke(*this->sut, "coppSmDel", {"b"});
+  Kel::invoke(*this->sut, "coppSmDel", {"nope"});
+  EXPECT_EQ(this->sut->coppSm().size(), 2u);
+  EXPECT_FALSE(this->sut->coppSm("b"));
+  Kel::invoke(*this->sut, "coppSmDelAll");
+  EXPECT_EQ(this->sut->coppSm().size(), 0u);
+  this->addMember("a");
+  Kel::invoke(*this->sut, "doPrepareToDie");
+  EXPECT_EQ(this->sut->coppSm().size(), 0u);
+  EXPECT_EQ(this->log.calls(), Calls{});
 }
 
 TYPED_TEST(CoppTypeSmDeathTest, AWalkWithoutATypeEndsTheProcess) {

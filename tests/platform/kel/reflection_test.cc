@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <map>
 
 #include "platform/kel/exceptions.h"
 #include "platform/kel/strep.h"
@@ -204,6 +205,48 @@ TEST(ReflectionOfRequirements, AsksNothingWhereTheArgumentsCannotBeRead) {
   auto const sut = Kel::instance<Gate>();
   EXPECT_THROW(Kel::invoke(*sut, "pass", {"wide", "cow"}), RangeException);
   EXPECT_THROW(Kel::invoke(*sut, "pass", {"4"}), RangeException);
+}
+
+// A machine with an order that takes an object, which tools name.
+class Dock : public Kel::StateMachine<Dock, Kel::ReactorOwner> {
+ public:
+  void shipIs(Kel::Ptr<Config> const& ship, Kel::String berth) {
+    ships.push_back(ship);
+    berths.push_back(berth.str());
+  }
+  static constexpr auto kelDescription() {
+    return Kel::describe("KelTest::Dock", Kel::operation("shipIs", &Dock::shipNamed),
+                         Kel::operation("shipIs", &Dock::anyShip));
+  }
+  static Kel::TypeNode const _kelType;
+
+  std::map<std::string, Kel::Ptr<Config>> known{{"ark", Kel::make<Config>()}};
+  std::vector<Kel::Ptr<Config>> ships;
+  std::vector<std::string> berths;
+
+ private:
+  static void shipNamed(Dock& dock, Kel::Name const& name, Kel::String berth) {
+    auto const at = dock.known.find(std::string(name.view()));
+    if (at == dock.known.end()) Kel::throwRangeException("no such ship");
+    dock.shipIs(at->second, berth);
+  }
+  static void anyShip(Dock& dock) { dock.shipIs(dock.known.begin()->second, "any"); }
+};
+constinit Kel::TypeNode const Dock::_kelType = Kel::typeNode<Dock>();
+
+TEST(ReflectionOfAdapters, CallsTheAdapterOfItsNumberOfArguments) {
+  auto const sut = Kel::instance<Dock>();
+  Kel::invoke(*sut, "shipIs", {"ark", "north"});
+  Kel::invoke(*sut, "shipIs");
+  EXPECT_EQ(sut->ships, (std::vector{sut->known["ark"], sut->known["ark"]}));
+  EXPECT_EQ(sut->berths, (std::vector<std::string>{"north", "any"}));
+}
+
+TEST(ReflectionOfAdapters, PassesOnWhatTheAdapterDoesNotFind) {
+  auto const sut = Kel::instance<Dock>();
+  EXPECT_THROW(Kel::invoke(*sut, "shipIs", {"raft", "north"}), RangeException);
+  EXPECT_THROW(Kel::invoke(*sut, "shipIs", {"ark"}), RangeException);
+  EXPECT_TRUE(sut->ships.empty());
 }
 
 TEST(TypeNode, ListsTheAttributesInDeclarationOrderWithTheirKinds) {

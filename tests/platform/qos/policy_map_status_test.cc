@@ -78,6 +78,14 @@ TEST(MapType, IsReadAndPrintedAsItsNumber) {
   EXPECT_THROW(Kel::fromStrep<MapType>("qos"), Kel::RangeException);
 }
 
+TEST(Direction, ReadsAndWritesItsWord) {
+  for (Direction const direction : {Direction::input, Direction::output})
+    EXPECT_EQ(Kel::fromStrep<Direction>(Kel::toStrep(direction)), direction);
+  EXPECT_EQ(Kel::toStrep(Direction::output), "output");
+  for (char const* const text : {"", "0", "Input", "input "})
+    EXPECT_THROW(Kel::fromStrep<Direction>(text), Kel::RangeException) << text;
+}
+
 TEST(MapType, CanBeTheKeyOfACollection) {
   EXPECT_LT(Kel::BucketKey<MapType>(MapType::pbr), Kel::BucketKey<MapType>(MapType::qos));
 }
