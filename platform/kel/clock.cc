@@ -6,30 +6,19 @@
 
 namespace Kel {
 
-void Clock::NotifieeConst::timeMinIs(Seconds when) {
-  if (std::isnan(when)) throwRangeException("a wake-up needs a time");  // it has no place in order
-  auto const* clock = static_cast<Clock const*>(baseNotifier().get());
-  if (!clock) {
-    _timeMin = when;
-    return;
-  }
-  WakeUp const wakeUp{when, ++clock->_sequence};
-  clock->_wakeUps.erase({_timeMin, _sequence});
-  clock->_wakeUps.emplace(wakeUp, this);
-  _timeMin = when;
-  _sequence = wakeUp.second;
+void requireTime(Seconds when) {
+  if (std::isnan(when)) throwRangeException("a wake-up needs a time");
 }
 
-void Clock::NotifieeConst::disarm() {
-  if (auto const* clock = static_cast<Clock const*>(baseNotifier().get()))
-    clock->_wakeUps.erase({_timeMin, _sequence});
-  _timeMin = 0.0;
-  _sequence = 0;
+void Clock::arm(Reactor& reactor) const {
+  reactor._sequence = ++_sequence;
+  _wakeUps.emplace(std::pair(reactor._timeMin, reactor._sequence), &reactor);
 }
 
-void Clock::NotifieeConst::notifierIs(Ptr<PtrInterface const> const& clock) {
-  disarm();
-  NotifieeOn<Clock>::notifierIs(clock);
+void Clock::disarm(Reactor& reactor) const {
+  if (reactor._sequence == 0) return;
+  _wakeUps.erase({reactor._timeMin, reactor._sequence});
+  reactor._sequence = 0;
 }
 
 void Clock::timeIs(Seconds now) {

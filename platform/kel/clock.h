@@ -6,10 +6,15 @@
 #include <map>
 #include <utility>
 
-#include "platform/kel/notifier.h"
-#include "platform/kel/system.h"
+#include "platform/kel/wake_up.h"
 
 namespace Kel {
+
+// What the clock keeps of a wake-up in its reactor.
+struct ClockTimer {
+  Seconds _timeMin = 0.0;
+  std::uint64_t _sequence = 0;  // of arming; 0: not armed
+};
 
 // A clock stands still until its owner sets its time; then it calls every
 // reactor whose wake-up is due, in order of wake-up time and, for equal times,
@@ -22,26 +27,7 @@ namespace Kel {
 // is armed during a run of the clock waits for the next run, even if it is due.
 class Clock : public Notifier {
  public:
-  class NotifieeConst : public NotifieeOn<Clock> {
-   public:
-    ~NotifieeConst() override { disarm(); }
-    // The clock has reached timeMin().
-    virtual void onTime() {}
-
-    // The wake-up set last, in seconds since the epoch; 0.0 before the first.
-    Seconds timeMin() const { return _timeMin; }
-    // Throws RangeException where `when` is not a number.
-    void timeMinIs(Seconds when);
-    // A wake-up belongs to one clock: it stays behind when the reactor moves on.
-    void notifierIs(Ptr<PtrInterface const> const& clock) override;
-
-   private:
-    friend class Clock;
-    void disarm();
-
-    Seconds _timeMin = 0.0;
-    std::uint64_t _sequence = 0;  // with _timeMin the key of the wake-up; 0: none
-  };
+  class NotifieeConst : public TimedNotifiee<Clock, ClockTimer> {};
   class Notifiee : public NotifieeConst {};
 
   static constexpr Seconds kNever = std::numeric_limits<Seconds>::infinity();
@@ -54,8 +40,13 @@ class Clock : public Notifier {
   Seconds nextWakeUp() const;
 
  private:
-  using WakeUp = std::pair<Seconds, std::uint64_t>;
-  using WakeUps = std::map<WakeUp, NotifieeConst*>;
+  using Reactor = TimedNotifiee<Clock, ClockTimer>;
+  friend Reactor;
+  // By time, and then in order of arming.
+  using WakeUps = std::map<std::pair<Seconds, std::uint64_t>, Reactor*>;
+
+  void arm(Reactor& reactor) const;
+  void disarm(Reactor& reactor) const;
 
   Seconds _time = 0.0;
   mutable WakeUps _wakeUps;  // whoever may read the clock may arm itself on it

@@ -1,0 +1,51 @@
+// What reactors on a source of time have in common: the agent's clock, a timer wheel.
+#pragma once
+
+#include "platform/kel/notifier.h"
+#include "platform/kel/system.h"
+
+namespace Kel {
+
+// Throws RangeException where `when` is not a number: such a time has no place in order.
+void requireTime(Seconds when);
+
+// Base of Source::NotifieeConst: a reactor that sets a time, and is called once when its source has
+// reached it. A wake-up belongs to one source: it stays behind when the reactor moves on.
+//
+// Timer is what the source keeps of a wake-up in the reactor itself; its `_timeMin` is 0.0 before
+// the first. The source offers, for whoever may read it, arm(timer) and disarm(timer).
+template <class Source, class Timer>
+class TimedNotifiee : public NotifieeOn<Source>, private Timer {
+ public:
+  ~TimedNotifiee() override { leave(); }
+
+  // The time has come to timeMin().
+  virtual void onTime() {}
+
+  // The wake-up set last, in seconds since the epoch; 0.0 before the first.
+  Seconds timeMin() const { return Timer::_timeMin; }
+  // Throws RangeException where `when` is not a number.
+  void timeMinIs(Seconds when) {
+    requireTime(when);
+    auto const* const from = source();
+    if (from != nullptr) from->disarm(*this);
+    Timer::_timeMin = when;
+    if (from != nullptr) from->arm(*this);
+  }
+
+  void notifierIs(Ptr<PtrInterface const> const& object) override {
+    leave();
+    NotifieeOn<Source>::notifierIs(object);
+  }
+
+ private:
+  friend Source;
+
+  Source const* source() const { return static_cast<Source const*>(this->baseNotifier().get()); }
+  void leave() {
+    if (auto const* const from = source()) from->disarm(*this);
+    Timer::_timeMin = 0.0;
+  }
+};
+
+}  // namespace Kel

@@ -1,0 +1,353 @@
+#include "platform/wib/timer_wheel.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <random>
+#include <set>
+#include <tuple>
+#include <vector>
+
+#include "tests/platform/kel/alarm.h"
+
+namespace {
+
+using Kel::Ptr;
+using KelTest::Journal;
+using KelTest::Lines;
+using Wib::TimerWheel;
+using Alarm = KelTest::Alarm<TimerWheel>;
+
+constexpr Kel::Seconds kTick = 1.0 / TimerWheel::kTicksPerSecond;
+
+class TimerWheelTest : public testing::Test {
+ protected:
+  Ptr<Alarm> alarm(std::string const& name, Kel::Seconds when = 0.0) {
+    return Alarm::armed(sut, journal, name, when);
+  }
+
+  Ptr<Journal> journal = Kel::make<Journal>();
+  Ptr<TimerWheel> sut = Kel::make<TimerWheel>();
+};
+
+// --- The grain of time ------------------------------------------------------
+
+TEST_F(TimerWheelTest, AWakeUpWithinATickComesAtItsEndAndNotBefore) {
+  auto const a = alarm("a", 5.0 + 0.25 * kTick);
+  sut->timeIs(5.0 + 0.75 * kTick);
+  EXPECT_EQ(journal->lines(), Lines{});
+  sut->timeIs(5.0 + kTick);
+  EXPECT_EQ(journal->lines(), (Lines{"a"}));
+}
+
+TEST_F(TimerWheelTest, NeverEarlyAndLessThanATickLateAtAnyTimeOfTheCentury) {
+  std::mt19937_64 random(7);
+  for (int i = 0; i < 20'000; ++i) {
+    Kel::Seconds const when = std::uniform_real_distribution(1.0, 4.0e9)(random);
+    Kel::Seconds const end = std::ceil(when / kTick) * kTick;
+    sut->timeIs(when - std::uniform_real_distribution(0.0, 1.0)(random));
+    auto const a = alarm("a", when);
+    sut->timeIs(std::nextafter(std::max(when, end - kTick), 0.0));
+    ASSERT_EQ(journal->taken(), Lines{}) << when;
+    sut->timeIs(end);
+    ASSERT_EQ(journal->taken(), (Lines{"a"})) << when;
+    ASSERT_LT(end - when, kTick);
+  }
+}
+
+TEST_F(TimerWheelTest, WithinATickTheOrderIsThatOfTime) {
+  auto const c = alarm("c", 5.0 + 0.75 * kTick), a = alarm("a", 5.0 + 0.25 * kTick),
+             b = alarm("b", 5.0 + 0.5 * kTick);
+  sut->timeIs(6.0);
+  EXPECT_EQ(journal->lines(), (Lines{"a", "b", "c"}));
+}
+
+TEST_F(TimerWheelTest, BeyondTheHorizonNobodyIsCalledAndNothingIsLost) {
+  auto const a = alarm("a", 1e15), b = alarm("b", 1e300), c = alarm("c", 5.0);
+  sut->timeIs(1e14);
+  EXPECT_EQ(journal->taken(), (Lines{"c"}));
+  sut->timeIs(10.0);
+  b->timeMinIs(20.0);
+  sut->timeIs(20.0);
+  EXPECT_EQ(journal->taken(), (Lines{"b"}));
+}
+
+// --- Jumps ------------------------------------------------------------------
+
+TEST_F(TimerWheelTest, AJumpForwardCallsEverybodyWhoIsDueOnce) {
+  std::vector<Ptr<Alarm>> all;
+  Lines expected;
+  for (Kel::Seconds when = kTick; when < 1e9; when *= 3.7) {
+    std::string const name = std::to_string(when);
+    all.push_back(alarm(name, when));
+    expected.push_back(name);
+  }
+  auto const later = alarm("later", 3e9);
+  sut->timeIs(2e9);
+  EXPECT_EQ(journal->taken(), expected);
+  sut->timeIs(2.9e9);
+  EXPECT_EQ(journal->taken(), Lines{});
+}
+
+TEST_F(TimerWheelTest, AClockThatWasSetCallsEverybodyOnceAtTheNewTime) {
+  sut->timeIs(1000.0);
+  auto const b = alarm("b", 5000.0), a = alarm("a", 1500.0), deaf = alarm("deaf", 1600.0),
+             endless = alarm("endless", TimerWheel::kNever);
+  deaf->hasNotificationActiveIs(false);
+  Kel::Seconds seen = 0.0;
+  journal->on("a", [&] {
+    seen = sut->time();
+    a->timeMinIs(seen + 2.0);
+  });
+  sut->timeWasSetTo(10.0);
+  EXPECT_EQ(journal->taken(), (Lines{"a", "b", "endless"}));
+  EXPECT_EQ(seen, 10.0);
+  sut->timeIs(11.0);
+  EXPECT_EQ(journal->taken(), Lines{});
+  sut->timeIs(12.0);
+  EXPECT_EQ(journal->taken(), (Lines{"a"}));
+  deaf->hasNotificationActiveIs(true);
+  sut->timeIs(1599.0);
+  EXPECT_EQ(journal->taken(), (Lines{"a"}));
+  sut->timeIs(1600.0);
+  EXPECT_EQ(journal->taken(), (Lines{"deaf"}));
+}
+
+// --- When it wants to run ---------------------------------------------------
+
+TEST_F(TimerWheelTest, WantsNoRunWithoutAWakeUp) {
+  EXPECT_EQ(sut->nextRun(), TimerWheel::kNever);
+  auto a = alarm("a", 10.0);
+  EXPECT_LE(sut->nextRun(), 10.0);
+  a = nullptr;
+  EXPECT_EQ(sut->nextRun(), TimerWheel::kNever);
+  auto const endless = alarm("endless", TimerWheel::kNever);
+  EXPECT_EQ(sut->nextRun(), TimerWheel::kNever);
+}
+
+TEST_F(TimerWheelTest, RunAsItWantsItComesToEachWakeUpInAFewRuns) {
+  sut->timeIs(1.0e9);
+  auto const a = alarm("a", 1.0e9 + 86'400.0);
+  int runs = 0;
+  while (journal->lines().empty()) {
+    Kel::Seconds const next = sut->nextRun();
+    ASSERT_GT(next, sut->time());
+    ASSERT_LE(next, 1.0e9 + 86'400.0);
+    sut->timeIs(next);
+    ASSERT_LE(++runs, 8);
+  }
+}
+
+// --- On a system clock ------------------------------------------------------
+
+class TimerWheelOnAClock : public testing::Test {
+ protected:
+  Ptr<Alarm> alarm(std::string const& name, Kel::Seconds when) {
+    return Alarm::armed(sut, journal, name, when);
+  }
+  static Ptr<Kel::Clock> clockAt(Kel::Seconds now) {
+    auto const made = Kel::make<Kel::Clock>();
+    made->timeIs(now);
+    return made;
+  }
+  // As an agent does: the clock runs when it asks to, and only then.
+  void pass(Kel::Seconds until) {
+    while (clock->nextWakeUp() <= until) {
+      ++turns;
+      clock->timeIs(std::max(clock->nextWakeUp(), clock->time()));
+    }
+    clock->timeIs(until);
+  }
+
+  int turns = 0;
+  Ptr<Journal> journal = Kel::make<Journal>();
+  Ptr<Kel::Clock> clock = clockAt(1000.0);
+  Ptr<TimerWheel> sut = Kel::make<TimerWheel>(clock);
+};
+
+TEST_F(TimerWheelOnAClock, HasTheClocksTime) {
+  EXPECT_EQ(sut->systemClock(), clock);
+  EXPECT_EQ(sut->time(), 1000.0);
+  clock->timeIs(1001.5);
+  EXPECT_EQ(sut->time(), 1001.5);
+}
+
+TEST_F(TimerWheelOnAClock, IsTurnedByTheClockAlone) {
+  auto const b = alarm("b", 1300.0), a = alarm("a", 1200.0);
+  pass(1199.99);
+  EXPECT_EQ(journal->lines(), Lines{});
+  pass(1200.0);
+  EXPECT_EQ(journal->taken(), (Lines{"a"}));
+  pass(2000.0);
+  EXPECT_EQ(journal->taken(), (Lines{"b"}));
+  EXPECT_LE(turns, 12);
+  EXPECT_EQ(clock->nextWakeUp(), Kel::Clock::kNever);
+}
+
+TEST_F(TimerWheelOnAClock, AHandlerThatArmsItselfGoesOnForHours) {
+  auto const a = alarm("a", 1002.0);
+  journal->on("a", [&] { a->timeMinIs(sut->time() + 2.0); });
+  pass(1000.0 + 7200.0);
+  EXPECT_EQ(journal->lines().size(), 3600u);
+}
+
+TEST_F(TimerWheelOnAClock, WhatWasOffIsCalledSoonAfterItIsOn) {
+  auto const a = alarm("a", 1010.0);
+  a->hasNotificationActiveIs(false);
+  turns = 0;
+  pass(1110.0);
+  EXPECT_EQ(journal->lines(), Lines{});
+  EXPECT_LE(turns, 210);  // and it costs little meanwhile
+  a->hasNotificationActiveIs(true);
+  pass(1110.5);
+  EXPECT_EQ(journal->lines(), (Lines{"a"}));
+}
+
+TEST_F(TimerWheelOnAClock, TheClockMayOutliveIt) {
+  auto a = alarm("a", 1010.0);
+  sut = nullptr;
+  a = nullptr;
+  EXPECT_EQ(clock->nextWakeUp(), Kel::Clock::kNever);
+  clock->timeIs(2000.0);
+  EXPECT_EQ(journal->lines(), Lines{});
+}
+
+// --- Against a sorted list --------------------------------------------------
+
+// The wake-ups that are armed, in order: by time, and then by arming.
+class SortedList {
+ public:
+  void arm(std::size_t who, Kel::Seconds when) {
+    disarm(who);
+    _place[who] = {when, ++_sequence, who};
+    _all.insert(_place[who]);
+  }
+  void disarm(std::size_t who) {
+    _place.resize(std::max(_place.size(), who + 1));
+    _all.erase(_place[who]);
+  }
+  // Whoever is due at `now` by the grain of the wheel, and armed no later than `armedBefore`.
+  std::size_t due(Kel::Seconds now, std::uint64_t armedBefore) {
+    for (auto const& [when, sequence, who] : _all) {
+      if (std::ceil(when / kTick) > std::floor(now / kTick)) break;
+      if (sequence > armedBefore) continue;
+      return who;
+    }
+    return kNobody;
+  }
+  std::uint64_t sequence() const { return _sequence; }
+  static constexpr std::size_t kNobody = ~std::size_t{0};
+
+ private:
+  using Place = std::tuple<Kel::Seconds, std::uint64_t, std::size_t>;
+  std::set<Place> _all;
+  std::vector<Place> _place;
+  std::uint64_t _sequence = 0;
+};
+
+class RandomOperations {
+ public:
+  explicit RandomOperations(std::uint64_t seed) : _random(seed) {
+    for (std::size_t i = 0; i < kReactors; ++i) _reactors.push_back(made(i));
+  }
+
+  void run(std::uint64_t operations) {
+    while (_operations < operations && !testing::Test::HasFatalFailure()) step();
+  }
+
+ private:
+  static constexpr std::size_t kReactors = 300;
+
+  class Member : public TimerWheel::Notifiee {
+   public:
+    Member(RandomOperations& all, std::size_t who) : _all(all), _who(who) {
+      notifierIs(_all._sut);
+      isRegisteredNotifieeIs(true);
+      hasNotificationActiveIs(true);
+    }
+    void onTime() override { _all.called(_who, timeMin()); }
+
+   private:
+    RandomOperations& _all;
+    std::size_t const _who;
+  };
+
+  Ptr<Member> made(std::size_t who) { return Kel::make<Member>(*this, who); }
+
+  std::size_t upTo(std::size_t most) {
+    return std::uniform_int_distribution<std::size_t>(0, most)(_random);
+  }
+  // From less than a tick to many years.
+  Kel::Seconds span() {
+    return std::exp2(std::uniform_real_distribution(-12.0, upTo(9) == 0 ? 30.0 : 8.0)(_random));
+  }
+
+  void step() {
+    if (upTo(3) == 0)
+      pass();
+    else
+      change();
+  }
+
+  void change() {
+    ++_operations;
+    std::size_t const who = upTo(kReactors - 1);
+    switch (upTo(7)) {
+      case 0:  // gone, and another in its place
+        _model.disarm(who);
+        _reactors[who] = made(who);
+        break;
+      case 1:  // in the past
+        arm(who, std::max(kTick, _now - span()));
+        break;
+      default:
+        arm(who, _now + span());
+    }
+  }
+  void arm(std::size_t who, Kel::Seconds when) {
+    _model.arm(who, when);
+    _reactors[who]->timeMinIs(when);
+  }
+
+  void pass() {
+    ++_operations;
+    _now += span();
+    if (upTo(99) == 0) _now = std::max(1.0, _now - span());
+    _armedBefore = _model.sequence();
+    _sut->timeIs(_now);
+    ASSERT_EQ(_model.due(_now, _armedBefore), SortedList::kNobody) << "somebody was left out";
+  }
+
+  void called(std::size_t who, Kel::Seconds when) {
+    ++_operations;
+    ASSERT_LE(when, _now) << "early";
+    ASSERT_EQ(who, _model.due(_now, _armedBefore)) << "not in order, or not due";
+    _model.disarm(who);
+    for (std::size_t changes = upTo(2); changes != 0; --changes) {
+      std::size_t const whom = upTo(3) == 0 ? who : upTo(kReactors - 1);
+      if (whom != who || upTo(1) == 0)
+        arm(whom, _now + (upTo(5) == 0 ? -span() : span()));
+      else
+        change();
+    }
+  }
+
+  std::mt19937_64 _random;
+  Ptr<TimerWheel> const _sut = Kel::make<TimerWheel>();
+  SortedList _model;
+  std::vector<Ptr<Member>> _reactors;
+  Kel::Seconds _now = 1.0;
+  std::uint64_t _armedBefore = 0;
+  std::uint64_t _operations = 0;
+};
+
+TEST(TimerWheelAgainstASortedList, CallsTheSameInTheSameOrderOverAMillionOperations) {
+  for (std::uint64_t seed = 1; seed <= 4; ++seed) {
+    SCOPED_TRACE(seed);
+    RandomOperations(seed).run(250'000);
+    if (HasFatalFailure()) return;
+  }
+}
+
+}  // namespace
