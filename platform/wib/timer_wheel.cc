@@ -44,14 +44,9 @@ class TimerWheel::OnSystemClock final : public Kel::Clock::NotifieeConst {
 
 TimerWheel::TimerWheel(Kel::Ptr<Kel::Clock const> const& systemClock)
     : _time(systemClock ? systemClock->time() : 0.0),
-      _onSystemClock(systemClock ? Kel::make<OnSystemClock>(*this, systemClock) : nullptr) {
-  _tick = tickAt(_time);
-}
+      _onSystemClock(systemClock ? Kel::make<OnSystemClock>(*this, systemClock) : nullptr) {}
 
-// Its reactors hold it, so none stands in its lists; the clock must not turn it any more.
-TimerWheel::~TimerWheel() {
-  if (_onSystemClock) _onSystemClock->notifierIs(nullptr);
-}
+TimerWheel::~TimerWheel() = default;  // its reactors hold it: none stands in its lists any more
 
 Kel::Ptr<Kel::Clock const> TimerWheel::systemClock() const {
   return _onSystemClock ? _onSystemClock->notifier() : nullptr;

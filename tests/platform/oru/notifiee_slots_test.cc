@@ -11,6 +11,7 @@
 #include "platform/oru/counters_cli_config.h"
 #include "platform/oru/hw_cli_config.h"
 #include "platform/qos/policy_map_status.h"
+#include "platform/wib/timer_wheel.h"
 #include "tests/support/slot.h"
 
 namespace {
@@ -33,6 +34,15 @@ std::size_t whole(void (N::*callback)()) {
 }
 
 TEST(NotifieeSlots, Clock) { expectInOrder({slot(&Kel::Clock::NotifieeConst::onTime)}); }
+
+TEST(NotifieeSlots, TimerWheel) {
+  using N = Wib::TimerWheel::NotifieeConst;
+  expectInOrder({slot(&N::onTime), slot(&N::onSystemClock), slot(&N::onMaxTicks),
+                 slot(&N::onProcessTimeLimit), slot(&N::onCurrentWheelIndexTime),
+                 slot(&N::onSystemClockHandlerActive), slot(&N::onWheelIndex),
+                 slot(&N::onBucketIndex), slot(&N::onNext), slot(&N::onPrev),
+                 slot(&N::onSystemClockTakesOffsetTime), slot(&N::onInitialized)});
+}
 
 TEST(NotifieeSlots, OruCommonSmData) {
   using N = Oru::OruCommonSmData::NotifieeConst;
@@ -75,6 +85,18 @@ TEST(NotifieeSlots, Dir) {
                  slot(&N::onEntityPtrkelImmediate), whole(&N::onEntityPtr), keyed(&N::onEntityRef),
                  slot(&N::onEntityRefkelImmediate), whole(&N::onEntityRef),
                  slot(&N::onMountFlags)});
+}
+
+TEST(NotifieeSlots, PolicyMapHwStatus) {
+  using N = Qos::PolicyMapHwStatus::NotifieeConst;
+  expectInOrder({slot(&N::onType), slot(&N::onPrgmStatus), slot(&N::onPrgmStatusErrMessage),
+                 slot(&N::onVersion), keyed(&N::onCmap), slot(&N::onCmapkelImmediate),
+                 whole(&N::onCmap)});
+}
+
+TEST(NotifieeSlots, PolicyMapTypeHwStatus) {
+  using N = Qos::PolicyMapTypeHwStatus::NotifieeConst;
+  expectInOrder({keyed(&N::onPmap), slot(&N::onPmapkelImmediate), whole(&N::onPmap)});
 }
 
 }  // namespace
