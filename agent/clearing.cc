@@ -58,8 +58,13 @@ std::size_t Clearing::all() {
 std::vector<std::string> Clearing::these(std::vector<std::string> const& names) {
   std::vector<Pekt::IntfId> there;
   for (std::string const& name : names) {
-    bool const known = Pekt::IntfId::isName(name) && Pekt::EthIntfId::isEthIntfId(name) &&
-                       _tables.intfCounters()->contains(name);
+    bool const isName = Pekt::IntfId::isName(name);
+    if (isName && (Pekt::VlanIntfId::isVlanIntfId(name) || Pekt::CpuIntfId::isCpuIntfId(name)))
+      throw ControlError(ControlCode::unknownInterface,
+                         "only Ethernet interfaces can be cleared, which " + name +
+                             " is not, and nothing was cleared");
+    bool const known =
+        isName && Pekt::EthIntfId::isEthIntfId(name) && _tables.intfCounters()->contains(name);
     if (!known)
       throw ControlError(ControlCode::unknownInterface,
                          "there is no interface " + name + ", and nothing was cleared");

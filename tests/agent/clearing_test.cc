@@ -115,6 +115,15 @@ TEST_F(ClearingTest, AnInterfaceThatWentIsClearedAsItWasLeft) {
   EXPECT_EQ(refusal({"Ethernet2"}), "cleared");
 }
 
+TEST_F(ClearingTest, WhatIsNoEthernetInterfaceIsToldAsSuchAndNothingIsCleared) {
+  for (std::string const name : {"Vlan7", "Cpu"}) {
+    EXPECT_EQ(refusal({"Ethernet1", name}), "only Ethernet interfaces can be cleared, which " +
+                                                name + " is not, and nothing was cleared");
+    EXPECT_EQ(code, ControlCode::unknownInterface);
+  }
+  EXPECT_TRUE(library->heard.empty());
+}
+
 TEST_F(ClearingTest, AClearThatTheLibraryDoesNotDoIsToldAsFailed) {
   library->works = false;
   EXPECT_THAT(refusal({"Ethernet1"}), HasSubstr("Ethernet1 could not be cleared"));
