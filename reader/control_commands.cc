@@ -1,14 +1,16 @@
 #include "reader/control_commands.h"
 
 #include <algorithm>
-#include <map>
 #include <nlohmann/json.hpp>
 #include <ostream>
 
 #include "platform/kel/system.h"
+#include "reader/asking.h"
 #include "reader/clock_text.h"
 #include "reader/control_client.h"
 #include "reader/json_view.h"
+#include "reader/poll_command.h"
+#include "reader/reset_command.h"
 #include "reader/select.h"
 #include "reader/source.h"
 #include "reader/units.h"
@@ -44,55 +46,17 @@ Json request(Options const& options) {
   }
 }
 
-ExitCode exitCodeOf(std::string const& code) {
-  static std::map<std::string, ExitCode> const known{
-      {"noPermission", ExitCode::noPermission},     {"unknownPath", ExitCode::refused},
-      {"notSupported", ExitCode::refused},          {"unknownOperation", ExitCode::refused},
-      {"wrongArguments", ExitCode::wrongArguments}, {"tooLong", ExitCode::wrongArguments},
-      {"unknownInterface", ExitCode::unknownName}};
-  auto const at = known.find(code);
-  return at == known.end() ? ExitCode::agentFailed : at->second;
+// Polls and resets are many questions, and have answers of their own.
+Asking::Echo echoOf(Command command) {
+  bool const own = command == Command::poll || command == Command::clearCopp;
+  return own ? Asking::Echo::refusals : Asking::Echo::all;
 }
 
-std::string textOf(Json const& object, char const* member) {
-  auto const at = object.find(member);
-  return at != object.end() && at->is_string() ? at->get<std::string>() : std::string();
+// Those that tell what names mean.
+std::vector<Table> namingTables(Command command) {
+  if (command == Command::clearCopp) return {Table::coppCounters};
+  return {Table::counters, Table::descriptions};
 }
-
-// Asks, and answers what was answered well. Throws NoAnswer for the rest.
-class Asking {
- public:
-  Asking(Options const& options, ControlWorld const& world, std::ostream& out)
-      : _options(options), _world(world), _out(out) {}
-
-  Json operator()(Json const& question) {
-    std::string line;
-    try {
-      line = question.dump();
-    } catch (Json::type_error const&) {
-      throw NoAnswer(ExitCode::usage, "what is asked must be text in UTF-8");
-    }
-    std::string const text = _world.ask(line);
-    Json const answer = Json::parse(text, nullptr, false);
-    if (!answer.is_object() || !answer.contains("ok"))
-      throw NoAnswer(ExitCode::agentFailed,
-                     "the agent's answer is not understood; oru-counters and oru-agentd must be of "
-                     "the same version");
-    if (_options.json) _out << text << '\n';
-    if (answer["ok"] == true) return answer;
-    _told = true;
-    Json const error = answer.value("error", Json::object());
-    throw NoAnswer(exitCodeOf(textOf(error, "code")), printable(textOf(error, "text")));
-  }
-  // Whether the agent itself said what is wrong.
-  bool told() const { return _told; }
-
- private:
-  Options const& _options;
-  ControlWorld const& _world;
-  std::ostream& _out;
-  bool _told = false;
-};
 
 // In the order in which people count: Ethernet2 before Ethernet10.
 std::vector<std::string> inOrder(std::vector<std::string> names) {
@@ -124,18 +88,28 @@ void print(Json const& answer, std::ostream& out) {
       out << printable(name) << '\n';
 }
 
+// Why names that mean no Ethernet interface clear nothing. `known` has interfaces of every kind.
+std::string notCleared(std::vector<std::string> const& names, Snapshot const& known) {
+  for (std::string const& name : names) {
+    bool const there = std::any_of(known.interfaces.begin(), known.interfaces.end(),
+                                   [&](Intf const& intf) { return matches(name, intf); });
+    if (there || (Pekt::IntfId::isName(name) && kindOf(name) != IntfKind::ethernet))
+      return "only Ethernet interfaces can be cleared, which " + printable(name) + " is not";
+  }
+  return "there is no interface " + printableList(names);
+}
+
 // The names of the interfaces that are meant. Throws NoAnswer where one means none.
 std::vector<std::string> meant(Options const& options, Snapshot snapshot) {
+  Snapshot const known = snapshot;
+  std::erase_if(snapshot.interfaces,
+                [](Intf const& intf) { return kindOf(intf.intfId) != IntfKind::ethernet; });
   auto const unknown = select(snapshot, options.names);
   auto const wrong = problems(snapshot, unknown);
   if (!wasRead(snapshot, Table::counters) && !wrong.empty())
     throw NoAnswer(wrong[0].code, wrong[0].text);
-  if (!unknown.empty()) {
-    std::string names;
-    for (std::string const& name : unknown) names += (names.empty() ? "" : ", ") + printable(name);
-    throw NoAnswer(ExitCode::unknownName,
-                   "there is no interface " + names + ", and nothing was cleared");
-  }
+  if (!unknown.empty())
+    throw NoAnswer(ExitCode::unknownName, notCleared(unknown, known) + ", and nothing was cleared");
   std::vector<std::string> all;
   for (Intf const& intf : snapshot.interfaces)
     if (intf.counters) all.emplace_back(intf.intfId.view());
@@ -176,10 +150,14 @@ ExitCode tellNoAnswer(NoAnswer const& none, bool toldAlready, Options const& opt
 
 ExitCode control(Options const& options, ControlWorld const& world, std::ostream& out,
                  std::ostream& err) {
-  Asking ask(options, world, out);
+  Asking ask(world, out, options.json ? echoOf(options.command) : Asking::Echo::none);
   try {
     if (options.command == Command::clear) {
       clear(options, world, ask, out);
+    } else if (options.command == Command::clearCopp) {
+      resetClasses(options, world, ask, out);
+    } else if (options.command == Command::poll) {
+      poll(options, world, ask, out);
     } else {
       Json const answer = ask(request(options));
       if (!options.json) print(answer, out);
@@ -203,7 +181,7 @@ ExitCode control(Options const& options, std::ostream& out, std::ostream& err) {
                     .take =
                         [&options] {
                           return Source(options.directory, options.trust(),
-                                        {Table::counters, Table::descriptions})
+                                        namingTables(options.command), std::nullopt)
                               .take(Kel::System::currentTime());
                         }},
                    out, err);

@@ -1,23 +1,13 @@
-// The commands that ask the agent: clear, get, ls, invoke and set.
+// The commands that ask the agent: clear, poll, get, ls, invoke and set.
 #pragma once
 
-#include <functional>
 #include <iosfwd>
-#include <string>
 
+#include "reader/asking.h"
 #include "reader/exit_code.h"
 #include "reader/options.h"
-#include "reader/snapshot.h"
 
 namespace Show {
-
-// The world around, as a seam.
-struct ControlWorld {
-  // Asks the agent one line and answers its one, as ControlClient::ask. Throws NoAnswer.
-  std::function<std::string(std::string const& line)> ask;
-  // The interfaces that there are, for those who clear some by name.
-  std::function<Snapshot()> take;
-};
 
 // Does what the options ask for. The answer goes to `out`: as the agent gave it with options.json,
 // else in a form for people and scripts; what is wrong goes to `err`.

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "reader/poll_command.h"
 #include "reader/seconds_option.h"
 
 namespace Show {
@@ -12,6 +13,9 @@ namespace {
 
 constexpr char const* kPath =
     "countersSm, or ROOT/COLLECTION/KEY: countersSm/portCountersSm/Ethernet1";
+
+constexpr char const* kAllOrNames =
+    "all, or interfaces: names (Ethernet3), the kernel's names (eth0), or patterns ('Ethernet*')";
 
 }  // namespace
 
@@ -24,6 +28,8 @@ struct ControlOptions::Commands {
   std::vector<Command> all;
   std::string path, name, value;
   std::vector<std::string> arguments;
+  CLI::App* copp = nullptr;  // of clear
+  std::vector<std::string> classes;
 };
 
 ControlOptions::ControlOptions(CLI::App& app, Options& options)
@@ -32,7 +38,7 @@ ControlOptions::ControlOptions(CLI::App& app, Options& options)
                        Options::Command command) -> CLI::App& {
     CLI::App& added = *app.add_subcommand(name, about);
     added.footer(std::string("Examples:\n") + examples);
-    added.add_flag("--json", options.json, "The agent's answer as it is (see docs/control.md)");
+    added.add_flag("--json", options.json, "The answer as JSON (see docs/oru-counters.md)");
     added
         .add_option("--timeout", options.timeout,
                     "Time to wait for an answer: 0.1 to 3600, by default 10")
@@ -51,14 +57,31 @@ ControlOptions::ControlOptions(CLI::App& app, Options& options)
   CLI::App& clear =
       add("clear", "Poll interfaces, and keep what they count now: --since-clear shows the rest",
           "  oru-counters clear all\n"
-          "  oru-counters clear Ethernet1 'eth*'\n",
+          "  oru-counters clear Ethernet1 'eth*'\n"
+          "  oru-counters clear copp copp-bgp\n",
           Options::Command::clear);
-  clear
-      .add_option("NAME", options.names,
-                  "all, or interfaces: names (Ethernet3), the kernel's names (eth0), or patterns "
-                  "('Ethernet*')")
+  clear.require_subcommand(0, 1);
+  clear.add_option("NAME", options.names, kAllOrNames)->type_name("");
+  all.copp = clear.add_subcommand(
+      "copp",
+      "Reset classes of the control plane's policing: show copp tells the packets since then");
+  all.copp->add_option("CLASS", all.classes, "all, or classes: names, or patterns ('copp-*')")
       ->type_name("")
       ->required();
+
+  CLI::App& poll = add("poll",
+                       "Have interfaces polled now, and not only when their period is over: every\n"
+                       "kind of counter that the agent reads of them, or one",
+                       "  oru-counters poll all\n"
+                       "  oru-counters poll eth0 --kind port\n"
+                       "  oru-counters poll Vlan7 Cpu\n",
+                       Options::Command::poll);
+  poll.add_option("NAME", options.names, kAllOrNames)->type_name("")->required();
+  poll.add_option("--kind", options.kind, "One kind alone: " + pollKindNames())
+      ->type_name("KIND")
+      ->check([](std::string const& kind) {
+        return pollKindOf(kind) ? std::string() : "'" + kind + "' is none of " + pollKindNames();
+      });
 
   CLI::App& get = add("get", "One value of the agent's state machines, by name",
                       "  oru-counters get countersSm counterPollPeriod\n"
@@ -101,7 +124,10 @@ bool ControlOptions::parsed() {
   auto const at = std::find_if(_commands->all.begin(), _commands->all.end(),
                                [](auto const& each) { return each.app->parsed(); });
   if (at == _commands->all.end()) return false;
-  _options.command = at->command;
+  bool const copp = _commands->copp->parsed();
+  _options.command = copp ? Options::Command::clearCopp : at->command;
+  _namesBesides = copp && !_options.names.empty();
+  if (copp) _options.names = _commands->classes;
   for (CLI::Option const* const word : at->words)
     if (word->count() != 0) _options.words.push_back(word->as<std::string>());
   _options.words.insert(_options.words.end(), _commands->arguments.begin(),
@@ -110,10 +136,17 @@ bool ControlOptions::parsed() {
 }
 
 std::optional<std::string> ControlOptions::wrong() const {
+  using Command = Options::Command;
+  std::string command;
+  if (_options.command == Command::clear) command = "clear";
+  if (_options.command == Command::clearCopp) command = "clear copp";
+  if (_options.command == Command::poll) command = "poll";
+  if (command.empty()) return std::nullopt;
   auto const& names = _options.names;
-  bool const all = std::find(names.begin(), names.end(), "all") != names.end();
-  if (_options.command == Options::Command::clear && all && names.size() != 1)
-    return "'clear all' takes no further names";
+  if (_namesBesides) return "'clear copp' takes classes, and no names of interfaces before them";
+  if (names.empty()) return "'" + command + "' must be told what: all, or names";
+  if (names.size() != 1 && std::find(names.begin(), names.end(), "all") != names.end())
+    return "'" + command + " all' takes no further names";
   return std::nullopt;
 }
 

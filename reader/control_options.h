@@ -28,6 +28,7 @@ class ControlOptions {
   struct Commands;
   std::unique_ptr<Commands> const _commands;
   Options& _options;
+  bool _namesBesides = false;
 };
 
 }  // namespace Show

@@ -16,14 +16,15 @@ namespace {
 using Row = Interface::EthIntfCounterGlim;
 using Glim::FieldType;
 
+template <class Record = Row>
 Glim::Field const* fieldOf(std::string_view name) {
-  for (Glim::Field const& field : Glim::RecordTraits<Row>::fields)
+  for (Glim::Field const& field : Glim::RecordTraits<Record>::fields)
     if (field.name == name) return &field;
   return nullptr;
 }
 
-template <class T>
-T at(Row const& row, std::size_t offset) {
+template <class T, class Record>
+T at(Record const& row, std::size_t offset) {
   T value;
   std::memcpy(&value, reinterpret_cast<char const*>(&row) + offset, sizeof value);
   return value;
@@ -36,7 +37,8 @@ std::optional<std::uint64_t> valueSince(Wib::MaybeU63 total, Wib::MaybeU63 clear
                                                                 : total.value();
 }
 
-std::optional<std::uint64_t> entry(Row const& row, Row const* clear, Glim::Field const& field,
+template <class Record>
+std::optional<std::uint64_t> entry(Record const& row, Record const* clear, Glim::Field const& field,
                                    std::size_t i) {
   std::size_t const offset = field.offset + i * Glim::fieldSize(field.type);
   if (field.type == FieldType::u63) {
@@ -45,6 +47,12 @@ std::optional<std::uint64_t> entry(Row const& row, Row const* clear, Glim::Field
   }
   auto const total = at<std::uint64_t>(row, offset);
   return clear ? since(total, at<std::uint64_t>(*clear, offset)) : total;
+}
+
+template <class Record>
+std::optional<std::uint64_t> named(Record const& row, Record const* clear, std::string_view name) {
+  Glim::Field const* const field = fieldOf<Record>(name);
+  return field ? entry(row, clear, *field, 0) : std::nullopt;
 }
 
 std::optional<std::uint64_t> sum(Counters const& counters,
@@ -64,23 +72,25 @@ bool isArray(std::string_view name) {
 
 bool Counters::counted(std::string_view name) const {
   // Before the first sample a row holds zeros that nobody counted.
-  if (!_intf.counters || !(_intf.counters->statistics.lastUpdate > 0.0)) return false;
+  Interface::IntfStatistics const* const statistics = _intf.statistics();
+  if (!statistics || !(statistics->lastUpdate > 0.0)) return false;
   return !_intf.description ||
          !Interface::CounterSet::fromWord(_intf.description->unsupported).contains(name);
 }
 
 std::optional<std::uint64_t> Counters::operator[](std::string_view name) const {
-  Glim::Field const* const field = fieldOf(name);
-  if (field == nullptr || !counted(name)) return std::nullopt;
+  if (!counted(name)) return std::nullopt;
+  if (!_intf.counters)
+    return named<Interface::VlanIntfCounterGlim>(*_intf.vlanCounters, nullptr, name);
   bool const difference = _basis == Basis::sinceClear && _intf.atLastClear;
-  return entry(*_intf.counters, difference ? &*_intf.atLastClear : nullptr, *field, 0);
+  return named<Row>(*_intf.counters, difference ? &*_intf.atLastClear : nullptr, name);
 }
 
 std::optional<std::vector<std::optional<std::uint64_t>>> Counters::entries(
     std::string_view name) const {
   Glim::Field const* const field = fieldOf(name);
   Glim::Field const* const size = fieldOf(std::string(name) + "Count");
-  if (field == nullptr || size == nullptr || !counted(name)) return std::nullopt;
+  if (field == nullptr || size == nullptr || !_intf.counters || !counted(name)) return std::nullopt;
   bool const difference = _basis == Basis::sinceClear && _intf.atLastClear;
   std::vector<std::optional<std::uint64_t>> values;
   std::size_t const valid = at<std::uint32_t>(*_intf.counters, size->offset);
@@ -97,8 +107,8 @@ std::optional<std::uint64_t> Counters::outPkts() const {
 }
 
 std::optional<Interface::IntfRates> rates(Intf const& intf) {
-  if (!intf.counters || gone(intf)) return std::nullopt;
-  Interface::IntfRates const& rates = intf.counters->rates;
+  if (!intf.rates() || gone(intf)) return std::nullopt;
+  Interface::IntfRates const& rates = *intf.rates();
   // The first sample only begins the time over which the next one is averaged.
   if (!(rates.lastUpdate > 0.0) || !(rates.lastUpdate > rates.seeded)) return std::nullopt;
   return rates;

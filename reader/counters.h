@@ -1,4 +1,4 @@
-// The counters of an interface by name, as views show them.
+// The counters of an interface by name, as views show them: of Ethernet and of VLAN interfaces.
 #pragma once
 
 #include <cstdint>
@@ -25,7 +25,7 @@ class Counters {
   Counters(Intf const& intf, Basis basis) : _intf(intf), _basis(basis) {}
 
   // A counter of Interface::kCounterNames that is no array. Nothing where the chip cannot count it
-  // or gave no value.
+  // or gave no value, or the row has no such counter.
   std::optional<std::uint64_t> operator[](std::string_view name) const;
   // The valid entries of one of the arrays; nothing where the chip cannot count them.
   std::optional<std::vector<std::optional<std::uint64_t>>> entries(std::string_view name) const;

@@ -13,7 +13,8 @@ enum class ExitCode : int {
   ok = 0,
   failed = 1,        // the machine gave out: output could not be written, no memory
   usage = 2,         // an option or a value that there is not
-  unknownName = 3,   // a NAME that no interface or table has; the others are shown, none cleared
+  unknownName = 3,   // a NAME that no interface, class or table has; the others are shown, and
+                     // nothing is cleared or polled
   tableMissing = 4,  // no such directory or table: the agent never ran there
   unreadable = 5,    // no permission, or the file could not be opened
   notATable = 6,     // the file is no table, is damaged or cut short
@@ -24,7 +25,7 @@ enum class ExitCode : int {
   // Of the commands that ask the agent:
   noAgent = 11,         // none answers
   noPermission = 12,    // this user may not do that
-  refused = 13,         // there is no such path, attribute or operation
+  refused = 13,         // there is no such path, attribute, operation or poller
   wrongArguments = 14,  // their number, or a text that is no such value
   agentFailed = 15,     // it tried and could not, or did not answer in time
 };
@@ -62,7 +63,8 @@ inline constexpr std::string_view kExitCodesText =
     "  0  all is shown\n"
     "  1  the output could not be written, or the machine gave out\n"
     "  2  wrong usage\n"
-    "  3  a NAME that no interface or table has; the others are shown, none cleared\n"
+    "  3  a NAME that no interface, class or table has; the others are shown, nothing is cleared\n"
+    "     or polled\n"
     "  4  no tables there: the agent has not run\n"
     "  5  a table cannot be opened: no permission\n"
     "  6  a file is no table, or is damaged\n"
@@ -72,7 +74,7 @@ inline constexpr std::string_view kExitCodesText =
     " 10  'tables verify' found damage in a table that can be read\n"
     " 11  no agent answers\n"
     " 12  this user may not ask the agent that\n"
-    " 13  the agent has no such path, attribute or operation\n"
+    " 13  the agent has no such path, attribute, operation or poller\n"
     " 14  wrong arguments: their number, or a text that is no such value\n"
     " 15  the agent failed, or did not answer in time\n";
 

@@ -1,7 +1,9 @@
 #include "reader/json_view.h"
 
 #include <optional>
+#include <span>
 #include <string_view>
+#include <utility>
 
 #include "reader/agent_status.h"
 #include "reader/counters.h"
@@ -14,9 +16,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 Json text(std::string_view text) { return text.empty() ? Json() : Json(std::string(text)); }
-
-// Times are seconds since the epoch; 0 stands for "never".
-Json time(double seconds) { return seconds > 0.0 ? Json(seconds) : Json(); }
 
 std::string_view name(Interface::AdminState state) {
   switch (state) {
@@ -41,10 +40,15 @@ Json tablesJson(Snapshot const& snapshot) {
   return json;
 }
 
-Json countersJson(Intf const& intf, Basis basis) {
+using Names = std::span<std::string_view const>;
+constexpr Names kAllNames = Interface::kCounterNames;
+// Those that every kind of interface has.
+constexpr Names kIntfNames = kAllNames.first(Interface::kIntfStatisticsFields.size() - 1);
+
+Json countersJson(Intf const& intf, Basis basis, Names names = kAllNames) {
   Counters const counters(intf, basis);
   Json json = Json::object();
-  for (std::string_view const counter : Interface::kCounterNames) {
+  for (std::string_view const counter : names) {
     Json& value = json[std::string(counter)];
     if (!isArray(counter)) {
       value = orNull(counters[counter]);
@@ -84,6 +88,16 @@ Json interfaceJson(Snapshot const& snapshot, Intf const& intf) {
 
 }  // namespace
 
+Json timeJson(double seconds) { return seconds > 0.0 ? Json(seconds) : Json(); }
+
+Json vlanIntfJson(Snapshot const& snapshot, Intf const& intf) {
+  Json json = intfJson(snapshot, intf);
+  json.update(sampleJson(snapshot, intf));
+  json["rates"] = ratesJson(rates(intf));
+  json["counters"] = countersJson(intf, Basis::total, kIntfNames);
+  return json;
+}
+
 Json intfJson(Snapshot const& snapshot, Intf const& intf) {
   Json json{{"name", intf.intfId.view()}, {"kernelName", text(intf.kernelName())},
             {"ifIndex", nullptr},         {"alias", nullptr},
@@ -96,14 +110,15 @@ Json intfJson(Snapshot const& snapshot, Intf const& intf) {
     json["adminState"] = text(name(description.adminState));
     json["operState"] = text(name(description.operState));
     if (description.speed != 0) json["speed"] = description.speed;
-    json["lastChange"] = time(description.lastChange);
+    json["lastChange"] = timeJson(description.lastChange);
   }
   json["stale"] = stale(snapshot, intf);
   return json;
 }
 
 Json sampleJson(Snapshot const& snapshot, Intf const& intf) {
-  return {{"lastUpdate", intf.counters ? time(intf.counters->statistics.lastUpdate) : Json()},
+  Interface::IntfStatistics const* const statistics = intf.statistics();
+  return {{"lastUpdate", statistics ? timeJson(statistics->lastUpdate) : Json()},
           {"age", orNull(age(snapshot, intf))}};
 }
 
@@ -128,12 +143,17 @@ Json json(Snapshot const& snapshot, std::vector<Problem> const& problems) {
 
 Json json(Snapshot const& snapshot, std::vector<Problem> const& problems,
           IntfToJson const& toJson) {
+  Json all = Json::array();
+  for (Intf const& intf : snapshot.interfaces) all.push_back(toJson(snapshot, intf));
+  return json(snapshot, problems, "interfaces", std::move(all));
+}
+
+Json json(Snapshot const& snapshot, std::vector<Problem> const& problems, char const* arrayName,
+          Json array) {
   Json json{{"format", kJsonFormat},           {"time", snapshot.now},
             {"directory", snapshot.directory}, {"agent", agentJson(snapshot.agent)},
-            {"tables", tablesJson(snapshot)},  {"problems", Json::array()},
-            {"interfaces", Json::array()}};
-  json["problems"] = problemsJson(problems);
-  for (Intf const& intf : snapshot.interfaces) json["interfaces"].push_back(toJson(snapshot, intf));
+            {"tables", tablesJson(snapshot)},  {"problems", problemsJson(problems)}};
+  json[arrayName] = std::move(array);
   return json;
 }
 

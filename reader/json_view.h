@@ -17,16 +17,22 @@ inline constexpr int kJsonFormat = 1;
 
 // What `show interfaces` and `top` know.
 nlohmann::ordered_json json(Snapshot const& snapshot, std::vector<Problem> const& problems);
-// The same with other objects in the array of interfaces.
+// What `show vlan-interfaces` knows of one.
+nlohmann::ordered_json vlanIntfJson(Snapshot const& snapshot, Intf const& intf);
+// The same with other objects in the array of interfaces, or with another array.
 using IntfToJson = std::function<nlohmann::ordered_json(Snapshot const&, Intf const&)>;
 nlohmann::ordered_json json(Snapshot const& snapshot, std::vector<Problem> const& problems,
                             IntfToJson const& toJson);
+nlohmann::ordered_json json(Snapshot const& snapshot, std::vector<Problem> const& problems,
+                            char const* arrayName, nlohmann::ordered_json array);
 
 // The same pieces in every object of an interface: what it is and whether its rows are current, and
 // when it was sampled.
 nlohmann::ordered_json intfJson(Snapshot const& snapshot, Intf const& intf);
 nlohmann::ordered_json sampleJson(Snapshot const& snapshot, Intf const& intf);
 
+// Times are seconds since the epoch; 0 stands for "never".
+nlohmann::ordered_json timeJson(double seconds);
 template <class T>
 nlohmann::ordered_json orNull(std::optional<T> const& value) {
   return value ? nlohmann::ordered_json(*value) : nlohmann::ordered_json();

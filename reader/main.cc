@@ -69,7 +69,8 @@ Place placeOfOutput() {
 
 ExitCode showOrTop(Options const& options) {
   heedSignals();
-  Source source(options.directory, options.trust(), tablesOf(options.command));
+  Source source(options.directory, options.trust(), tablesOf(options.command),
+                intfKindOf(options.command));
   RealPace pace;
   auto const take = [&source](double now) { return source.take(now); };
   if (options.command != Options::Command::top)
@@ -100,6 +101,8 @@ ExitCode run(int argc, char const* const* argv) {
     case Options::Command::showInterfaces:
     case Options::Command::showQueues:
     case Options::Command::showDrops:
+    case Options::Command::showVlanInterfaces:
+    case Options::Command::showCopp:
     case Options::Command::top:
       break;
     case Options::Command::tablesList:
@@ -109,6 +112,8 @@ ExitCode run(int argc, char const* const* argv) {
     case Options::Command::tablesDump:
       return tablesDump(options, now, std::cout, std::cerr);
     case Options::Command::clear:
+    case Options::Command::clearCopp:
+    case Options::Command::poll:
     case Options::Command::get:
     case Options::Command::ls:
     case Options::Command::invoke:

@@ -16,8 +16,8 @@ namespace {
 constexpr char const* kDescription =
     "Shows the counters that oru-agentd publishes. show, top and tables read its tables only: "
     "they\n"
-    "need no contact with the agent, and work while there is none. clear, get, ls, invoke and set\n"
-    "ask the agent.";
+    "need no contact with the agent, and work while there is none. clear, poll, get, ls, invoke\n"
+    "and set ask the agent.";
 constexpr char const* kNames =
     "Interfaces to show: names (Ethernet3), the kernel's names (eth0), or patterns ('Ethernet*')";
 constexpr char const* kJson = "Everything, as JSON (see docs/oru-counters.md)";
@@ -65,8 +65,9 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
              return directory.empty() ? "a directory's name is not empty" : "";
            });
 
-  auto const addCommon = [&options](CLI::App& command) {
-    command.add_option("NAME", options.names, kNames)->type_name("");
+  auto const addCommon = [&options](CLI::App& command, char const* name = "NAME",
+                                    char const* about = kNames) {
+    command.add_option(name, options.names, about)->type_name("");
     command.add_flag("--json", options.json, kJson);
   };
   auto const addSinceClear = [&options](CLI::App& command) {
@@ -81,9 +82,12 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
   interfaces.alias("interface");
   addCommon(interfaces);
   addSinceClear(interfaces);
-  interfaces.add_flag("--rates", options.rates,
-                      "Bits and packets a second, averaged over the agent's load interval,\n"
-                      "and use of the speed");
+  auto const addRates = [&options](CLI::App& command) {
+    command.add_flag("--rates", options.rates,
+                     "Bits and packets a second, averaged over the agent's load interval,\n"
+                     "and use of the speed");
+  };
+  addRates(interfaces);
   interfaces.add_flag("--errors", options.errors, "Errors by their classes");
   CLI::App& queues =
       *show.add_subcommand("queues", "What each transmit queue of the interfaces sent and dropped");
@@ -93,6 +97,20 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
   CLI::App& drops = *show.add_subcommand("drops", "Packets that access lists dropped");
   drops.alias("drop");
   addCommon(drops);
+
+  CLI::App& vlans =
+      *show.add_subcommand("vlan-interfaces",
+                           "Counts or rates of the VLAN interfaces. Octets are as the chip counts "
+                           "them: Linux leaves out\n"
+                           "the 14 bytes of the Ethernet header of the frames that come in");
+  vlans.alias("vlan-interface");
+  addCommon(vlans);
+  addRates(vlans);
+  CLI::App& copp = *show.add_subcommand(
+      "copp", "What each class of the control plane's policing counted, and since its last reset");
+  addCommon(copp, "CLASS", "Classes to show: names, or patterns ('copp-*')");
+  copp.add_flag("--since-reset", options.sinceReset,
+                "Packets and octets since the class's last reset alone; else as published");
 
   CLI::App& top = *app.add_subcommand(
       "top",
@@ -158,14 +176,18 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
     if (auto const wrong = controlOptions.wrong()) return refused(err, *wrong);
     return std::nullopt;
   }
-  if (show.parsed() && !interfaces.parsed() && !queues.parsed() && !drops.parsed())
-    return refused(err, "'show' must be told what: interfaces, queues or drops");
+  if (show.parsed() && show.get_subcommands().empty())
+    return refused(err,
+                   "'show' must be told what: interfaces, queues, drops, vlan-interfaces or copp");
   if (!show.parsed() && !top.parsed() && !tableFiles.parsed())
-    return refused(err, "a command is needed: show, top, tables, clear, get, ls, invoke, or set");
+    return refused(err,
+                   "a command is needed: show, top, tables, clear, poll, get, ls, invoke, or set");
   options.sort = *sortKeyOf(sortKey);
   options.command = top.parsed()          ? Options::Command::top
                     : queues.parsed()     ? Options::Command::showQueues
                     : drops.parsed()      ? Options::Command::showDrops
+                    : vlans.parsed()      ? Options::Command::showVlanInterfaces
+                    : copp.parsed()       ? Options::Command::showCopp
                     : verify.parsed()     ? Options::Command::tablesVerify
                     : dump.parsed()       ? Options::Command::tablesDump
                     : tableFiles.parsed() ? Options::Command::tablesList

@@ -17,11 +17,15 @@ struct Options {
     showInterfaces,
     showQueues,
     showDrops,
+    showVlanInterfaces,
+    showCopp,
     top,
     tablesList,
     tablesVerify,
     tablesDump,
     clear,
+    clearCopp,
+    poll,
     get,
     ls,
     invoke,
@@ -31,13 +35,16 @@ struct Options {
   Command command = Command::showInterfaces;
   std::string directory;
   bool directoryNamed = false;     // by the user; else it is the usual one
-  std::vector<std::string> names;  // of interfaces, or of tables; none: all
+  std::vector<std::string> names;  // of interfaces, classes or tables; none: all
   bool json = false;
   bool sinceClear = false;
 
   // show interfaces
   bool errors = false;
-  bool rates = false;
+  bool rates = false;  // of show vlan-interfaces too
+
+  // show copp
+  bool sinceReset = false;
 
   // top
   double interval = 1.0;           // seconds from one table to the next
@@ -47,9 +54,12 @@ struct Options {
   // tables verify
   bool progress = false;  // told in any case
 
+  // poll (whose names are above)
+  std::string kind;  // one of kPollKinds; empty: every kind
+
   // clear (whose names are above), get, ls, invoke and set
   std::vector<std::string> words;  // as given: PATH, ATTRIBUTE ...
-  double timeout = 10.0;           // seconds, for each answer
+  double timeout = 10.0;           // seconds, for each answer; of poll too
 
   Trust trust() const { return directoryNamed ? Trust::directoryOwner : Trust::ownTables; }
   Basis basis() const { return sinceClear ? Basis::sinceClear : Basis::total; }

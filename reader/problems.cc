@@ -17,9 +17,20 @@ std::string_view whyMissing(Table table) {
       return "the agent counts no queues; it may be of an older version";
     case Table::aclDropCounters:
       return "the agent's chip counts no ACL drops, or the agent is of an older version";
+    case Table::vlanCounters:
+      return "the agent counts no VLAN interfaces; it may be of an older version";
+    case Table::coppCounters:
+      return "the agent's chip has no control-plane policing, or the agent is of an older version";
     default:
       return kNotPublished;
   }
+}
+
+std::string unknownText(std::string const& name, Named const& named) {
+  std::string const text = "there is no " + std::string(named.noun) + " " + printable(name);
+  bool const vlan = named.table == Table::counters && Pekt::IntfId::isName(name) &&
+                    kindOf(name) == IntfKind::vlan;
+  return vlan ? text + " here; of VLAN interfaces, see: oru-counters show vlan-interfaces" : text;
 }
 
 }  // namespace
@@ -84,7 +95,8 @@ void addRowsLeftOut(std::vector<Problem>& all, std::string const& path, std::uin
                                               (busy == 1 ? "was" : "were") + " left out"});
 }
 
-std::vector<Problem> problems(Snapshot const& snapshot, std::vector<std::string> const& unknown) {
+std::vector<Problem> problems(Snapshot const& snapshot, std::vector<std::string> const& unknown,
+                              Named const& named) {
   std::vector<Problem> all;
   auto const& tables = snapshot.tables;
   bool const none = std::all_of(tables.begin(), tables.end(), [](auto const& table) {
@@ -100,8 +112,8 @@ std::vector<Problem> problems(Snapshot const& snapshot, std::vector<std::string>
   for (auto const& [table, read] : tables)
     addRowsLeftOut(all, snapshot.directory + "/" + fileOf(table), read.corruptRows, read.busyRows);
   for (std::string const& name : unknown)
-    if (wasRead(snapshot, Table::counters))
-      all.push_back({ExitCode::unknownName, "there is no interface " + printable(name)});
+    if (wasRead(snapshot, named.table))
+      all.push_back({ExitCode::unknownName, unknownText(name, named)});
   return all;
 }
 

@@ -33,9 +33,15 @@ Problem noTables(std::string const& directory);
 void addRowsLeftOut(std::vector<Problem>& all, std::string const& path, std::uint64_t corrupt,
                     std::uint64_t busy);
 
-// Of the tables, the most important first; then of the names that mean no interface, where the
-// tables could be read at all.
-std::vector<Problem> problems(Snapshot const& snapshot, std::vector<std::string> const& unknown);
+// What names are of, and the table that knows of them.
+struct Named {
+  std::string_view noun = "interface";
+  Table table = Table::counters;
+};
+// Of the tables, the most important first; then of the names that mean nothing, where their table
+// could be read.
+std::vector<Problem> problems(Snapshot const& snapshot, std::vector<std::string> const& unknown,
+                              Named const& named = {});
 
 ExitCode exitCode(std::vector<Problem> const& problems);
 // Writes them, a line each, and answers their exit code.

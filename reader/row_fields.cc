@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "platform/pekt/intf_id.h"
+#include "platform/qos/copp_class_name.h"
 #include "platform/wib/maybe_u63.h"
 #include "reader/units.h"
 
@@ -65,6 +66,10 @@ bool intfKey(Glim::Schema const& schema, std::size_t keyBytes) {
 
 Pekt::IntfId intfIdAt(void const* row) { return at<Pekt::IntfId>(row, 0); }
 
+bool classKey(Glim::Schema const& schema, std::size_t keyBytes) {
+  return textKey(schema, keyBytes) && keyBytes == sizeof(Qos::CoppClassName);
+}
+
 }  // namespace
 
 Json fieldJson(SchemaField const& field, void const* row) {
@@ -121,6 +126,8 @@ Glim::CheckOptions keyKnowledge(Glim::Schema const& schema, std::size_t keyBytes
   options.keyText = [&schema, keyBytes](void const* key) { return keyText(schema, keyBytes, key); };
   if (intfKey(schema, keyBytes))
     options.keyHash = [](void const* key) { return intfIdAt(key).hash(); };
+  if (classKey(schema, keyBytes))
+    options.keyHash = [](void const* key) { return at<Qos::CoppClassName>(key, 0).hash(); };
   if (textKey(schema, keyBytes))
     options.keyProblem = [keyBytes](void const* key) -> std::string {
       std::string_view const bytes(static_cast<char const*>(key), keyBytes);

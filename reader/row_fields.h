@@ -27,7 +27,8 @@ std::string keyText(Glim::Schema const& schema, std::size_t keyBytes, void const
 // Texts by natural order, numbers by value, other keys by their bytes.
 bool keyLess(Glim::Schema const& schema, std::size_t keyBytes, void const* a, void const* b);
 
-// What this program knows of the keys: the hash of interface names, and how texts are padded.
+// What this program knows of the keys: the hashes of the names of interfaces and of
+// policing classes, and how texts are padded.
 Glim::CheckOptions keyKnowledge(Glim::Schema const& schema, std::size_t keyBytes);
 
 }  // namespace Show

@@ -8,32 +8,50 @@
 
 namespace Show {
 
-bool matches(std::string_view name, Intf const& intf) {
-  auto const means = [&name](std::string_view its) {
-    if (its.empty()) return false;
-    return name == its || ::fnmatch(std::string(name).c_str(), std::string(its).c_str(), 0) == 0;
-  };
-  return means(intf.intfId.view()) || means(intf.kernelName());
+namespace {
+
+bool means(std::string_view name, std::string_view its) {
+  if (its.empty()) return false;
+  return name == its || ::fnmatch(std::string(name).c_str(), std::string(its).c_str(), 0) == 0;
 }
 
-std::vector<std::string> select(Snapshot& snapshot, std::vector<std::string> const& names) {
+bool matches(std::string_view name, Qos::CoppClassCounter const& row) {
+  return means(name, row.className.view());
+}
+
+template <class Item>
+std::vector<std::string> selectFrom(std::vector<Item>& items,
+                                    std::vector<std::string> const& names) {
   if (names.empty()) return {};
   std::vector<bool> meant(names.size(), false);
-  std::vector<Intf> selected;
-  for (Intf& intf : snapshot.interfaces) {
+  std::vector<Item> selected;
+  for (Item& item : items) {
     bool wanted = false;
     for (std::size_t i = 0; i < names.size(); ++i) {
-      if (!matches(names[i], intf)) continue;
+      if (!matches(names[i], item)) continue;
       meant[i] = wanted = true;
     }
-    if (wanted) selected.push_back(std::move(intf));
+    if (wanted) selected.push_back(std::move(item));
   }
-  snapshot.interfaces = std::move(selected);
+  items = std::move(selected);
   std::vector<std::string> unknown;
   for (std::size_t i = 0; i < names.size(); ++i)
     if (!meant[i] && std::find(unknown.begin(), unknown.end(), names[i]) == unknown.end())
       unknown.push_back(names[i]);
   return unknown;
+}
+
+}  // namespace
+
+bool matches(std::string_view name, Intf const& intf) {
+  return means(name, intf.intfId.view()) || means(name, intf.kernelName());
+}
+
+std::vector<std::string> select(Snapshot& snapshot, std::vector<std::string> const& names) {
+  return selectFrom(snapshot.interfaces, names);
+}
+std::vector<std::string> selectClasses(Snapshot& snapshot, std::vector<std::string> const& names) {
+  return selectFrom(snapshot.classes, names);
 }
 
 }  // namespace Show

@@ -1,4 +1,4 @@
-// Which interfaces a command is about.
+// Which interfaces, or classes, a command is about.
 #pragma once
 
 #include <string>
@@ -16,5 +16,7 @@ bool matches(std::string_view name, Intf const& intf);
 // Keeps the interfaces that one of the names means; all when there are no names. Answers the names
 // that mean none, in the order given.
 std::vector<std::string> select(Snapshot& snapshot, std::vector<std::string> const& names);
+// The same of classes, which have one name each.
+std::vector<std::string> selectClasses(Snapshot& snapshot, std::vector<std::string> const& names);
 
 }  // namespace Show

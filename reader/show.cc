@@ -4,6 +4,7 @@
 #include <ostream>
 #include <utility>
 
+#include "reader/copp_view.h"
 #include "reader/drop_view.h"
 #include "reader/json_view.h"
 #include "reader/problems.h"
@@ -22,6 +23,7 @@ std::vector<std::vector<Line>> views(Options const& options, Snapshot const& sna
                                      std::size_t width) {
   if (options.command == Command::showQueues) return {queuesView(snapshot, options.basis(), width)};
   if (options.command == Command::showDrops) return {dropsView(snapshot, width)};
+  if (options.command == Command::showCopp) return {coppView(snapshot, options.sinceReset, width)};
   std::vector<std::vector<Line>> all;
   if (options.rates) all.push_back(ratesView(snapshot, width));
   if (options.errors) all.push_back(errorsView(snapshot, options.basis(), width));
@@ -31,21 +33,49 @@ std::vector<std::vector<Line>> views(Options const& options, Snapshot const& sna
 
 // What to know before the tables.
 std::vector<Line> notes(Options const& options, Snapshot const& snapshot) {
-  bool const interfaces = options.command == Command::showInterfaces;
-  bool const ratesAlone = interfaces && options.rates && !options.errors;
-  bool const clearable = options.command != Command::showDrops && !ratesAlone;
+  Command const command = options.command;
+  bool const ratesAlone = command == Command::showInterfaces && options.rates && !options.errors;
+  bool const clearable =
+      command == Command::showQueues || (command == Command::showInterfaces && !ratesAlone);
   std::vector<Line> lines;
-  if (interfaces && options.rates) lines.push_back({{std::string(kRatesNote)}});
+  if (options.rates) lines.push_back({{std::string(kRatesNote)}});
   if (clearable && !options.sinceClear && anyCleared(snapshot))
     lines.push_back({{std::string(kClearedNote)}});
   return lines;
 }
 
-// The one without which the command has nothing to show; of interfaces, their descriptions may be
-// there without their counters.
-bool nothingToShow(Options const& options, Snapshot const& snapshot) {
-  return (options.command == Command::showQueues && !wasRead(snapshot, Table::queueCounters)) ||
-         (options.command == Command::showDrops && !wasRead(snapshot, Table::aclDropCounters));
+// What a command shows, and what to say where there is none.
+struct Subject {
+  Named named;
+  std::string_view none = "No interfaces.";
+};
+Subject subjectOf(Command command) {
+  switch (command) {
+    case Command::showVlanInterfaces:
+      return {{"VLAN interface", Table::vlanCounters}, "No VLAN interfaces."};
+    case Command::showCopp:
+      return {{"class", Table::coppCounters}, "No classes."};
+    default:
+      return {};
+  }
+}
+
+// The one without which the command has nothing to show; of Ethernet interfaces, their descriptions
+// may be there without their counters.
+bool nothingToShow(Command command, Snapshot const& snapshot) {
+  switch (command) {
+    case Command::showQueues:
+      return !wasRead(snapshot, Table::queueCounters);
+    case Command::showDrops:
+      return !wasRead(snapshot, Table::aclDropCounters);
+    case Command::showVlanInterfaces:
+      return !wasRead(snapshot, Table::vlanCounters);
+    case Command::showCopp:
+      return !wasRead(snapshot, Table::coppCounters);
+    default:
+      break;
+  }
+  return false;
 }
 
 nlohmann::ordered_json jsonOf(Options const& options, Snapshot const& snapshot,
@@ -55,6 +85,10 @@ nlohmann::ordered_json jsonOf(Options const& options, Snapshot const& snapshot,
       return json(snapshot, wrong, queuesJson);
     case Command::showDrops:
       return json(snapshot, wrong, dropsJson);
+    case Command::showVlanInterfaces:
+      return json(snapshot, wrong, vlanIntfJson);
+    case Command::showCopp:
+      return json(snapshot, wrong, "classes", coppJson(snapshot));
     default:
       return json(snapshot, wrong);
   }
@@ -69,18 +103,30 @@ std::vector<Table> tablesOf(Command command) {
               Table::clearQueueCounters};
     case Command::showDrops:
       return {Table::counters, Table::descriptions, Table::aclDropCounters};
+    case Command::showVlanInterfaces:
+      return {Table::counters, Table::descriptions, Table::vlanCounters};
+    case Command::showCopp:
+      return {Table::counters, Table::coppCounters};
     default:
       return {Table::counters, Table::clearCounters, Table::descriptions};
   }
 }
 
+IntfKind intfKindOf(Command command) {
+  return command == Command::showVlanInterfaces ? IntfKind::vlan : IntfKind::ethernet;
+}
+
 ExitCode show(Options const& options, Snapshot snapshot, Place const& place, std::ostream& out,
               std::ostream& err) {
-  auto const unknown = select(snapshot, options.names);
-  auto const wrong = problems(snapshot, unknown);
+  bool const classes = options.command == Command::showCopp;
+  Subject const subject = subjectOf(options.command);
+  auto const unknown =
+      classes ? selectClasses(snapshot, options.names) : select(snapshot, options.names);
+  auto const wrong = problems(snapshot, unknown, subject.named);
+  bool const none = classes ? snapshot.classes.empty() : snapshot.interfaces.empty();
   if (options.json) {
     out << jsonText(jsonOf(options, snapshot, wrong), false);
-  } else if (!nothingToShow(options, snapshot) && !snapshot.interfaces.empty()) {
+  } else if (!nothingToShow(options.command, snapshot) && !none) {
     std::vector<Line> lines{agentLine(snapshot)};
     auto const add = [&lines](std::vector<Line> more) {
       std::move(more.begin(), more.end(), std::back_inserter(lines));
@@ -92,7 +138,7 @@ ExitCode show(Options const& options, Snapshot snapshot, Place const& place, std
     }
     out << joined(lines, place.colours);
   } else if (wrong.empty()) {
-    out << joined({agentLine(snapshot), {}, {{"No interfaces."}}}, place.colours);
+    out << joined({agentLine(snapshot), {}, {{std::string(subject.none)}}}, place.colours);
   }
   out.flush();
   return tell(wrong, err);

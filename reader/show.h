@@ -20,6 +20,8 @@ struct Place {
 
 // The tables that a command about interfaces takes: those that `show` and `top` read.
 std::vector<Table> tablesOf(Options::Command command);
+// And the kind of interface that it is about.
+IntfKind intfKindOf(Options::Command command);
 
 // What the options ask for goes to `out`, what is wrong to `err`, a line each.
 ExitCode show(Options const& options, Snapshot snapshot, Place const& place, std::ostream& out,

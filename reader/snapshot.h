@@ -14,8 +14,13 @@
 #include "platform/glim/answer.h"
 #include "platform/interface/counter_tables.h"
 #include "platform/interface/intf_description.h"
+#include "platform/qos/copp_class_counter.h"
 
 namespace Show {
+
+enum class IntfKind : std::uint8_t { ethernet, vlan, cpuPort };
+// By its name; what is neither of the others counts as Ethernet.
+IntfKind kindOf(Pekt::IntfId const& intfId);
 
 // One interface: known to at least one of the tables that were read, other than those of clears.
 struct Intf {
@@ -28,7 +33,18 @@ struct Intf {
   std::optional<Queues> queues;             // totals
   std::optional<Queues> queuesAtLastClear;  // the totals at the last clear
   std::optional<Glim::Interface::DropCounter> drops;
-  std::optional<Interface::IntfRates> measuredRates;  // between two samples: live_rates.h
+  std::optional<Interface::VlanIntfCounterGlim> vlanCounters;  // totals of a VLAN interface
+  std::optional<Interface::IntfRates> measuredRates;           // between two samples: live_rates.h
+
+  // What the row of counters of either kind of interface begins with; null without a row.
+  Interface::IntfStatistics const* statistics() const {
+    if (counters) return &counters->statistics;
+    return vlanCounters ? &vlanCounters->statistics : nullptr;
+  }
+  Interface::IntfRates const* rates() const {
+    if (counters) return &counters->rates;
+    return vlanCounters ? &vlanCounters->rates : nullptr;
+  }
 
   std::string_view kernelName() const {
     return description ? description->kernelName.view() : std::string_view();
@@ -70,10 +86,14 @@ enum class Table : std::uint8_t {
   queueCounters,
   clearQueueCounters,
   aclDropCounters,
+  vlanCounters,
+  coppCounters,
 };
-inline constexpr std::array<std::string_view, 6> kTableNames{
-    Interface::kIntfCounters,      Interface::kIntfClearCounters,      Interface::kIntfDescriptions,
-    Interface::kIntfQueueCounters, Interface::kIntfClearQueueCounters, Interface::kAclDropCounters};
+inline constexpr std::array<std::string_view, 8> kTableNames{
+    Interface::kIntfCounters,           Interface::kIntfClearCounters,
+    Interface::kIntfDescriptions,       Interface::kIntfQueueCounters,
+    Interface::kIntfClearQueueCounters, Interface::kAclDropCounters,
+    Interface::kVlanIntfCounters,       Qos::kCoppCounters};
 constexpr std::string_view name(Table table) {
   return kTableNames[static_cast<std::size_t>(table)];
 }
@@ -83,13 +103,16 @@ struct Snapshot {
   std::string directory;
   bool directoryNamed = true;  // by the user, who thereby trusts it
   AgentStatus agent;
-  std::map<Table, TableRead> tables;  // those that the command takes
-  std::vector<Intf> interfaces;       // in the order of their names
+  std::map<Table, TableRead> tables;           // those that the command takes
+  std::vector<Intf> interfaces;                // in the order of their names
+  std::vector<Qos::CoppClassCounter> classes;  // of the control plane's policing; likewise
 };
 
 // Whether the table was asked for, and could be read.
 bool wasRead(Snapshot const& snapshot, Table table);
 
+// Seconds since that time; nothing of a time that never was, 0. Never negative.
+std::optional<double> ageOf(Snapshot const& snapshot, double time);
 // Seconds since the row's sample; nothing when there was none yet. Never negative.
 std::optional<double> age(Snapshot const& snapshot, Intf const& intf);
 

@@ -14,29 +14,33 @@ constexpr int kAttempts = 4;
 
 // A clear alone tells of no interface.
 bool isKnown(Intf const& intf) {
-  return intf.counters || intf.description || intf.queues || intf.drops;
+  return intf.counters || intf.description || intf.queues || intf.drops || intf.vlanCounters;
 }
 
 }  // namespace
 
 template <class Record>
-Source::Rows<Record>::Rows(std::string const& directory, Table table,
-                           std::optional<Record> Intf::*place)
-    : which(table), member(place), reader(directory + "/" + std::string(name(table))) {}
+Source::Rows<Record>::Rows(std::string const& directory, Table table)
+    : which(table), reader(directory + "/" + std::string(name(table))) {}
 
-Source::Source(std::string directory, Trust trust, std::vector<Table> const& wanted)
+Source::Source(std::string directory, Trust trust, std::vector<Table> const& wanted,
+               std::optional<IntfKind> kind)
     : _directory(std::move(directory)),
       _trust(trust),
+      _kind(kind),
       _tables(EthRows(_directory, Table::clearCounters, &Intf::atLastClear),
               QueueRows(_directory, Table::clearQueueCounters, &Intf::queuesAtLastClear),
               EthRows(_directory, Table::counters, &Intf::counters),
               DescriptionRows(_directory, Table::descriptions, &Intf::description),
               QueueRows(_directory, Table::queueCounters, &Intf::queues),
-              DropRows(_directory, Table::aclDropCounters, &Intf::drops)) {
+              DropRows(_directory, Table::aclDropCounters, &Intf::drops),
+              VlanRows(_directory, Table::vlanCounters, &Intf::vlanCounters)),
+      _classes(_directory, Table::coppCounters) {
   auto const want = [&wanted](auto& table) {
     table.wanted = std::find(wanted.begin(), wanted.end(), table.which) != wanted.end();
   };
   std::apply([&want](auto&... table) { (want(table), ...); }, _tables);
+  want(_classes);
 }
 
 template <class Record>
@@ -84,9 +88,12 @@ Snapshot Source::take(double now) {
       snapshot.agent = agentStatus(table.reader.status());
   };
   std::apply([&join](auto&... table) { (join(table), ...); }, _tables);
+  if (_classes.wanted) snapshot.classes = read(_classes, snapshot.tables[_classes.which]);
+  std::sort(snapshot.classes.begin(), snapshot.classes.end(),
+            [](auto const& a, auto const& b) { return a.className < b.className; });
   snapshot.interfaces.reserve(interfaces.size());
   for (auto& [intfId, intf] : interfaces) {
-    if (!isKnown(intf)) continue;
+    if (!isKnown(intf) || (_kind && kindOf(intfId) != *_kind)) continue;
     intf.intfId = intfId;
     snapshot.interfaces.push_back(std::move(intf));
   }

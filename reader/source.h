@@ -1,6 +1,7 @@
 // Where snapshots come from: the tables of a directory, across the agents that write them.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -14,29 +15,37 @@ namespace Show {
 
 class Source {
  public:
-  // Opens nothing but the tables that are named.
-  Source(std::string directory, Trust trust, std::vector<Table> const& wanted);
+  // Opens nothing but the tables that are named. Some hold interfaces of several kinds: snapshots
+  // have those of one kind, or all without a kind.
+  Source(std::string directory, Trust trust, std::vector<Table> const& wanted,
+         std::optional<IntfKind> kind = IntfKind::ethernet);
 
   // Reads those tables. One that is not there, or became unreadable, is told in the snapshot, and
   // tried again with the next one; so agents may come, go and replace their tables meanwhile.
   Snapshot take(double now);
 
  private:
-  // A table, and where its rows stand in a snapshot.
   template <class Record>
   struct Rows {
-    Rows(std::string const& directory, Table table, std::optional<Record> Intf::*place);
+    Rows(std::string const& directory, Table table);
 
     Table which;
-    std::optional<Record> Intf::*member;
     bool wanted = false;
     Glim::Reader<Record> reader;
     Glim::ReaderOptions options;
   };
-  using EthRows = Rows<Interface::EthIntfCounterGlim>;
-  using DescriptionRows = Rows<Interface::IntfDescription>;
-  using QueueRows = Rows<Intf::Queues>;
-  using DropRows = Rows<Glim::Interface::DropCounter>;
+  // A table by interface, and where its rows stand in a snapshot.
+  template <class Record>
+  struct IntfRows : Rows<Record> {
+    IntfRows(std::string const& directory, Table table, std::optional<Record> Intf::*place)
+        : Rows<Record>(directory, table), member(place) {}
+    std::optional<Record> Intf::*member;
+  };
+  using EthRows = IntfRows<Interface::EthIntfCounterGlim>;
+  using DescriptionRows = IntfRows<Interface::IntfDescription>;
+  using QueueRows = IntfRows<Intf::Queues>;
+  using DropRows = IntfRows<Glim::Interface::DropCounter>;
+  using VlanRows = IntfRows<Interface::VlanIntfCounterGlim>;
 
   template <class Record>
   std::vector<Record> read(Rows<Record>& table, TableRead& read);
@@ -45,8 +54,10 @@ class Source {
 
   std::string _directory;
   Trust _trust;
+  std::optional<IntfKind> _kind;
   // The clears come first: one that is made meanwhile would be ahead of the counts.
-  std::tuple<EthRows, QueueRows, EthRows, DescriptionRows, QueueRows, DropRows> _tables;
+  std::tuple<EthRows, QueueRows, EthRows, DescriptionRows, QueueRows, DropRows, VlanRows> _tables;
+  Rows<Qos::CoppClassCounter> _classes;
 };
 
 }  // namespace Show

@@ -89,6 +89,12 @@ std::string printable(std::string_view text) {
   return shown;
 }
 
+std::string printableList(std::vector<std::string> const& texts) {
+  std::string list;
+  for (std::string const& text : texts) list += (list.empty() ? "" : ", ") + printable(text);
+  return list;
+}
+
 std::size_t displayWidth(std::string_view text) {
   std::size_t width = 0;
   for (char const c : text)

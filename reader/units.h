@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Show {
 
@@ -30,6 +31,8 @@ std::string counted(std::uint64_t n, std::string_view noun);
 
 // Text from a table, safe to show: control characters and malformed UTF-8 become '?'.
 std::string printable(std::string_view text);
+// "a, b, c"
+std::string printableList(std::vector<std::string> const& texts);
 // Columns that well-formed text takes, one a character.
 std::size_t displayWidth(std::string_view text);
 // At most `width` columns; what is cut ends in "~".

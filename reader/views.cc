@@ -115,15 +115,19 @@ Span kernelNameCell(Intf const& intf) {
 }
 Span countCell(std::optional<std::uint64_t> value) { return {count(value)}; }
 
-Span clearedCell(Snapshot const& snapshot, Intf const& intf) {
-  auto const time = cleared(intf);
+Span timeCell(Snapshot const& snapshot, std::optional<double> time) {
   return {time ? clockText(*time, snapshot.now) : "never"};
 }
+Span clearedCell(Snapshot const& snapshot, Intf const& intf) {
+  return timeCell(snapshot, cleared(intf));
+}
 
-Span ageCell(Snapshot const& snapshot, Intf const& intf) {
-  auto const seconds = age(snapshot, intf);
-  if (stale(snapshot, intf) && seconds) return {"stale " + ageText(seconds), Style::warning};
+Span ageCell(std::optional<double> seconds, bool stale) {
+  if (stale && seconds) return {"stale " + ageText(seconds), Style::warning};
   return {ageText(seconds)};
+}
+Span ageCell(Snapshot const& snapshot, Intf const& intf) {
+  return ageCell(age(snapshot, intf), stale(snapshot, intf));
 }
 
 std::vector<Line> countersView(Snapshot const& snapshot, Basis basis, std::size_t width) {

@@ -27,6 +27,10 @@ Span nameCell(Intf const& intf);
 Span kernelNameCell(Intf const& intf);
 Span countCell(std::optional<std::uint64_t> value);
 Span ageCell(Snapshot const& snapshot, Intf const& intf);
+// The same of what has no interface: a row that was sampled so long ago, or never.
+Span ageCell(std::optional<double> seconds, bool stale);
+// "11:05:03", with the date unless that is today; "never".
+Span timeCell(Snapshot const& snapshot, std::optional<double> time);
 inline Style rowStyle(Intf const& intf) { return isDown(intf) ? Style::dim : Style::plain; }
 
 // When counts since the last clear are shown, this column tells the clear.

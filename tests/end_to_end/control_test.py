@@ -214,7 +214,7 @@ class AskedOverTheSocket(Asking):
         # Nor does it learn where things lie in the agent.
         self.assertEqual(self.well("get", "countersSm", "ocsd", user=NOBODY),
                          "Oru::OruCommonSmData\n")
-        for arguments in (["clear", "all"], ["clear", "Ethernet1"],
+        for arguments in (["clear", "all"], ["clear", "Ethernet1"], ["poll", "Ethernet1"],
                           ["set", "countersSm", "counterPollPeriod", "1"],
                           ["invoke", "countersSm", "handleIntf", "Ethernet1"]):
             self.refused(NO_PERMISSION, *arguments, user=NOBODY)

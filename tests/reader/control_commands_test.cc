@@ -1,11 +1,4 @@
-#include "reader/control_commands.h"
-
-#include <gmock/gmock.h>
-
-#include <deque>
-#include <sstream>
-
-#include "reader/control_client.h"
+#include "tests/reader/asked_agent.h"
 
 namespace Show {
 namespace {
@@ -14,34 +7,10 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
-using Command = Options::Command;
 
-class ControlCommands : public testing::Test {
+class ControlCommands : public AskedAgent {
  protected:
-  ExitCode run(Command command, std::vector<std::string> words) {
-    options.command = command;
-    options.words = std::move(words);
-    return run();
-  }
-  ExitCode clear(std::vector<std::string> names) {
-    options.command = Command::clear;
-    options.names = std::move(names);
-    return run();
-  }
-  ExitCode run() {
-    ControlWorld const world{.ask =
-                                 [this](std::string const& line) {
-                                   asked.push_back(line);
-                                   if (answers.empty()) throw NoAnswer(ExitCode::agentFailed, "-");
-                                   std::string const answer = answers.front();
-                                   answers.pop_front();
-                                   return answer;
-                                 },
-                             .take = [this] { return snapshot; }};
-    out.str("");
-    err.str("");
-    return control(options, world, out, err);
-  }
+  ExitCode clear(std::vector<std::string> names) { return runOn(Command::clear, std::move(names)); }
   ExitCode refusedWith(std::string const& code) {
     answers = {R"({"ok":false,"error":{"code":")" + code + R"(","text":"why"}})"};
     ExitCode const exit = run(Command::get, {"countersSm", "x"});
@@ -49,20 +18,6 @@ class ControlCommands : public testing::Test {
     EXPECT_EQ(out.str(), "");
     return exit;
   }
-  void addIntf(char const* id, char const* kernelName) {
-    Intf intf;
-    intf.intfId = id;
-    intf.counters.emplace().intfId = id;
-    intf.description.emplace().kernelName = std::string_view(kernelName);
-    snapshot.interfaces.push_back(intf);
-    snapshot.tables[Table::counters].answer = Glim::Answer::ok;
-  }
-
-  Options options;
-  Snapshot snapshot;
-  std::deque<std::string> answers;
-  std::vector<std::string> asked;
-  std::ostringstream out, err;
 };
 
 TEST_F(ControlCommands, GetPrintsTheBareValue) {
@@ -168,6 +123,27 @@ TEST_F(ControlCommands, ClearWithAnUnknownNameAsksNothing) {
   EXPECT_THAT(asked, IsEmpty());
   EXPECT_EQ(err.str(),
             "oru-counters: there is no interface nope, none*, and nothing was cleared\n");
+}
+
+// Their descriptions are among those of all interfaces.
+TEST_F(ControlCommands, ClearOfWhatIsNoEthernetIntfSaysSoAndAsksNothing) {
+  addIntf("Ethernet1", "eth0");
+  addIntf("Vlan7", "eth0.7");
+  snapshot.interfaces.back().counters.reset();
+  for (char const* const name : {"Vlan7", "eth0.7", "Vlan*", "Vlan99", "Cpu"}) {
+    EXPECT_EQ(clear({"Ethernet1", name}), ExitCode::unknownName) << name;
+    EXPECT_EQ(err.str(), "oru-counters: only Ethernet interfaces can be cleared, which " +
+                             std::string(name) + " is not, and nothing was cleared\n");
+  }
+  EXPECT_THAT(asked, IsEmpty());
+}
+
+TEST_F(ControlCommands, ClearByAPatternPassesOverVlanIntfs) {
+  addIntf("Ethernet1", "eth0");
+  addIntf("Vlan7", "eth0.7");
+  answers = {R"({"ok":true,"cleared":1,"names":["Ethernet1"],"time":0})"};
+  EXPECT_EQ(clear({"eth0*"}), ExitCode::ok);
+  EXPECT_THAT(asked, ElementsAre(R"({"op":"clear","names":["Ethernet1"]})"));
 }
 
 TEST_F(ControlCommands, ClearWithoutReadableTablesAsksNothing) {

@@ -36,6 +36,33 @@ TEST_F(ControlCommandLine, ClearTakesNamesOrAll) {
   EXPECT_EQ(parse({"clear", "all", "Ethernet1"}), ExitCode::usage);
 }
 
+TEST_F(ControlCommandLine, ClearCoppTakesClassesOrAll) {
+  EXPECT_EQ(parse({"clear", "copp", "copp-bgp", "copp-*", "--json"}), std::nullopt);
+  EXPECT_EQ(sut.command, Command::clearCopp);
+  EXPECT_THAT(sut.names, ElementsAre("copp-bgp", "copp-*"));
+  EXPECT_TRUE(sut.json);
+  EXPECT_EQ(parse({"clear", "copp", "all"}), std::nullopt);
+  EXPECT_EQ(parse({"clear", "copp"}), ExitCode::usage);
+  EXPECT_EQ(parse({"clear", "copp", "all", "copp-bgp"}), ExitCode::usage);
+  EXPECT_EQ(parse({"clear", "Ethernet1", "copp", "all"}), ExitCode::usage);
+}
+
+TEST_F(ControlCommandLine, PollTakesNamesOrAllAndAKind) {
+  EXPECT_EQ(parse({"poll", "Ethernet1", "eth*"}), std::nullopt);
+  EXPECT_EQ(sut.command, Command::poll);
+  EXPECT_THAT(sut.names, ElementsAre("Ethernet1", "eth*"));
+  EXPECT_EQ(sut.kind, "");
+  for (char const* const kind : {"port", "queue", "acl", "vlan", "cpu"}) {
+    EXPECT_EQ(parse({"poll", "all", "--kind", kind}), std::nullopt);
+    EXPECT_EQ(sut.kind, kind);
+  }
+  EXPECT_EQ(parse({"poll"}), ExitCode::usage);
+  EXPECT_EQ(parse({"poll", "all", "Ethernet1"}), ExitCode::usage);
+  EXPECT_THAT(err.str(), HasSubstr("'poll all' takes no further names"));
+  EXPECT_EQ(parse({"poll", "all", "--kind", "ports"}), ExitCode::usage);
+  EXPECT_THAT(err.str(), HasSubstr("'ports' is none of port, queue, acl, vlan, cpu"));
+}
+
 TEST_F(ControlCommandLine, TheWordsAreInTheirOrder) {
   EXPECT_EQ(parse({"get", "countersSm", "ocsd"}), std::nullopt);
   EXPECT_EQ(sut.command, Command::get);

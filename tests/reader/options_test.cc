@@ -40,6 +40,25 @@ TEST_F(CommandLine, ShowInterfacesTakesItsFlags) {
   EXPECT_EQ(sut.basis(), Basis::sinceClear);
 }
 
+TEST_F(CommandLine, ShowVlanInterfacesTakesNamesAndRates) {
+  EXPECT_EQ(parse({"show", "vlan-interfaces", "Vlan7", "eth0.*", "--rates", "--json"}),
+            std::nullopt);
+  EXPECT_EQ(sut.command, Options::Command::showVlanInterfaces);
+  EXPECT_THAT(sut.names, ElementsAre("Vlan7", "eth0.*"));
+  EXPECT_TRUE(sut.rates && sut.json);
+  for (char const* const flag : {"--errors", "--since-clear"})
+    EXPECT_EQ(parse({"show", "vlan-interfaces", flag}), ExitCode::usage);
+}
+
+TEST_F(CommandLine, ShowCoppTakesClassesAndItsFlag) {
+  EXPECT_EQ(parse({"show", "copp", "copp-*", "--since-reset", "--json"}), std::nullopt);
+  EXPECT_EQ(sut.command, Options::Command::showCopp);
+  EXPECT_THAT(sut.names, ElementsAre("copp-*"));
+  EXPECT_TRUE(sut.sinceReset && sut.json);
+  EXPECT_EQ(parse({"show", "copp"}), std::nullopt);
+  EXPECT_EQ(parse({"show", "copp", "--since-clear"}), ExitCode::usage);
+}
+
 TEST_F(CommandLine, ShowQueuesTakesNamesAndFlags) {
   EXPECT_EQ(parse({"show", "queues", "Ethernet1", "eth*"}), std::nullopt);
   EXPECT_EQ(sut.command, Options::Command::showQueues);

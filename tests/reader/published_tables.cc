@@ -50,6 +50,11 @@ void PublishedTables::startQueuesAndDrops(std::uint32_t maxRows) {
   take(_drops, Interface::kAclDropCounters, maxRows);
 }
 
+void PublishedTables::startVlansAndCopp(std::uint32_t maxRows) {
+  take(_vlans, Interface::kVlanIntfCounters, maxRows);
+  take(_classes, Qos::kCoppCounters, maxRows);
+}
+
 void PublishedTables::stop() {
   _counters = nullptr;
   _clear = nullptr;
@@ -57,6 +62,8 @@ void PublishedTables::stop() {
   _queues = nullptr;
   _clearQueues = nullptr;
   _drops = nullptr;
+  _vlans = nullptr;
+  _classes = nullptr;
 }
 
 void PublishedTables::writeTwo() {

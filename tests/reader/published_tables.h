@@ -10,6 +10,7 @@
 #include "platform/dov/debug_handler.h"
 #include "platform/interface/counter_tables.h"
 #include "platform/kel/ptr_interface.h"
+#include "platform/qos/copp_class_tables.h"
 
 namespace Show {
 
@@ -28,6 +29,8 @@ class PublishedTables {
   void start(std::uint32_t maxRows = 64);
   // An agent that counts queues and ACL drops besides. REQUIRES: start()
   void startQueuesAndDrops(std::uint32_t maxRows = 64);
+  // An agent that counts VLAN interfaces and policing classes besides. REQUIRES: start()
+  void startVlansAndCopp(std::uint32_t maxRows = 64);
   // It ends in good order.
   void stop();
 
@@ -38,6 +41,8 @@ class PublishedTables {
   void write(Queues const& row) { _queues->intfQueueCounterIs(row); }
   void writeClear(Queues const& row) { _clearQueues->intfQueueCounterIs(row); }
   void write(Glim::Interface::DropCounter const& row) { _drops->counterIs(row); }
+  void write(Interface::VlanIntfCounterGlim const& row) { _vlans->counterIs(row); }
+  void write(Qos::CoppClassCounter const& row) { _classes->counterIs(row); }
   // Two interfaces: Ethernet1 (eth0, up) and Ethernet2 (eth1, down), with a row of each.
   void writeTwo();
 
@@ -58,6 +63,8 @@ class PublishedTables {
   Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> _queues;
   Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> _clearQueues;
   Kel::Ptr<Glim::Interface::AllDropCounterDir> _drops;
+  Kel::Ptr<Interface::AllVlanIntfCounterGlim> _vlans;
+  Kel::Ptr<Qos::AllCoppClassCounter> _classes;
 };
 
 }  // namespace Show

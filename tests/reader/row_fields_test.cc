@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "platform/pekt/intf_id.h"
+#include "platform/qos/copp_class_name.h"
 #include "reader/json_view.h"
 
 namespace Show {
@@ -129,6 +130,14 @@ TEST_F(RowFields, OfInterfaceNamesTheHashAndThePaddingAreKnown) {
   bytes[0] = 'E';
   bytes[47] = 'x';
   EXPECT_EQ(options.keyProblem(bytes.data()), "its key is not padded with zeros");
+}
+
+TEST_F(RowFields, OfNamesOfClassesTheHashIsKnown) {
+  auto const schema = Glim::parseSchema("Row\nname:text:0:64\nn:u64:64:1\n", 72);
+  auto const options = keyKnowledge(*schema, 64);
+  Qos::CoppClassName key("copp-bgp");
+  EXPECT_EQ(options.keyHash(&key), key.hash());
+  EXPECT_THAT(options.keyProblem(&key), IsEmpty());
 }
 
 TEST_F(RowFields, OfOtherKeysNoHashIsKnown) {

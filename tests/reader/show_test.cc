@@ -1,16 +1,11 @@
 // What the commands `show` print as a whole, of snapshots that were made up.
-#include "reader/show.h"
-
 #include <gmock/gmock.h>
 
-#include <sstream>
-
-#include "tests/reader/made_up.h"
+#include "tests/reader/shown.h"
 
 namespace Show {
 namespace {
 
-using Command = Options::Command;
 using testing::AllOf;
 using testing::Contains;
 using testing::HasSubstr;
@@ -20,21 +15,9 @@ using testing::StartsWith;
 
 constexpr char const* kNote = "Counters were cleared; --since-clear shows the counts since then.\n";
 
-class ShowCommands : public testing::Test {
+class ShowCommands : public Shown {
  protected:
-  ExitCode show(Command command) {
-    options.command = command;
-    out.str("");
-    err.str("");
-    for (Table const table : tablesOf(command))
-      snapshot.tables.try_emplace(table, TableRead{.answer = Glim::Answer::ok});
-    return Show::show(options, snapshot, {}, out, err);
-  }
   void clearFirst() { snapshot.interfaces[0].atLastClear = snapshot.interfaces[0].counters; }
-
-  Options options;
-  std::ostringstream out, err;
-  Snapshot snapshot = Show::snapshot({intf("Ethernet1", "eth0"), intf("Ethernet2", "eth1")});
 };
 
 TEST_F(ShowCommands, ShowInterfacesTakesNoTableOfQueuesOrDrops) {

@@ -130,6 +130,50 @@ TEST_F(SourceOfTables, ReadsTheTablesOfQueuesAndDropsWhenAskedTo) {
   EXPECT_FALSE(snapshot.interfaces[0].description) << "was not asked for";
 }
 
+TEST_F(SourceOfTables, SnapshotsHaveTheIntfsOfOneKindOrOfAll) {
+  tables.start();
+  tables.startVlansAndCopp();
+  tables.writeTwo();
+  Interface::IntfDescription description;
+  for (auto const name : {"Vlan7", "Cpu"}) {
+    description.intfId = name;
+    tables.write(description);
+  }
+  Interface::VlanIntfCounterGlim row;
+  row.intfId = "Vlan7";
+  row.statistics.inOctets = 42;
+  tables.write(row);
+  auto const namesOf = [&](std::optional<IntfKind> kind) {
+    Source source(tables.directory(), Trust::directoryOwner,
+                  {Table::counters, Table::descriptions, Table::vlanCounters}, kind);
+    std::vector<std::string> names;
+    for (Intf const& intf : source.take(0.0).interfaces) names.emplace_back(intf.intfId.view());
+    return names;
+  };
+  using Names = std::vector<std::string>;
+  EXPECT_EQ(namesOf(IntfKind::ethernet), (Names{"Ethernet1", "Ethernet2"}));
+  EXPECT_EQ(namesOf(IntfKind::vlan), Names{"Vlan7"});
+  EXPECT_EQ(namesOf(std::nullopt), (Names{"Cpu", "Ethernet1", "Ethernet2", "Vlan7"}));
+  EXPECT_EQ(take().interfaces.size(), 2u);
+}
+
+TEST_F(SourceOfTables, ReadsClassesWhenAskedToInTheOrderOfTheirNames) {
+  tables.start();
+  tables.startVlansAndCopp();
+  Qos::CoppClassCounter row;
+  for (auto const name : {"copp-ospf", "copp-arp", "copp-bgp"}) {
+    row.className = name;
+    tables.write(row);
+  }
+  Source source(tables.directory(), Trust::directoryOwner, {Table::coppCounters});
+  Snapshot const snapshot = source.take(0.0);
+  EXPECT_EQ(snapshot.tables.at(Table::coppCounters).rows, 3u);
+  ASSERT_EQ(snapshot.classes.size(), 3u);
+  EXPECT_EQ(snapshot.classes[0].className, Qos::CoppClassName("copp-arp"));
+  EXPECT_EQ(snapshot.classes[2].className, Qos::CoppClassName("copp-ospf"));
+  EXPECT_TRUE(take().classes.empty());
+}
+
 TEST_F(SourceOfTables, TablesThatAreNotAskedForAreNotTold) {
   tables.start();
   tables.startQueuesAndDrops();
