@@ -44,9 +44,13 @@ class OnQueues(Reader, OnLinks):
             await_that(f"{link} up", lambda link=link: self.kernel_says(link)["operstate"] == "UP")
         self.tc("qdisc add dev eth0 root mq")
         self.tc("qdisc add dev eth1 clsact")
+        self.add_filter()
+        self.listen("eth1")
+
+    def add_filter(self):
+        # Most kernels have this one, whatever other classifiers and actions they lack.
         self.tc(["filter", "add", "dev", "eth1", "ingress", "protocol", "0x88b6",
                  "bpf", "bytecode", "1,6 0 0 2,", "direct-action"])
-        self.listen("eth1")
 
     def see_this_namespace_in_sys(self):
         libc = ctypes.CDLL(None, use_errno=True)
