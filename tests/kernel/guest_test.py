@@ -64,7 +64,7 @@ class Guest(unittest.TestCase):
                                       "ip link add three type bridge vlan_filtering 1\n"
                                       "tc qdisc add dev one clsact\n"
                                       "tc filter add dev one ingress flower action drop\n"
-                                      "nft add table ip t; nft add counter ip t c")
+                                      "nft add table bridge t")
         self.assertEqual((status, said), (0, ""))
 
     def test_one_that_hangs_is_killed_and_reported(self):
