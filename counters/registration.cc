@@ -9,6 +9,7 @@
 #include "counters/pollers/intf_queue_counters_sm.h"
 #include "counters/pollers/port_counters_sm.h"
 #include "counters/pollers/vlan_intf_counters_sm.h"
+#include "counters/vlan/vlan_counters_sm.h"
 
 namespace Oru::Counters {
 namespace {
@@ -23,6 +24,7 @@ struct Unit {
                                                     &IntfAclDropCountersSm::_kelType,
                                                     &IntfQueueCountersSm::_kelType,
                                                     &PortCountersSm::_kelType,
+                                                    &VlanCountersSm::_kelType,
                                                     &CountersDynamicCoppTypeSm::_kelType,
                                                     &CountersSm::_kelType,
                                                     &CountersCoppSm::_kelType};

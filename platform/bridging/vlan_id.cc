@@ -1,8 +1,7 @@
 #include "platform/bridging/vlan_id.h"
 
-#include <string>
-
 #include "platform/kel/exceptions.h"
+#include "platform/kel/strep.h"
 
 namespace Bridging {
 
@@ -10,5 +9,7 @@ VlanId::VlanId(std::uint64_t value) : _value(value) {
   if (value < min || value > max)
     Kel::throwRangeException("a VLAN id is 1 to 4094, not " + std::to_string(value));
 }
+
+VlanId::VlanId(std::string const& text) : VlanId(Kel::fromStrep<std::uint64_t>(text)) {}
 
 }  // namespace Bridging

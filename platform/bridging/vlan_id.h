@@ -4,6 +4,7 @@
 #include <compare>
 #include <cstdint>
 #include <ostream>
+#include <string>
 
 namespace Bridging {
 
@@ -16,6 +17,8 @@ class VlanId {
   VlanId() = default;  // no VLAN; value() is 0
   // Throws Kel::RangeException outside min to max.
   explicit VlanId(std::uint64_t value);
+  // From its text, a decimal number. Throws Kel::RangeException for anything else.
+  explicit VlanId(std::string const& text);
 
   std::uint64_t value() const { return _value; }
   std::uint32_t hash() const { return static_cast<std::uint32_t>(_value); }

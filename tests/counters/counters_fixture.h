@@ -111,7 +111,7 @@ class Recording : public Table {
         _name(_path + '.' + what) {}
 
   void write(Record const& row) override {
-    _log(_name + "Is", row.intfId);
+    _log(_name + "Is", keyOf(row));
     if (full) Dov::ResourceException::throwException("the table is full");
     Table::write(row);
   }
@@ -124,7 +124,7 @@ class Recording : public Table {
     return Table::directWrite(id);
   }
   void commit(typename Table::Slot const& slot) override {
-    _log(_name + "Commit", slot->intfId);
+    _log(_name + "Commit", keyOf(*slot));
     if (full) Dov::ResourceException::throwException("the table is full");
     Table::commit(slot);
   }
@@ -132,6 +132,8 @@ class Recording : public Table {
   bool full = false;
 
  private:
+  static Key const& keyOf(Record const& row) { return Glim::RecordTraits<Record>::key(row); }
+
   CallLog& _log;
   std::string const _path, _name;
 };

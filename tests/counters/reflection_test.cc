@@ -41,8 +41,9 @@ TEST_F(Reflection, TypesAreRegisteredInOrder) {
             (Calls{"Oru::Counters::VlanIntfCountersSm", "Oru::Counters::CountersCoppTypeSm",
                    "Oru::Counters::CountersDynamicCoppSm", "Oru::Counters::CpuPortCountersSm",
                    "Oru::Counters::IntfAclDropCountersSm", "Oru::Counters::IntfQueueCountersSm",
-                   "Oru::Counters::PortCountersSm", "Oru::Counters::CountersDynamicCoppTypeSm",
-                   "Oru::Counters::CountersSm", "Oru::Counters::CountersCoppSm"}));
+                   "Oru::Counters::PortCountersSm", "Oru::Counters::VlanCountersSm",
+                   "Oru::Counters::CountersDynamicCoppTypeSm", "Oru::Counters::CountersSm",
+                   "Oru::Counters::CountersCoppSm"}));
 }
 
 TEST_F(Reflection, ObjectsKnowTheirType) {

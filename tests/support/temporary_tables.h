@@ -22,9 +22,13 @@ class TemporaryTables {
   // A table of type Table, made anew or taken over; further arguments are its constructor's last.
   template <class Table, class... Args>
   Kel::Ptr<Table> table(std::string_view name, Args&&... args) {
+    return table<Table>(Glim::TableLimits{.maxRows = 1024}, name, std::forward<Args>(args)...);
+  }
+  template <class Table, class... Args>
+  Kel::Ptr<Table> table(Glim::TableLimits const& limits, std::string_view name, Args&&... args) {
     return Kel::make<Table>(_debugHandler,
                             Glim::RootPath(_debugHandler, (_directory / name).string(), true),
-                            Glim::TableLimits{.maxRows = 1024}, std::forward<Args>(args)...);
+                            limits, std::forward<Args>(args)...);
   }
 
  private:

@@ -1,0 +1,29 @@
+// The contract between the VLAN counters and a chip platform.
+#pragma once
+
+#include "counters/vlan/vlan_counters.h"
+#include "platform/kel/system.h"
+#include "platform/oru/base_helper.h"
+
+namespace OruHelper {
+
+// What a chip does for the counters of VLANs. Each platform derives from it; the defaults are those
+// of a machine without a chip. Everything is called on the agent's thread.
+class OruVlanCountersHelper : public Oru::OruBaseHelper {
+ public:
+  explicit OruVlanCountersHelper(Kel::Name name) : OruBaseHelper(std::move(name)) {}
+
+  // Slots, in contract order.
+
+  // Prepares the counters of a VLAN, which has its rows by then. Called again with each
+  // notification of a VLAN that is there, also for one that was prepared before.
+  virtual void initializeVlanCounters(Bridging::VlanId) {}
+  // The least time between two polls that the chip can serve, seconds; asked once, for the first.
+  virtual Kel::Seconds minimumPollInterval() { return 0.0; }
+  // Fills in the absolute counts of now, and those of the sample before: the difference is what is
+  // added to the row. Both come zeroed, so the platform itself keeps the previous sample.
+  virtual void getVlanCounters(Bridging::VlanId, Kel::Ptr<OruTypes::VlanCounters> /*newCounters*/,
+                               Kel::Ptr<OruTypes::VlanCounters> /*prevCounters*/) {}
+};
+
+}  // namespace OruHelper
