@@ -365,7 +365,9 @@ TEST_F(VlanCountersSm, IntervalZeroAtTheStartSetsNoWakeUpAndAsksNothing) {
   sut->clockDel();
   sut->pollIntervalIs(0.0);
   sut->clockIs(wheel);
+  sut->initializedIs(false);
   sut->handleInitialized();
+  EXPECT_TRUE(sut->initialized());
   EXPECT_EQ(log.count("minimumPollInterval"), 0u);
   EXPECT_EQ(wheel->nextRun(), Wib::TimerWheel::kNever);
   runTo(kStart + 600.0);
