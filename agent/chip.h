@@ -4,12 +4,16 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
 
 #include "agent/event_loop.h"
 #include "agent/interfaces.h"
 #include "counters/pollers/helper.h"
+#include "platform/qos/copp_class_name.h"
 
 namespace Agent {
+
+using CoppClassNames = std::set<Qos::CoppClassName>;
 
 class Chip {
  public:
@@ -32,6 +36,9 @@ class Chip {
 
   // The same of its queues: bits of Interface::kQueueCounterNames.
   virtual std::optional<std::uint32_t> unsupportedQueue(Pekt::IntfId const&) { return 0; }
+
+  // The classes of control-plane policing, as they were read last. Null: the chip has no CPU port.
+  virtual CoppClassNames const* coppClasses() const { return nullptr; }
 
   // Called in every turn of the loop, before the interfaces of which there was news are polled.
   virtual void turn() {}

@@ -23,8 +23,10 @@ constexpr Kel::Seconds kAskForQueues = 5.0;
 std::unique_ptr<Chip> makeChip(Options const& options, LinkNames const& names, Tables& tables,
                                Interfaces& interfaces, Kel::Ptr<Kel::Clock> const& clock) {
   if (options.chip == ChipKind::simulated)
-    return std::make_unique<SimulatedChip>(options.ports, options.seed, tables, interfaces);
-  return std::make_unique<KernelChip>(names, options.aclDrops, tables, interfaces, clock);
+    return std::make_unique<SimulatedChip>(options.ports, options.vlanInterfaces, options.seed,
+                                           tables, interfaces);
+  return std::make_unique<KernelChip>(names, options.aclDrops, options.keepCounters, tables,
+                                      interfaces, clock);
 }
 
 }  // namespace
@@ -33,6 +35,7 @@ Host::Host(Options const& options, ClockDriver::Steady steady, Glim::TableLimits
     : _directory(options.tables),
       _period(options.period),
       _clock(Kel::ActivityManagerConfig::clock()),
+      _controlPlane(_entities.ocsd),
       _tables(options.tables, limits),
       _interfaces(_entities, _tables),
       _names(options.interfaces, options.names),
@@ -48,13 +51,17 @@ Host::Host(Options const& options, ClockDriver::Steady steady, Glim::TableLimits
 
   _counters = Oru::Counters::countersSmFactory(
       _entities.ocsd, _entities.configDir, _entities.statusDir, pollConfig, _chip->helper(),
-      intfConfig, _cliRequests, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-      _tables.aclDropCounters(), _tables.intfQueueCounters(), _tables.intfClearQueueCounters(),
-      _tables.intfCounters(), _tables.intfClearCounters());
+      intfConfig, _cliRequests, _controlPlane.sliceStatus(), _controlPlane.sliceStatusDir(),
+      _controlPlane.aclSliceStatus(), _controlPlane.aclSliceStatusDir(), _entities.vlanConfigDir,
+      _entities.vlanStatusDir, _tables.aclDropCounters(), _tables.intfQueueCounters(),
+      _tables.intfClearQueueCounters(), _tables.intfCounters(), _tables.intfClearCounters());
   _counters->writerConfigIs(Kel::make<Interface::QueueCounter::WriterConfig>());
   _counters->ethIntfCounterWriterStatusIs(Kel::make<Interface::EthIntfCounterWriterStatus>());
   _counters->aclDropConfigIs(_entities.aclDropConfig);
+  _counters->allVlanIntfCountersIs(_tables.vlanIntfCounters());
+  _counters->vlanIntfCounterWriterStatusIs(Kel::make<Interface::VlanIntfCounterWriterStatus>());
   _counters->counterPollPeriodIs(_period);
+  _controlPlane.countersIs(_counters);
 }
 
 Host::~Host() = default;
@@ -63,6 +70,7 @@ void Host::start(EventLoop& loop) {
   _clockDriver.turn();  // the clock has its time before anybody reads it
   _chip->start(loop);
   _interfaces.removeLeftovers();
+  _controlPlane.classesAre(_chip->coppClasses());
   _counters->initializedIs(true);
   _loop = &loop;
   keepControl();
@@ -96,6 +104,7 @@ Kel::Seconds Host::turn() {
   Kel::Seconds const next = _clockDriver.turn();
   if (std::exchange(_clockWasSet, false)) _tables.noSampleAfter(_clock->time());
   _chip->turn();
+  _controlPlane.classesAre(_chip->coppClasses());
   retryRefused();
   pollNews();
   beat();
@@ -121,16 +130,20 @@ void Host::retryRefused() {
 void Host::pollNews() {
   bool const readable = _chip->helper()->firstSyncDelay() == 0.0;
   for (Pekt::IntfId const& intfId : _interfaces.takeNews()) {
-    if (readable) {
-      _counters->updateCounters(OruTypes::CounterType::port, intfId);
-      _counters->updateCounters(OruTypes::CounterType::queue, intfId);
-    }
+    if (readable) pollNow(intfId);
     _unsupportedDue.insert(intfId);
     _lastAsked.reset();
     askForQueues(intfId);
   }
   askForUnsupported();
   askForQueues();
+}
+
+// Pollers that there are not, as those of another kind of interface, do nothing.
+void Host::pollNow(Pekt::IntfId const& intfId) {
+  using OruTypes::CounterType;
+  for (CounterType const type : {CounterType::port, CounterType::queue, CounterType::vlanIntf})
+    _counters->updateCounters(type, intfId);
 }
 
 // Whoever cannot answer is asked again with the next polls.
@@ -140,7 +153,7 @@ void Host::askForUnsupported() {
   if (_lastAsked && now - *_lastAsked < _period) return;
   _lastAsked = now;
   std::erase_if(_unsupportedDue, [this](Pekt::IntfId const& intfId) {
-    if (!_entities.ocsd->intf(intfId)) return true;  // gone meanwhile
+    if (!_interfaces.serves(intfId)) return true;  // gone meanwhile
     auto const unsupported = _chip->unsupported(intfId);
     if (unsupported) _interfaces.unsupportedIs(intfId, *unsupported);
     return unsupported.has_value();

@@ -8,6 +8,7 @@
 
 #include "agent/chip.h"
 #include "agent/clock_driver.h"
+#include "agent/control_plane.h"
 #include "agent/control_server.h"
 #include "agent/link_names.h"
 #include "agent/options.h"
@@ -35,6 +36,7 @@ class Host {
  private:
   void clockWasSetBy(Kel::Seconds step);
   void pollNews();
+  void pollNow(Pekt::IntfId const& intfId);
   void retryRefused();
   void askForUnsupported();
   void askForQueues();
@@ -46,6 +48,7 @@ class Host {
   Kel::Seconds const _period;
   Kel::Ptr<Kel::Clock> const _clock;
   InterfaceEntities const _entities;
+  ControlPlane _controlPlane;
   Tables _tables;
   Interfaces _interfaces;
   LinkNames const _names;

@@ -7,8 +7,18 @@ namespace Agent {
 using Interface::IntfDescription;
 using Interface::OperState;
 
+namespace {
+
+bool isVlan(Pekt::IntfId const& intfId) { return Pekt::VlanIntfId::isVlanIntfId(intfId); }
+
+}  // namespace
+
 Interfaces::Interfaces(InterfaceEntities const& entities, Tables const& tables)
-    : _entities(entities), _tables(tables) {}
+    : _entities(entities), _tables(tables), _vlans(entities, tables) {}
+
+bool Interfaces::serves(Pekt::IntfId const& intfId) const {
+  return isVlan(intfId) ? _entities.ocsd->vlanIntf(intfId) : _entities.ocsd->intf(intfId);
+}
 
 bool Interfaces::interfaceIs(IntfDescription description) {
   Pekt::IntfId const id = description.intfId;
@@ -21,7 +31,19 @@ bool Interfaces::interfaceIs(IntfDescription description) {
     description.unsupported = before.unsupported;
     description.unsupportedQueue = before.unsupportedQueue;
   }
-  if (!makeRows(description)) return false;
+  if (isVlan(id)) {
+    if (!makeVlanRow(description)) return false;
+    _vlans.interfaceIs(id, description.operState);
+  } else {
+    if (!makeRows(description)) return false;
+    tellEthernet(description);
+  }
+  _news.insert(id);
+  return true;
+}
+
+void Interfaces::tellEthernet(IntfDescription const& description) {
+  Pekt::IntfId const id = description.intfId;
   auto const status = statusOf(id);
   status->speedIs(description.speed);
   status->operStateIs(description.operState);
@@ -30,8 +52,20 @@ bool Interfaces::interfaceIs(IntfDescription description) {
     _entities.configDir->intfConfigIs(id, Kel::make<Interface::EthPhyIntfConfig>());
   if (_libraryRuns) leaveRoom(id);
   _entities.ocsd->intfIs(id, true);
-  _news.insert(id);
-  return true;
+}
+
+bool Interfaces::makeVlanRow(IntfDescription const& description) {
+  Pekt::IntfId const id = description.intfId;
+  bool const described = _tables.intfDescriptions()->contains(id);
+  try {
+    describe(description);
+    _vlans.makeRow(id);
+    return true;
+  } catch (Dov::ResourceException const& exception) {
+    if (!described) _tables.intfDescriptions()->descriptionDel(id);
+    hasNoRoom(id, exception.message());
+    return false;
+  }
 }
 
 // The clear row comes before the live one: a live row has both.
@@ -102,6 +136,7 @@ void Interfaces::dropRows(Pekt::IntfId const& intfId) {
   _tables.intfCounters()->counterDel(intfId);
   _tables.intfClearCounters()->counterDel(intfId);
   dropRowsOfLibrary(intfId);
+  _tables.vlanIntfCounters()->counterDel(intfId);
   _tables.intfDescriptions()->descriptionDel(intfId);
 }
 
@@ -121,10 +156,12 @@ void Interfaces::dropAllRows() {
   clear(*_tables.intfQueueCounters());
   clear(*_tables.intfClearQueueCounters());
   clear(*_tables.aclDropCounters());
+  clear(*_tables.vlanIntfCounters());
   clear(*_tables.intfDescriptions());
 }
 
 void Interfaces::restartRates(Pekt::IntfId const& intfId) {
+  if (isVlan(intfId)) return _vlans.restartRates(intfId);
   auto row = _tables.intfCounters()->counter(intfId);
   row.rates = {};
   _tables.intfCounters()->counterIs(row);
@@ -133,20 +170,29 @@ void Interfaces::restartRates(Pekt::IntfId const& intfId) {
 void Interfaces::interfaceDel(Pekt::IntfId const& intfId) {
   Pekt::IntfId const id = intfId;  // the caller's may go with what is deleted
   bool const keep = keeps();
+  if (isVlan(id))
+    _vlans.interfaceDel(id, keep);
+  else
+    tellEthernetGone(id);
+  if (keep)
+    notPresent(id);
+  else
+    _tables.intfDescriptions()->descriptionDel(id);
+  _news.erase(id);
+  _withoutRoom.erase(id);
+}
+
+void Interfaces::tellEthernetGone(Pekt::IntfId const& id) {
   _entities.ocsd->intfDel(id);
   _entities.configDir->intfConfigDel(id);
-  if (keep) {
+  if (keeps()) {
     statusOf(id)->operStateIs(OperState::notPresent);
-    notPresent(id);
   } else {
     _entities.statusDir->intfStatusDel(id);
     dropRowsOfLibrary(id);
-    _tables.intfDescriptions()->descriptionDel(id);
   }
   _entities.aclDropConfig->intfDel(id);  // the library leaves a `false` behind
   leaveRoom(id);
-  _news.erase(id);
-  _withoutRoom.erase(id);
 }
 
 void Interfaces::unsupportedIs(Pekt::IntfId const& intfId, Interface::CounterSet unsupported) {
@@ -169,7 +215,7 @@ void Interfaces::redescribe(Pekt::IntfId const& intfId, Change const& change) {
 }
 
 void Interfaces::removeLeftovers() {
-  auto const leftover = [this](Pekt::IntfId const& id) { return !_entities.ocsd->intf(id); };
+  auto const leftover = [this](Pekt::IntfId const& id) { return !serves(id); };
   auto const clean = [&](auto& table) {
     table.forEach([&](auto const& row) {
       if (leftover(row.intfId)) table.remove(row.intfId);
@@ -185,6 +231,7 @@ void Interfaces::removeLeftovers() {
     clean(*_tables.intfQueueCounters());
     clean(*_tables.intfClearQueueCounters());
     clean(*_tables.aclDropCounters());
+    clean(*_tables.vlanIntfCounters());
     clean(*_tables.intfDescriptions());
   }
   _libraryRuns = true;

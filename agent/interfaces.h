@@ -7,30 +7,21 @@
 #include <string>
 #include <vector>
 
-#include "agent/tables.h"
-#include "platform/interface/intf_dirs.h"
-#include "platform/interface/writer_status.h"
-#include "platform/oru/common_sm_data.h"
+#include "agent/vlan_interfaces.h"
 
 namespace Agent {
-
-// What the library is told of interfaces.
-struct InterfaceEntities {
-  Kel::Ptr<Oru::OruCommonSmData> ocsd = Kel::make<Oru::OruCommonSmData>();
-  Kel::Ptr<Interface::AllEthPhyIntfConfigDir> configDir =
-      Kel::make<Interface::AllEthPhyIntfConfigDir>();
-  Kel::Ptr<Interface::AllEthPhyIntfStatusDir> statusDir =
-      Kel::make<Interface::AllEthPhyIntfStatusDir>();
-  Kel::Ptr<Interface::AclDropConfig> aclDropConfig = Kel::make<Interface::AclDropConfig>();
-};
 
 class Interfaces {
  public:
   // The tables must outlive it.
   Interfaces(InterfaceEntities const& entities, Tables const& tables);
 
-  // The interface is there, and is so. `lastChange` is kept here: the time at which its state of
-  // operation was last seen to change, by this agent or the one before.
+  // Whether the library was told of it.
+  bool serves(Pekt::IntfId const& intfId) const;
+
+  // The interface, Ethernet or VLAN as its name says, is there, and is so. `lastChange` is kept
+  // here: the time at which its state of operation was last seen to change, by this agent or the
+  // one before.
   //
   // An interface is served only when all its rows have room, before the library hears of it. Those
   // of its own counters are made here; room for those that the library makes, of its queues and its
@@ -81,6 +72,9 @@ class Interfaces {
  private:
   Kel::Ptr<Interface::EthPhyIntfStatus> statusOf(Pekt::IntfId const& intfId);
   bool makeRows(Interface::IntfDescription const& description);
+  bool makeVlanRow(Interface::IntfDescription const& description);
+  void tellEthernet(Interface::IntfDescription const& description);
+  void tellEthernetGone(Pekt::IntfId const& id);
   void dropRowsOfLibrary(Pekt::IntfId const& intfId);
   void takeRoom(Pekt::IntfId const& intfId);
   void leaveRoom(Pekt::IntfId const& intfId);
@@ -91,6 +85,7 @@ class Interfaces {
 
   InterfaceEntities const _entities;
   Tables const& _tables;
+  VlanInterfaces _vlans;
   std::set<Pekt::IntfId> _news;
   std::set<Pekt::IntfId> _withoutRoom;
   std::string _whyNoRoom;

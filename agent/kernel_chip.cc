@@ -2,11 +2,15 @@
 
 #include <system_error>
 
+#include "agent/control_plane.h"
 #include "agent/log.h"
 #include "hardware/linux/glim_offset_store.h"
 
 namespace Agent {
 namespace {
+
+// In the hope of a ruleset that is loaded later.
+constexpr Kel::Seconds kLookForClasses = 5.0;
 
 using Hardware::Linux::GlimOffsetStore;
 using Hardware::Linux::GlimQueueOffsetStore;
@@ -22,15 +26,25 @@ auto published(Kel::Ptr<Table> const& rows) {
   };
 }
 
-Kel::Ptr<LinuxCountersHelper> makeHelper(AclDropMap const& aclDrops, Tables& tables,
-                                         Kel::Ptr<Kel::Clock> const& clock) {
+// Of either kind of interface.
+LinuxCountersHelper::PublishedRow publishedRows(Tables const& tables) {
+  return [ethernet = published(tables.intfCounters()),
+          vlan = published(tables.vlanIntfCounters())](Pekt::IntfId const& intfId) {
+    if (!Pekt::VlanIntfId::isVlanIntfId(intfId)) return ethernet(intfId);
+    auto const row = vlan(intfId);
+    return row ? std::optional(Hardware::Linux::asPort(*row)) : std::nullopt;
+  };
+}
+
+Kel::Ptr<LinuxCountersHelper> makeHelper(AclDropMap const& aclDrops, bool keepCounters,
+                                         Tables& tables, Kel::Ptr<Kel::Clock> const& clock) {
   auto const drops = tables.aclDropCounters();
   return Kel::make<LinuxCountersHelper>(
       Kel::Name("linux"),
       LinuxCountersHelper::kernelParts(
           {.offsets = std::make_unique<GlimOffsetStore>(
                tables.add<GlimOffsetStore::Table>(Hardware::Linux::kLinkOffsets)),
-           .publishedRow = published(tables.intfCounters()),
+           .publishedRow = publishedRows(tables),
            .queueOffsets = std::make_unique<GlimQueueOffsetStore>(
                tables.add<GlimQueueOffsetStore::Table>(Hardware::Linux::kQueueOffsets)),
            .publishedQueues = published(tables.intfQueueCounters()),
@@ -39,14 +53,21 @@ Kel::Ptr<LinuxCountersHelper> makeHelper(AclDropMap const& aclDrops, Tables& tab
            .now = [clock] { return clock->time(); },
            .aclDrops = aclDrops,
            .say = &say,
-           .queueClearing = {tables.intfQueueCounters(), tables.intfClearQueueCounters()}}));
+           .queueClearing = {tables.intfQueueCounters(), tables.intfClearQueueCounters()},
+           .copp = {.rows = tables.coppCounters(),
+                    .offsets = tables.add<Hardware::Linux::CoppOffsetTable>(
+                        Hardware::Linux::kCoppOffsets, kMaxCoppClasses),
+                    .policyMap = std::string(kCoppPolicyMap),
+                    .keepsRows = keepCounters}}));
 }
 
 }  // namespace
 
-KernelChip::KernelChip(LinkNames const& names, AclDropMap const& aclDrops, Tables& tables,
-                       Interfaces& interfaces, Kel::Ptr<Kel::Clock> const& clock)
-    : _helper(makeHelper(aclDrops, tables, clock)),
+KernelChip::KernelChip(LinkNames const& names, AclDropMap const& aclDrops, bool keepCounters,
+                       Tables& tables, Interfaces& interfaces, Kel::Ptr<Kel::Clock> const& clock)
+    : _clock(clock),
+      _vlanRows(tables.vlanIntfCounters()),
+      _helper(makeHelper(aclDrops, keepCounters, tables, clock)),
       _monitor([this](int ifindex) { return _speed.of(ifindex); }),
       _sync(names, interfaces, *this) {}
 
@@ -55,6 +76,7 @@ void KernelChip::start(EventLoop& loop) {
   if (auto const error = _monitor.start(events))
     throw std::system_error(error, "cannot list the links of this machine");
   handle(events);
+  lookForClasses();
   loop.readableIs(_monitor.fd(), [this] { takeNews(); });
 }
 
@@ -66,8 +88,23 @@ std::optional<std::uint32_t> KernelChip::unsupportedQueue(Pekt::IntfId const& in
   return _helper->unsupportedQueueCounters(intfId);
 }
 
+// While there is a CPU port, its poller reads them.
+void KernelChip::lookForClasses() {
+  Kel::Seconds const now = _clock->time();
+  bool const isDue = !_lastLook || now < *_lastLook || now - *_lastLook >= kLookForClasses;
+  if (_helper->coppClasses() || !isDue) return;
+  _lastLook = now;
+  _helper->getCoppCounters();
+}
+
+CoppClassNames const* KernelChip::coppClasses() const {
+  auto const& classes = _helper->coppClasses();
+  return classes ? &*classes : nullptr;
+}
+
 void KernelChip::turn() {
   if (_newsIsDue) takeNews();
+  lookForClasses();
   bool const offsetsFail = _helper->offsetsNotSaved() != 0;
   if (offsetsFail && !_offsetsFail)
     say("the offsets of reset counters could not be kept; should the agent end now, counts may "
@@ -103,6 +140,11 @@ void KernelChip::linkIs(Pekt::IntfId const& intfId, Link const& link) {
   _helper->linkIs(intfId, link);
 }
 
-void KernelChip::linkDel(Pekt::IntfId const& intfId) { _helper->linkDel(intfId); }
+void KernelChip::linkDel(Pekt::IntfId const& intfId) {
+  _helper->linkDel(intfId);
+  // The library removed the row after the helper's part was over.
+  if (Pekt::VlanIntfId::isVlanIntfId(intfId) && !_vlanRows->contains(intfId))
+    _helper->forget(intfId);
+}
 
 }  // namespace Agent

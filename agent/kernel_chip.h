@@ -1,4 +1,5 @@
-// The Linux kernel as the chip: the Ethernet links of this network namespace are the interfaces.
+// The Linux kernel as the chip: the Ethernet links of this network namespace are the interfaces,
+// and the named counters of nftables' table `inet copp` the classes of control-plane policing.
 #pragma once
 
 #include "agent/chip.h"
@@ -14,7 +15,7 @@ class KernelChip : public Chip, private PortLinks {
  public:
   // Keeps its counts' offsets in tables of its own beside the others. What it is given by
   // reference must outlive it.
-  KernelChip(LinkNames const& names, AclDropMap const& aclDrops, Tables& tables,
+  KernelChip(LinkNames const& names, AclDropMap const& aclDrops, bool keepCounters, Tables& tables,
              Interfaces& interfaces, Kel::Ptr<Kel::Clock> const& clock);
 
   Kel::Ptr<OruHelper::OruHelperCountersSm> helper() const override { return _helper; }
@@ -22,6 +23,7 @@ class KernelChip : public Chip, private PortLinks {
   void retellRefused() override { _sync.serveRefused(); }
   std::optional<Interface::CounterSet> unsupported(Pekt::IntfId const& intfId) override;
   std::optional<std::uint32_t> unsupportedQueue(Pekt::IntfId const& intfId) override;
+  CoppClassNames const* coppClasses() const override;
   void turn() override;
 
  private:
@@ -31,15 +33,19 @@ class KernelChip : public Chip, private PortLinks {
   void forget(Pekt::IntfId const& intfId) override { _helper->forget(intfId); }
   void linkIs(Pekt::IntfId const& intfId, Link const& link) override;
   void linkDel(Pekt::IntfId const& intfId) override;
+  void lookForClasses();
   void takeNews();
   void handle(Hardware::Linux::LinkMonitor::Events const& events);
 
+  Kel::Ptr<Kel::Clock> const _clock;
+  Kel::Ptr<Interface::AllVlanIntfCounterGlim> const _vlanRows;
   Kel::Ptr<Hardware::Linux::LinuxCountersHelper> const _helper;
   Hardware::Linux::LinkSpeed _speed;
   Hardware::Linux::LinkMonitor _monitor;
   LinkSync _sync;
   bool _newsIsDue = false;  // the last try to read it failed
   bool _offsetsFail = false;
+  std::optional<Kel::Seconds> _lastLook;  // for policing classes
 };
 
 }  // namespace Agent

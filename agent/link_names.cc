@@ -12,7 +12,8 @@ LinkNames::LinkNames(std::vector<std::string> patterns, NameMap names)
   for (auto const& [kernelName, intfId] : _names) _given.insert(intfId);
 }
 
-LinkNames::Answer LinkNames::of(std::string const& kernelName, int ifindex) const {
+LinkNames::Answer LinkNames::of(std::string const& kernelName, int ifindex,
+                                std::uint16_t vlanId) const {
   bool const counted =
       _patterns.empty() || std::any_of(_patterns.begin(), _patterns.end(), [&](auto const& glob) {
         return ::fnmatch(glob.c_str(), kernelName.c_str(), 0) == 0;
@@ -20,6 +21,8 @@ LinkNames::Answer LinkNames::of(std::string const& kernelName, int ifindex) cons
   if (!counted) return {};
   if (auto const at = _names.find(kernelName); at != _names.end())
     return {.intfId = at->second, .isNamed = true};
+  if (vlanId != 0)
+    return {.intfId = Pekt::IntfId("Vlan" + std::to_string(vlanId)), .isNamed = true};
   Pekt::IntfId const byIndex("Ethernet" + std::to_string(ifindex));
   if (_given.contains(byIndex)) return {.intfId = std::nullopt, .nameIsGivenAway = true};
   return {.intfId = byIndex};

@@ -40,7 +40,7 @@ void LinkSync::update(Link const& link) {
   Known& known = at->second;
   bool const renamed = known.link.name != link.name;
   known.link = link;
-  auto const wanted = _names.of(link.name, link.ifindex);
+  auto const wanted = _names.of(link.name, link.ifindex, link.vlanId);
   if (known.servedAs && known.servedAs != wanted.intfId) drop(known);
   if (wanted.intfId) {
     auto const other = _servedBy.find(*wanted.intfId);
@@ -107,7 +107,7 @@ void LinkSync::drop(Known& known) {
 
 void LinkSync::serveWaiting(Pekt::IntfId const& intfId) {
   for (auto& [ifindex, known] : _links) {
-    auto const wanted = _names.of(known.link.name, ifindex);
+    auto const wanted = _names.of(known.link.name, ifindex, known.link.vlanId);
     if (known.servedAs || wanted.intfId != intfId) continue;
     serve(known, wanted);
     if (known.servedAs) return;
@@ -116,7 +116,7 @@ void LinkSync::serveWaiting(Pekt::IntfId const& intfId) {
 
 void LinkSync::serveRefused() {
   for (auto& [ifindex, known] : _links) {
-    auto const wanted = _names.of(known.link.name, ifindex);
+    auto const wanted = _names.of(known.link.name, ifindex, known.link.vlanId);
     if (!known.servedAs && wanted.intfId && !_servedBy.contains(*wanted.intfId))
       serve(known, wanted);
   }

@@ -78,6 +78,7 @@ struct CommandLine {
   CLI::Option* averaging = nullptr;
   CLI::Option* keep = nullptr;
   CLI::Option* ports = nullptr;
+  CLI::Option* vlans = nullptr;
   CLI::Option* seed = nullptr;
 
   CommandLine() {
@@ -131,6 +132,11 @@ struct CommandLine {
                 ->type_name("N")
                 ->check(within(std::uint32_t{1}, kMaxPorts, "a number of ports"))
                 ->capture_default_str();
+    vlans = app.add_option("--vlan-interfaces", values.vlanInterfaces,
+                           "VLAN interfaces of the simulated chip, 0 to 4000")
+                ->type_name("N")
+                ->check(within(std::uint32_t{0}, kMaxSimulatedVlans, "a number of VLAN interfaces"))
+                ->capture_default_str();
     seed = app.add_option("--seed", values.seed, "Seed of the simulated traffic")
                ->type_name("N")
                ->check(within(std::uint64_t{0}, ~std::uint64_t{0}, "a number"))
@@ -178,7 +184,7 @@ std::variant<Options, Finished> readOptions(int argc, char const* const* argv) {
   Options options = line.values;
   options.chip = readChip(line.chip).value_or(options.chip);
   if (options.chip != ChipKind::simulated) {
-    for (CLI::Option const* const option : {line.ports, line.seed})
+    for (CLI::Option const* const option : {line.ports, line.vlans, line.seed})
       if (option->count() != 0) return refused(option->get_name() + " needs --chip simulated");
   } else if (line.interfaces->count() != 0) {
     return refused("--interfaces chooses links of this machine; the simulated chip has none");

@@ -26,6 +26,7 @@ using AclDropMap = std::map<std::string, Hardware::Linux::NftCounterName>;
 
 inline constexpr Kel::Seconds kMinPeriod = 0.05, kMaxPeriod = 3600.0, kDefaultPeriod = 2.0;
 inline constexpr std::uint32_t kMaxPorts = 4096, kDefaultPorts = 32;
+inline constexpr std::uint32_t kMaxSimulatedVlans = 4000, kDefaultSimulatedVlans = 4;
 
 struct Options {
   std::string tables;                    // the directory of the tables
@@ -37,8 +38,9 @@ struct Options {
   AclDropMap aclDrops;       // links that are not here count what their filters drop
   unsigned traceLevels = 0;  // one bit a level
   ChipKind chip = ChipKind::kernel;
-  std::uint32_t ports = kDefaultPorts;  // of the simulated chip
-  std::uint64_t seed = 1;               // of the simulated chip's traffic
+  std::uint32_t ports = kDefaultPorts;                    // of the simulated chip
+  std::uint32_t vlanInterfaces = kDefaultSimulatedVlans;  // of the same
+  std::uint64_t seed = 1;                                 // of the simulated chip's traffic
 };
 
 // The program has nothing more to do: it was asked for help, or for what cannot be.

@@ -1,19 +1,26 @@
 #include "agent/simulated_chip.h"
 
+#include "agent/control_plane.h"
+
 namespace Agent {
 
 using Hardware::Simulated::CountersHelper;
 
-SimulatedChip::SimulatedChip(std::uint32_t ports, std::uint64_t seed, Tables& tables,
-                             Interfaces& interfaces)
+SimulatedChip::SimulatedChip(std::uint32_t ports, std::uint32_t vlanInterfaces, std::uint64_t seed,
+                             Tables& tables, Interfaces& interfaces)
     : _chip(std::make_shared<Hardware::Simulated::Chip const>(
-          Hardware::Simulated::Chip::seeded(ports, seed))),
+          Hardware::Simulated::Chip::seeded(ports, seed, vlanInterfaces))),
       _helper(Kel::make<CountersHelper>(Kel::Name("simulated"), _chip)),
       _linkOffsets(
           tables.add<Hardware::Linux::GlimOffsetStore::Table>(Hardware::Linux::kLinkOffsets)),
       _queueOffsets(
           tables.add<Hardware::Linux::GlimQueueOffsetStore::Table>(Hardware::Linux::kQueueOffsets)),
+      _coppOffsets(tables.add<Hardware::Linux::CoppOffsetTable>(Hardware::Linux::kCoppOffsets,
+                                                                kMaxCoppClasses)),
+      _coppRows(tables.coppCounters()),
       _interfaces(interfaces) {
+  for (auto const& [name, port] : _chip->coppClasses()) _coppClasses.insert(name);
+  _helper->coppTableIs(_coppRows, kCoppPolicyMap);
   _helper->queueClearingIs({tables.intfQueueCounters(), tables.intfClearQueueCounters()});
 }
 
@@ -24,8 +31,11 @@ void SimulatedChip::start(EventLoop&) {
   };
   clear(*_linkOffsets);
   clear(*_queueOffsets);
+  _coppOffsets->forEach([this](auto const& row) { _coppOffsets->remove(row.className); });
+  _coppRows->forEach([this](auto const& row) { _coppRows->counterDel(row.className); });
   _interfaces.dropAllRows();
   retellRefused();
+  _helper->getCoppCounters();
 }
 
 // Those that are there are told again too, with the same.
@@ -36,7 +46,8 @@ void SimulatedChip::retellRefused() {
     description.intfId = intfId;
     description.alias = std::string_view("simulated");
     description.ifIndex = ++ifIndex;
-    description.txQueues = Hardware::Simulated::egressQueues;
+    if (Pekt::EthIntfId::isEthIntfId(intfId))
+      description.txQueues = Hardware::Simulated::egressQueues;
     description.speed = 100'000'000'000;
     description.adminState = Interface::AdminState::up;
     description.operState = Interface::OperState::up;

@@ -18,7 +18,10 @@ Tables::Tables(std::string directory, Glim::TableLimits const& limits)
       _intfClearQueueCounters(
           add<Interface::QueueCounter::AllIntfQueueCounters>(Interface::kIntfClearQueueCounters)),
       _aclDropCounters(add<Glim::Interface::AllDropCounterDir>(Interface::kAclDropCounters)),
-      _intfDescriptions(add<Interface::AllIntfDescription>(Interface::kIntfDescriptions)) {}
+      _intfDescriptions(add<Interface::AllIntfDescription>(Interface::kIntfDescriptions)),
+      _vlanIntfCounters(
+          add<Interface::AllVlanIntfCounterGlim>(Interface::kVlanIntfCounters, kMaxVlanIntfs)),
+      _coppCounters(add<Qos::AllCoppClassCounter>(Qos::kCoppCounters, kMaxCoppClasses)) {}
 
 Glim::RootPath Tables::path(std::string_view name) {
   return Glim::RootPath(_debug, _directory + '/' + std::string(name), true);
@@ -41,22 +44,30 @@ void Tables::validateFiles() const {
 }
 
 void Tables::wallClockSteppedBy(Kel::Seconds step) {
-  _intfCounters->forEach([&](Interface::EthIntfCounterGlim const& row) {
-    if (row.rates.lastUpdate == 0.0) return;  // nothing was measured yet
-    auto moved = row;
-    moved.rates.lastUpdate += step;
-    moved.rates.seeded += step;
-    _intfCounters->counterIs(moved);
-  });
+  auto const move = [step](auto& table) {
+    table.forEach([&](auto const& row) {
+      if (row.rates.lastUpdate == 0.0) return;  // nothing was measured yet
+      auto moved = row;
+      moved.rates.lastUpdate += step;
+      moved.rates.seeded += step;
+      table.counterIs(moved);
+    });
+  };
+  move(*_intfCounters);
+  move(*_vlanIntfCounters);
 }
 
 void Tables::noSampleAfter(Kel::Seconds now) {
-  _intfCounters->forEach([&](Interface::EthIntfCounterGlim const& row) {
-    if (row.statistics.lastUpdate <= now) return;
-    auto corrected = row;
-    corrected.statistics.lastUpdate = now;
-    _intfCounters->counterIs(corrected);
-  });
+  auto const correct = [now](auto& table) {
+    table.forEach([&](auto const& row) {
+      if (row.statistics.lastUpdate <= now) return;
+      auto corrected = row;
+      corrected.statistics.lastUpdate = now;
+      table.counterIs(corrected);
+    });
+  };
+  correct(*_intfCounters);
+  correct(*_vlanIntfCounters);
 }
 
 }  // namespace Agent

@@ -1,7 +1,10 @@
 // The tables that the agent publishes, in one directory on a tmpfs.
 #pragma once
 
+#include <algorithm>
+#include <cstdint>
 #include <functional>
+#include <limits>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -9,6 +12,7 @@
 #include "platform/dov/debug_handler.h"
 #include "platform/interface/counter_tables.h"
 #include "platform/kel/system.h"
+#include "platform/qos/copp_class_tables.h"
 
 namespace Agent {
 
@@ -18,6 +22,9 @@ class TableLost : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
+
+// Of tables that hold less than a row for each Ethernet interface.
+inline constexpr std::uint32_t kMaxVlanIntfs = 4096, kMaxCoppClasses = 512;
 
 class Tables {
  public:
@@ -39,10 +46,15 @@ class Tables {
   Kel::Ptr<Glim::Interface::AllDropCounterDir> aclDropCounters() const { return _aclDropCounters; }
   Kel::Ptr<Interface::AllIntfDescription> intfDescriptions() const { return _intfDescriptions; }
 
-  // One more table in the same directory, of a chip's own.
+  Kel::Ptr<Interface::AllVlanIntfCounterGlim> vlanIntfCounters() const { return _vlanIntfCounters; }
+  Kel::Ptr<Qos::AllCoppClassCounter> coppCounters() const { return _coppCounters; }
+
+  // One more table in the same directory, of a chip's own, for `maxRows` at most.
   template <class Table>
-  Kel::Ptr<Table> add(std::string_view name) {
-    auto const table = Kel::make<Table>(_debug, path(name), _limits);
+  Kel::Ptr<Table> add(std::string_view name,
+                      std::uint32_t maxRows = std::numeric_limits<std::uint32_t>::max()) {
+    auto const table = Kel::make<Table>(
+        _debug, path(name), Glim::TableLimits{.maxRows = std::min(maxRows, _limits.maxRows)});
     _alive.push_back({std::string(name),
                       [table] {
                         table->heartbeat();
@@ -82,6 +94,8 @@ class Tables {
   Kel::Ptr<Interface::QueueCounter::AllIntfQueueCounters> const _intfClearQueueCounters;
   Kel::Ptr<Glim::Interface::AllDropCounterDir> const _aclDropCounters;
   Kel::Ptr<Interface::AllIntfDescription> const _intfDescriptions;
+  Kel::Ptr<Interface::AllVlanIntfCounterGlim> const _vlanIntfCounters;
+  Kel::Ptr<Qos::AllCoppClassCounter> const _coppCounters;
 };
 
 }  // namespace Agent

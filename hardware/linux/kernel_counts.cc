@@ -105,6 +105,15 @@ void readMac(Reading& reading, MacStats const& mac) {
   reading.setSizes(mac.outSizes, &SizeClass::out);
 }
 
+void readPackets(Reading& reading, rtnl_link_stats64 const& link) {
+  reading.set(PortField::inOctets, link.rx_bytes);
+  reading.set(PortField::inPkts, link.rx_packets);
+  reading.set(PortField::outOctets, link.tx_bytes);
+  reading.set(PortField::outPkts, link.tx_packets);
+  reading.set(PortField::inDiscards, link.rx_dropped + link.rx_missed_errors);
+  reading.set(PortField::outDiscards, link.tx_dropped);
+}
+
 // Devices of software that keep packets and octets alone.
 constexpr std::array<std::string_view, 11> kKindsWithoutMulticast{
     "bridge", "dummy", "geneve", "gretap", "ifb",  "ip6gretap",
@@ -114,12 +123,7 @@ constexpr std::array<std::string_view, 11> kKindsWithoutMulticast{
 
 KernelCounts kernelCounts(rtnl_link_stats64 const& link, MacReading const& mac) {
   Reading reading;
-  reading.set(PortField::inOctets, link.rx_bytes);
-  reading.set(PortField::inPkts, link.rx_packets);
-  reading.set(PortField::outOctets, link.tx_bytes);
-  reading.set(PortField::outPkts, link.tx_packets);
-  reading.set(PortField::inDiscards, link.rx_dropped + link.rx_missed_errors);
-  reading.set(PortField::outDiscards, link.tx_dropped);
+  readPackets(reading, link);
   if (mac.unavailable) return reading.counts;
 
   static MacStats const kNone;
@@ -128,6 +132,15 @@ KernelCounts kernelCounts(rtnl_link_stats64 const& link, MacReading const& mac) 
               stats.mac[ETHTOOL_A_STATS_ETH_MAC_21_RX_MCAST].value_or(link.multicast));
   readErrors(reading, link, stats);
   readMac(reading, stats);
+  return reading.counts;
+}
+
+KernelCounts vlanCounts(rtnl_link_stats64 const& link) {
+  Reading reading;
+  readPackets(reading, link);
+  reading.set(PortField::inMulticastPkts, link.multicast);
+  reading.set(PortField::inErrors, link.rx_errors);
+  reading.set(PortField::outErrors, link.tx_errors);
   return reading.counts;
 }
 

@@ -33,6 +33,10 @@ struct KernelCounts {
 /// unknown in this reading.
 KernelCounts kernelCounts(rtnl_link_stats64 const& link, MacReading const& mac);
 
+/// The same of a VLAN interface, whose row has no counters of a MAC: the errors are the kernel's
+/// totals.
+KernelCounts vlanCounts(rtnl_link_stats64 const& link);
+
 /// The published counters that are not counted on a link: a reader shows them as not available,
 /// where a zero would be a lie. `kind` is the link's kind; some software devices count no
 /// multicast. Where packets are not told apart by kind, all count as unicast.

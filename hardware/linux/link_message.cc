@@ -30,12 +30,25 @@ OperState operState(std::uint8_t value) {
   }
 }
 
-std::string kindOf(nlattr const& linkInfo) {
-  std::string kind;
-  forEachNested(linkInfo, [&](nlattr const& attribute) {
-    if (mnl_attr_get_type(&attribute) == IFLA_INFO_KIND) kind = attributeText(attribute);
+// A link for VLAN 0, which only tags priorities, is of no VLAN.
+std::uint16_t vlanIdOf(nlattr const& infoData) {
+  constexpr std::uint16_t kReserved = 4095;
+  std::uint16_t id = 0;
+  forEachNested(infoData, [&](nlattr const& attribute) {
+    if (mnl_attr_get_type(&attribute) == IFLA_VLAN_ID)
+      id = attributeValue<std::uint16_t>(attribute).value_or(0);
   });
-  return kind;
+  return id < kReserved ? id : std::uint16_t{0};
+}
+
+// The meaning of the data depends on the kind, whichever comes first.
+void readInfo(nlattr const& linkInfo, Link& link) {
+  nlattr const* data = nullptr;
+  forEachNested(linkInfo, [&](nlattr const& attribute) {
+    if (mnl_attr_get_type(&attribute) == IFLA_INFO_KIND) link.kind = attributeText(attribute);
+    if (mnl_attr_get_type(&attribute) == IFLA_INFO_DATA) data = &attribute;
+  });
+  if (link.kind == "vlan" && data) link.vlanId = vlanIdOf(*data);
 }
 
 }  // namespace
@@ -68,7 +81,7 @@ std::optional<LinkNews> readLinkMessage(nlmsghdr const& message) {
         link.operState = operState(attributeValue<std::uint8_t>(attribute).value_or(0));
         break;
       case IFLA_LINKINFO:
-        link.kind = kindOf(attribute);
+        readInfo(attribute, link);
         break;
       case IFLA_WIRELESS:
         describesLink = false;

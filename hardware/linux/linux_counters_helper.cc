@@ -10,6 +10,23 @@ namespace Hardware::Linux {
 
 using Interface::QueueCounter::QueueIndex;
 
+namespace {
+
+bool isVlan(Pekt::IntfId const& intfId) { return Pekt::VlanIntfId::isVlanIntfId(intfId); }
+
+}  // namespace
+
+Interface::EthIntfCounterGlim asPort(Interface::VlanIntfCounterGlim const& row) {
+  using Interface::EthCounter;
+  Interface::EthIntfCounterGlim port;
+  port.intfId = row.intfId;
+  port.statistics = row.statistics;
+  port.rates = row.rates;
+  port.ethStatistics[EthCounter::internalMacReceiveErrors] = row.statistics.inErrors;
+  port.ethStatistics[EthCounter::internalMacTransmitErrors] = row.statistics.outErrors;
+  return port;
+}
+
 LinuxCountersHelper::Parts LinuxCountersHelper::kernelParts(AgentParts agent) {
   return {std::move(agent),
           {.links = std::make_unique<LinkStats>(),
@@ -20,7 +37,9 @@ LinuxCountersHelper::Parts LinuxCountersHelper::kernelParts(AgentParts agent) {
 }
 
 LinuxCountersHelper::LinuxCountersHelper(Kel::Name name, Parts parts)
-    : OruHelperCountersSm(std::move(name)), parts_(std::move(parts)) {}
+    : OruHelperCountersSm(std::move(name)),
+      parts_(std::move(parts)),
+      copp_(parts_.copp, *parts_.nftCounters, parts_.generation, parts_.now, parts_.say) {}
 
 LinuxCountersHelper::~LinuxCountersHelper() = default;
 
@@ -48,7 +67,7 @@ LinuxCountersHelper::RowsOf LinuxCountersHelper::rowsOf(Pekt::IntfId const& intf
 bool LinuxCountersHelper::reserve(Pekt::IntfId const& intfId, int ifindex) {
   bool const hadOffsets = parts_.offsets->load(intfId).has_value();
   if (!hadOffsets && !parts_.offsets->save(intfId, {identityOf(ifindex), {}})) return false;
-  if (parts_.queueOffsets->load(intfId) ||
+  if (isVlan(intfId) || parts_.queueOffsets->load(intfId) ||
       parts_.queueOffsets->save(intfId, {identityOf(ifindex), {}, {}}))
     return true;
   if (!hadOffsets) parts_.offsets->erase(intfId);
@@ -56,11 +75,12 @@ bool LinuxCountersHelper::reserve(Pekt::IntfId const& intfId, int ifindex) {
 }
 
 bool LinuxCountersHelper::moveTo(Pekt::IntfId const& intfId, int ifindex) {
-  auto const counts = read(ifindex);
+  auto const counts = read(intfId, ifindex);
   auto const qdiscs = readQdiscs(ifindex);
   if (!counts || !qdiscs) return false;
   PortAccount port(parts_.publishedRow(intfId), parts_.offsets->load(intfId));
   port.moveTo(identityOf(ifindex), *counts);
+  if (isVlan(intfId)) return parts_.offsets->save(intfId, *port.stored());
   QueueAccount queues(parts_.publishedQueues(intfId), parts_.queueOffsets->load(intfId));
   // Whatever the number of its queues: those of which nothing is taken in count anew.
   queues.moveTo(identityOf(ifindex), queueReading(*qdiscs, 1));
@@ -77,8 +97,9 @@ std::optional<Interface::CounterSet> LinuxCountersHelper::unsupportedCounters(
     Pekt::IntfId const& intfId) {
   auto const at = ports_.find(intfId);
   if (at == ports_.end() || !at->second.link) return std::nullopt;
-  auto const counts = read(at->second.link->ifindex);
+  auto const counts = read(intfId, at->second.link->ifindex);
   if (!counts) return std::nullopt;
+  if (isVlan(intfId)) return Linux::unsupportedCounters(counts->known, at->second.link->kind);
   // What such a MAC counts is unknown in this reading, not uncounted.
   if (parts_.macs->read(parts_.now(), at->second.link->ifindex).unavailable) return std::nullopt;
   return Linux::unsupportedCounters(counts->known, at->second.link->kind);
@@ -87,7 +108,7 @@ std::optional<Interface::CounterSet> LinuxCountersHelper::unsupportedCounters(
 std::optional<std::uint32_t> LinuxCountersHelper::unsupportedQueueCounters(
     Pekt::IntfId const& intfId) {
   auto const at = ports_.find(intfId);
-  if (at == ports_.end() || !at->second.link) return std::nullopt;
+  if (at == ports_.end() || !at->second.link || isVlan(intfId)) return std::nullopt;
   auto const reading = readQueues(*at->second.link);
   return reading ? std::optional(Linux::unsupportedQueueCounters(*reading)) : std::nullopt;
 }
@@ -124,9 +145,10 @@ rtnl_link_stats64 const* LinuxCountersHelper::readLink(int ifindex) {
   return parts_.links->refresh(parts_.now()) ? nullptr : parts_.links->find(ifindex);
 }
 
-std::optional<KernelCounts> LinuxCountersHelper::read(int ifindex) {
+std::optional<KernelCounts> LinuxCountersHelper::read(Pekt::IntfId const& intfId, int ifindex) {
   auto const* const stats = readLink(ifindex);
   if (!stats) return std::nullopt;
+  if (isVlan(intfId)) return vlanCounts(*stats);
   return kernelCounts(*stats, parts_.macs->read(parts_.now(), ifindex));
 }
 
@@ -150,20 +172,47 @@ void LinuxCountersHelper::save(Store& store, Pekt::IntfId const& intfId, Account
     ++offsetsNotSaved_;  // tried again at the next reading
 }
 
+void LinuxCountersHelper::advance(Pekt::IntfId const& intfId, Port& port) {
+  if (!port.account) open(intfId, port);
+  if (!port.link) return;
+  auto const counts = read(intfId, port.link->ifindex);
+  if (!counts) return;
+  port.account->advance(identityOf(port.link->ifindex), *counts);
+  save(*parts_.offsets, intfId, *port.account);
+  port.lastReading = parts_.now();
+}
+
 void LinuxCountersHelper::getCounters(Pekt::IntfId intfId,
                                       Kel::Ptr<OruTypes::IntfCounters> newCounters,
                                       Kel::Ptr<OruTypes::IntfCounters>) {
   Port& port = ports_[intfId];
-  if (!port.account) open(intfId, port);
-  if (port.link) {
-    if (auto const counts = read(port.link->ifindex)) {
-      port.account->advance(identityOf(port.link->ifindex), *counts);
-      save(*parts_.offsets, intfId, *port.account);
-      port.lastReading = parts_.now();
-    }
-  }
+  advance(intfId, port);
   port.account->sample(newCounters->intfStats(), newCounters->ethStats());
   newCounters->intfStats().lastUpdate = port.lastReading;
+}
+
+bool LinuxCountersHelper::initializeVlanIntfCounters(Pekt::IntfId intfId, std::uint16_t vlanId) {
+  auto const at = ports_.find(intfId);
+  if (at == ports_.end() || !at->second.link || at->second.link->vlanId != vlanId) return false;
+  if (!at->second.account) open(intfId, at->second);
+  return true;
+}
+
+void LinuxCountersHelper::getVlanIntfCounters(Pekt::IntfId intfId,
+                                              Kel::Ptr<OruTypes::VlanIntfCounters> newCounters,
+                                              Kel::Ptr<OruTypes::VlanIntfCounters>) {
+  Port& port = ports_[intfId];
+  advance(intfId, port);
+  Interface::EthStatistics unused;
+  port.account->sample(newCounters->intfStats(), unused);
+  newCounters->intfStats().lastUpdate = port.lastReading;
+}
+
+void LinuxCountersHelper::deleteVlanIntfCounters(Pekt::IntfId intfId) {
+  auto const at = ports_.find(intfId);
+  if (at == ports_.end()) return;
+  at->second.account.reset();
+  if (at->second.isIdle()) ports_.erase(at);
 }
 
 void LinuxCountersHelper::getIntfQueueType(Pekt::IntfId intfId,

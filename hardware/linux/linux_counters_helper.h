@@ -10,6 +10,7 @@
 #include <unordered_map>
 
 #include "counters/pollers/helper.h"
+#include "hardware/linux/copp_classes.h"
 #include "hardware/linux/drop_account.h"
 #include "hardware/linux/ethtool_stats.h"
 #include "hardware/linux/link.h"
@@ -20,6 +21,7 @@
 #include "hardware/linux/qdisc_stats.h"
 #include "hardware/linux/queue_account.h"
 #include "platform/interface/queue_clearing.h"
+#include "platform/interface/vlan_intf_counter.h"
 
 namespace Hardware::Linux {
 
@@ -37,11 +39,18 @@ namespace Hardware::Linux {
 /// filters dropped: those of the link's clsact or ingress, at both of its hooks, or what an
 /// nftables counter counts that the configuration names for the link.
 ///
+/// VLAN interfaces are ports too, whose link must be of their VLAN. They have no queues and no
+/// drops; what is said of a port holds of them otherwise.
+///
+/// The named counters of the nftables table `inet copp` are the classes of control-plane policing
+/// (see `CoppClasses`).
+///
 /// A port whose link is gone is no error: it keeps the counts that it had. The link may come back
 /// as another one; its counts then go on where the old ones ended.
 class LinuxCountersHelper final : public OruHelper::OruHelperCountersSm {
  public:
-  /// The published row of an interface as it stands, or none.
+  /// The published row of an interface as it stands, or none. That of a VLAN interface is
+  /// `asPort` of its own.
   using PublishedRow =
       std::function<std::optional<Interface::EthIntfCounterGlim>(Pekt::IntfId const&)>;
 
@@ -64,6 +73,7 @@ class LinuxCountersHelper final : public OruHelper::OruHelperCountersSm {
     /// Tells the operator.
     std::function<void(std::string const&)> say;
     Interface::QueueCounter::Clearing queueClearing;
+    CoppClasses::Parts copp{};
   };
   /// What reads the kernel.
   struct KernelParts {
@@ -131,6 +141,17 @@ class LinuxCountersHelper final : public OruHelper::OruHelperCountersSm {
   void doClearCounters(Kel::String request) override;
   bool aclDropCountersSupported() override { return true; }
   std::uint64_t getIntfAclDropCounters(Pekt::IntfId intfId) override;
+  /// False: the interface's link is not there, or of another VLAN. Keeps counting where it counts.
+  bool initializeVlanIntfCounters(Pekt::IntfId intfId, std::uint16_t vlanId) override;
+  void getVlanIntfCounters(Pekt::IntfId intfId, Kel::Ptr<OruTypes::VlanIntfCounters> newCounters,
+                           Kel::Ptr<OruTypes::VlanIntfCounters> prevCounters) override;
+  /// The offsets stay: the interface's row goes later, or stays too.
+  void deleteVlanIntfCounters(Pekt::IntfId intfId) override;
+  void getCoppCounters() override { copp_.refresh(); }
+  void resetCpuQueueCounters(Kel::Name className) override { copp_.reset(className.view()); }
+
+  /// The policing classes as they were read last; no value: there is no CPU port.
+  std::optional<CoppClasses::Names> const& coppClasses() const { return copp_.classes(); }
 
  private:
   struct Port {
@@ -145,7 +166,8 @@ class LinuxCountersHelper final : public OruHelper::OruHelperCountersSm {
   LinkIdentity identityOf(int ifindex) const { return {parts_.generation, ifindex}; }
   void open(Pekt::IntfId const& intfId, Port& port);
   rtnl_link_stats64 const* readLink(int ifindex);
-  std::optional<KernelCounts> read(int ifindex);
+  std::optional<KernelCounts> read(Pekt::IntfId const& intfId, int ifindex);
+  void advance(Pekt::IntfId const& intfId, Port& port);
   std::optional<std::span<Qdisc const>> readQdiscs(int ifindex);
   std::optional<QueueReading> readQueues(Link const& link);
   void readDrops(Link const& link, DropAccount& drops);
@@ -154,9 +176,13 @@ class LinuxCountersHelper final : public OruHelper::OruHelperCountersSm {
   void save(Store& store, Pekt::IntfId const& intfId, Account& account);
 
   Parts parts_;
+  CoppClasses copp_;
   std::unordered_map<Pekt::IntfId, Port, IntfIdHash> ports_;
   std::uint64_t offsetsNotSaved_ = 0;
   std::set<std::string> unreadableCounters_;  // of nftables, by link; told to the operator
 };
+
+/// A VLAN interface's row in the form of a port's; its errors are the MAC's internal ones.
+Interface::EthIntfCounterGlim asPort(Interface::VlanIntfCounterGlim const& row);
 
 }  // namespace Hardware::Linux

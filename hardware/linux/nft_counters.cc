@@ -1,5 +1,7 @@
 #include "hardware/linux/nft_counters.h"
 
+#include <arpa/inet.h>
+#include <endian.h>
 #include <libnftnl/object.h>
 #include <linux/netfilter.h>
 #include <linux/netfilter/nf_tables.h>
@@ -33,6 +35,16 @@ Object newObject() {
   return object;
 }
 
+std::string familyName(std::uint8_t number) {
+  for (Family const& each : kFamilies)
+    if (each.number == number) return std::string(each.name);
+  return {};
+}
+
+nfgenmsg headerOf(std::uint8_t family) {
+  return {.nfgen_family = family, .version = NFNETLINK_V0, .res_id = 0};
+}
+
 constexpr std::uint16_t messageType(std::uint16_t command) {
   return static_cast<std::uint16_t>(NFNL_SUBSYS_NFTABLES << 8 | command);
 }
@@ -56,12 +68,9 @@ std::optional<NftCounterName> NftCounterName::parse(std::string_view text) {
 
 std::string_view NftCounterName::families() { return "ip, ip6, inet, arp, bridge and netdev"; }
 
-std::string NftCounterName::text() const {
-  std::string text;
-  for (Family const& each : kFamilies)
-    if (each.number == family) text = each.name;
-  return text + ' ' + table + ' ' + name;
-}
+std::string NftCounterName::text() const { return familyName(family) + ' ' + table + ' ' + name; }
+
+std::string NftTableName::text() const { return familyName(family) + ' ' + name; }
 
 NftCounters::NftCounters() : socket_(NETLINK_NETFILTER) {}
 
@@ -73,31 +82,103 @@ NftCounterSource::Reading NftCounters::read(double now, NftCounterName const& co
 }
 
 NftCounterSource::Reading NftCounters::ask(NftCounterName const& counter) {
+  std::optional<NftCounter> answer;
+  auto const error = ask(NFT_MSG_GETOBJ, counter, answer);
+  return {answer ? answer->pkts : 0, error};
+}
+
+NftCounterSource::ResetReading NftCounters::reset(NftCounterName const& counter) {
+  std::optional<NftCounter> answer;
+  auto const error = ask(NFT_MSG_GETOBJ_RESET, counter, answer);
+  return {answer.value_or(NftCounter{}), error};
+}
+
+std::error_code NftCounters::ask(std::uint16_t command, NftCounterName const& counter,
+                                 std::optional<NftCounter>& answer) {
   ++requests_;
   auto const wanted = newObject();
   nftnl_obj_set_str(wanted.get(), NFTNL_OBJ_TABLE, counter.table.c_str());
   nftnl_obj_set_str(wanted.get(), NFTNL_OBJ_NAME, counter.name.c_str());
   nftnl_obj_set_u32(wanted.get(), NFTNL_OBJ_TYPE, NFT_OBJECT_COUNTER);
-  NetlinkRequest request(
-      messageType(NFT_MSG_GETOBJ),
-      nfgenmsg{.nfgen_family = counter.family, .version = NFNETLINK_V0, .res_id = 0});
+  NetlinkRequest request(messageType(command), headerOf(counter.family));
   nftnl_obj_nlmsg_build_payload(&request.header(), wanted.get());
-  std::optional<std::uint64_t> pkts;
-  auto error = socket_.request(request, [&](nlmsghdr const& message) {
-    if (auto const count = readNftCounter(message)) pkts = count;
+  auto const error = socket_.request(request, [&](nlmsghdr const& message) {
+    if (auto const counted = readNftCounter(message)) answer = counted;
   });
-  if (!error && !pkts) error = std::make_error_code(std::errc::bad_message);
-  return {pkts.value_or(0), error};
+  return !error && !answer ? std::make_error_code(std::errc::bad_message) : error;
 }
 
-std::optional<std::uint64_t> readNftCounter(nlmsghdr const& message) {
+NftCounterSource::TableReading NftCounters::readTable(NftTableName const& name) {
+  constexpr int kTries = 3;
+  TableReading reading;
+  for (int tried = 0; tried < kTries; ++tried) {
+    reading.table = {};
+    reading.error = readTableOnce(name, reading.table);
+    if (reading.error != std::errc::interrupted) break;
+  }
+  if (reading.error) reading.table = {};
+  return reading;
+}
+
+// The handle and the list are two questions: both answers must be of one state of the ruleset, or
+// the counters of a new table pass for those of the old one.
+std::error_code NftCounters::readTableOnce(NftTableName const& name, NftTable& table) {
+  requests_ += 2;
+  std::optional<std::uint16_t> generation;
+  NetlinkRequest about(messageType(NFT_MSG_GETTABLE), headerOf(name.family));
+  about.putText(NFTA_TABLE_NAME, name.name);
+  auto error = socket_.request(about, [&](nlmsghdr const& message) {
+    if (auto const handle = readNftTableHandle(message)) table.handle = *handle;
+    generation = readNftGeneration(message);
+  });
+  if (error) return error;
+
+  bool isOneState = true;
+  auto const wanted = newObject();
+  nftnl_obj_set_str(wanted.get(), NFTNL_OBJ_TABLE, name.name.c_str());
+  nftnl_obj_set_u32(wanted.get(), NFTNL_OBJ_TYPE, NFT_OBJECT_COUNTER);
+  NetlinkRequest list(messageType(NFT_MSG_GETOBJ), headerOf(name.family));
+  nftnl_obj_nlmsg_build_payload(&list.header(), wanted.get());
+  error = socket_.dump(list, [&](nlmsghdr const& message) {
+    auto counter = readNftCounter(message);
+    if (!counter) return;
+    isOneState = isOneState && readNftGeneration(message) == generation;
+    table.counters.push_back(std::move(*counter));
+  });
+  return !error && !isOneState ? std::make_error_code(std::errc::interrupted) : error;
+}
+
+std::optional<NftCounter> readNftCounter(nlmsghdr const& message) {
   if (message.nlmsg_type != messageType(NFT_MSG_NEWOBJ)) return std::nullopt;
   if (!fixedHeader<nfgenmsg>(message)) return std::nullopt;
   auto const object = newObject();
+  auto const* const got = object.get();
   if (nftnl_obj_nlmsg_parse(&message, object.get()) < 0 ||
-      !nftnl_obj_is_set(object.get(), NFTNL_OBJ_CTR_PKTS))
+      !nftnl_obj_is_set(got, NFTNL_OBJ_CTR_PKTS))
     return std::nullopt;
-  return nftnl_obj_get_u64(object.get(), NFTNL_OBJ_CTR_PKTS);
+  NftCounter counter{.pkts = nftnl_obj_get_u64(object.get(), NFTNL_OBJ_CTR_PKTS)};
+  if (nftnl_obj_is_set(got, NFTNL_OBJ_CTR_BYTES))
+    counter.octets = nftnl_obj_get_u64(object.get(), NFTNL_OBJ_CTR_BYTES);
+  if (nftnl_obj_is_set(got, NFTNL_OBJ_HANDLE))
+    counter.handle = nftnl_obj_get_u64(object.get(), NFTNL_OBJ_HANDLE);
+  if (nftnl_obj_is_set(got, NFTNL_OBJ_NAME))
+    counter.name = nftnl_obj_get_str(object.get(), NFTNL_OBJ_NAME);
+  return counter;
+}
+
+std::optional<std::uint64_t> readNftTableHandle(nlmsghdr const& message) {
+  if (message.nlmsg_type != messageType(NFT_MSG_NEWTABLE)) return std::nullopt;
+  std::optional<std::uint64_t> handle;
+  forEachAttribute(message, sizeof(nfgenmsg), [&](nlattr const& attribute) {
+    if (mnl_attr_get_type(&attribute) != NFTA_TABLE_HANDLE) return;
+    if (auto const value = attributeValue<std::uint64_t>(attribute)) handle = be64toh(*value);
+  });
+  return handle;
+}
+
+std::optional<std::uint16_t> readNftGeneration(nlmsghdr const& message) {
+  auto const header = fixedHeader<nfgenmsg>(message);
+  return header ? std::optional(ntohs(header->res_id)) : std::nullopt;
 }
 
 }  // namespace Hardware::Linux

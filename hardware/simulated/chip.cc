@@ -60,15 +60,40 @@ Port seededPort(Random random) {
   return port;
 }
 
+// Traffic to the CPU: steady, with a burst of what is sent again.
+Port seededClass(Random random) {
+  Port port;
+  double const rate = random.between(0.5, 500.0);
+  port.add({.fate = Fate::inUcastPkts,
+            .framesPerSecond = rate,
+            .octets = static_cast<std::uint32_t>(random.between(64.0, 512.0))});
+  port.add({.fate = Fate::inUcastPkts,
+            .framesPerSecond = 5.0 * rate,
+            .every = random.between(10.0, 60.0),
+            .lasts = 2.0});
+  return port;
+}
+
+constexpr std::array<char const*, 6> coppClassNames = {"bgp",  "default", "icmp",
+                                                       "ospf", "snmp",    "ssh"};
+constexpr std::uint32_t firstVlan = 10;
+
 }  // namespace
 
-Chip Chip::seeded(std::uint32_t ports, std::uint64_t seed) {
+Chip Chip::seeded(std::uint32_t ports, std::uint64_t seed, std::uint32_t vlanInterfaces) {
   Chip chip;
   chip._ports.reserve(ports);
-  for (std::uint32_t number = 1; number <= ports; ++number) {
-    std::uint64_t const own = Random(Random(seed).next() + number).next();
-    chip.port(Pekt::IntfId("Ethernet" + std::to_string(number))) = seededPort(Random(own));
-  }
+  // A port's own numbers, whatever else there is.
+  auto const own = [seed](std::uint64_t kind, std::uint64_t number) {
+    return Random(Random(Random(seed).next() + (kind << 32 | number)).next());
+  };
+  for (std::uint32_t number = 1; number <= ports; ++number)
+    chip.port(Pekt::IntfId("Ethernet" + std::to_string(number))) = seededPort(own(0, number));
+  for (std::uint32_t number = 0; number < vlanInterfaces; ++number)
+    chip.port(Pekt::IntfId("Vlan" + std::to_string(firstVlan + number))) =
+        seededPort(own(1, number));
+  for (std::size_t number = 0; number < coppClassNames.size(); ++number)
+    chip.coppClass(coppClassNames[number]) = seededClass(own(2, number));
   return chip;
 }
 

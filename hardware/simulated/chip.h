@@ -9,6 +9,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
+#include <string>
 #include <unordered_map>
 #include <vector>
 
@@ -21,14 +23,20 @@ class Chip {
  public:
   // Ports Ethernet1 to Ethernet<ports> under a mix of traffic that the seed decides: steady and
   // bursty flows of several sizes both ways, some discards and errors. A port's traffic depends on
-  // the seed and its own number, not on how many ports there are.
-  static Chip seeded(std::uint32_t ports, std::uint64_t seed);
+  // the seed and its own number, not on how many ports there are. The same of VLAN interfaces,
+  // which are Vlan10 and those after it, and of a few classes of traffic to the CPU port.
+  static Chip seeded(std::uint32_t ports, std::uint64_t seed, std::uint32_t vlanInterfaces = 0);
 
   // The port of that name, made without traffic if there is none. VLAN interfaces are ports too.
   // The reference holds as long as the chip.
   Port& port(Pekt::IntfId const& intfId) { return _ports[intfId]; }
   // Null if the chip has no such port.
   Port const* find(Pekt::IntfId const& intfId) const;
+
+  // The class of control-plane policing of that name, made without traffic if there is none. What
+  // counts is what comes in.
+  Port& coppClass(std::string const& name) { return _coppClasses[name]; }
+  std::map<std::string, Port> const& coppClasses() const { return _coppClasses; }
 
   // The ports that are there at `now`, in the natural order of their names.
   std::vector<Pekt::IntfId> portsAt(Seconds now) const;
@@ -41,6 +49,7 @@ class Chip {
   };
 
   std::unordered_map<Pekt::IntfId, Port, Hash> _ports;
+  std::map<std::string, Port> _coppClasses;
 };
 
 }  // namespace Hardware::Simulated

@@ -136,6 +136,34 @@ void CountersHelper::getIntfQueueCounters(Pekt::IntfId intfId,
   last = now;
 }
 
+// The row with the counts of now.
+Qos::CoppClassCounter CountersHelper::coppRow(Qos::CoppClassName const& className,
+                                              Port const& port) const {
+  Sample const sample = port.sample(chipTime());
+  Qos::CoppClassCounter row = _coppRows->lookup(className);
+  row.className = className;
+  row.pkts = sample.frames(Fate::inUcastPkts);
+  row.octets = sample.inOctets;
+  row.lastUpdate = Kel::System::currentTime();
+  row.policyMap = std::string_view(_policyMap);
+  return row;
+}
+
+void CountersHelper::getCoppCounters() {
+  if (!_coppRows) return;
+  for (auto const& [name, port] : _chip->coppClasses()) _coppRows->counterIs(coppRow(name, port));
+}
+
+void CountersHelper::resetCpuQueueCounters(Kel::Name className) {
+  auto const at = _chip->coppClasses().find(std::string(className.view()));
+  if (!_coppRows || at == _chip->coppClasses().end()) return;
+  Qos::CoppClassCounter row = coppRow(at->first, at->second);
+  row.resetPkts = row.pkts;
+  row.resetOctets = row.octets;
+  row.lastReset = row.lastUpdate;
+  _coppRows->counterIs(row);
+}
+
 std::uint64_t CountersHelper::getIntfAclDropCounters(Pekt::IntfId intfId) {
   Port const* const port = _chip->find(intfId);
   return port ? port->aclDrops(chipTime()) : 0;

@@ -8,11 +8,14 @@
 
 #include <array>
 #include <memory>
+#include <string>
+#include <string_view>
 #include <unordered_map>
 
 #include "counters/pollers/helper.h"
 #include "hardware/simulated/chip.h"
 #include "platform/interface/queue_clearing.h"
+#include "platform/qos/copp_class_tables.h"
 
 namespace Hardware::Simulated {
 
@@ -50,6 +53,14 @@ class CountersHelper : public OruHelper::OruHelperCountersSm {
   }
 
   bool aclDropCountersSupported() override { return true; }
+  // Publishes the chip's policing classes, once it was told the table.
+  void getCoppCounters() override;
+  void resetCpuQueueCounters(Kel::Name className) override;
+  void coppTableIs(Kel::Ptr<Qos::AllCoppClassCounter> rows, std::string_view policyMap) {
+    _coppRows = std::move(rows);
+    _policyMap = policyMap;
+  }
+
   // 0 for a port that the chip does not have.
   std::uint64_t getIntfAclDropCounters(Pekt::IntfId intfId) override;
 
@@ -62,12 +73,15 @@ class CountersHelper : public OruHelper::OruHelperCountersSm {
     std::size_t operator()(Pekt::IntfId const& intfId) const { return intfId.hash(); }
   };
 
+  Qos::CoppClassCounter coppRow(Qos::CoppClassName const& className, Port const& port) const;
   Port const* presentPort(Pekt::IntfId const& intfId) const;
 
   std::shared_ptr<Chip const> _chip;
   Kel::Seconds _switchedOn;
   Kel::Seconds _firstSyncDelay = 0.0;
   Interface::QueueCounter::Clearing _queueClearing;
+  Kel::Ptr<Qos::AllCoppClassCounter> _coppRows;
+  std::string _policyMap;
   std::unordered_map<Pekt::IntfId, QueueSamples, Hash> _lastQueues;  // what increments are since
 };
 

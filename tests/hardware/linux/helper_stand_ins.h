@@ -53,7 +53,24 @@ class FakeNftCounters final : public NftCounterSource {
     asked.push_back(counter.text());
     return reading;
   }
+  TableReading readTable(NftTableName const& name) override {
+    asked.push_back(name.text());
+    return table;
+  }
+  ResetReading reset(NftCounterName const& name) override {
+    asked.push_back("reset " + name.text());
+    ResetReading told{.counter = {},
+                      .error = std::make_error_code(std::errc::no_such_file_or_directory)};
+    for (NftCounter& counter : table.table.counters) {
+      if (counter.name != name.name) continue;
+      told = {counter, resetError};
+      if (!resetError) counter.pkts = counter.octets = 0;
+    }
+    return told;
+  }
   Reading reading;
+  TableReading table;
+  std::error_code resetError;
   std::vector<std::string> asked;
 };
 
@@ -121,7 +138,8 @@ inline LinuxCountersHelper::AgentParts standInAgentParts(
           .now = std::move(now),
           .aclDrops = {},
           .say = [](auto const&) {},
-          .queueClearing = {}};
+          .queueClearing = {},
+          .copp = {}};
 }
 
 /// And of a kernel without a link.

@@ -1,0 +1,47 @@
+#include "hardware/linux/class_account.h"
+
+namespace Hardware::Linux {
+namespace {
+
+// Counts are modulo 2^64; of two of them the one that is less than half the circle ahead is later.
+bool isBefore(std::uint64_t a, std::uint64_t b) { return static_cast<std::int64_t>(a - b) < 0; }
+
+bool isBefore(ClassCounts const& a, ClassCounts const& b) {
+  return isBefore(a.pkts, b.pkts) || isBefore(a.octets, b.octets);
+}
+
+ClassCounts operator+(ClassCounts const& a, ClassCounts const& b) {
+  return {a.pkts + b.pkts, a.octets + b.octets};
+}
+ClassCounts operator-(ClassCounts const& a, ClassCounts const& b) {
+  return {a.pkts - b.pkts, a.octets - b.octets};
+}
+
+}  // namespace
+
+ClassAccount::ClassAccount(std::optional<ClassCounts> const& published,
+                           std::optional<StoredClassOffsets> const& stored) {
+  if (!published || !stored || isBefore(*published, stored->offsets)) return;
+  totals_ = *published;
+  stored_ = stored;
+}
+
+bool ClassAccount::startedAnew(ClassSource const& source, ClassCounts const& kernel) const {
+  return stored_->source != source || isBefore(kernel, totals_ - stored_->offsets);
+}
+
+void ClassAccount::advance(ClassSource const& source, ClassCounts const& kernel) {
+  if (!stored_ || startedAnew(source, kernel)) {
+    stored_ = StoredClassOffsets{source, totals_};
+    mustSave_ = true;
+  }
+  totals_ = kernel + stored_->offsets;
+}
+
+void ClassAccount::reset(ClassSource const& source, ClassCounts const& kernel) {
+  advance(source, kernel);
+  stored_->offsets = totals_;
+  mustSave_ = true;
+}
+
+}  // namespace Hardware::Linux

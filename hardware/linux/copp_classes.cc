@@ -1,0 +1,207 @@
+#include "hardware/linux/copp_classes.h"
+
+#include <linux/netfilter.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/dov/exception.h"
+
+namespace Hardware::Linux {
+namespace {
+
+using Qos::CoppClassName;
+
+NftTableName const kTable{NFPROTO_INET, "copp"};
+constexpr char const* kNoPermission = "permission";
+constexpr char const* kReading = "reading";
+
+bool isPrintable(char c) { return c > ' ' && c <= '~'; }
+
+// What a kernel answers that has no nftables, or no table of that name.
+bool isAbsence(std::error_code error) {
+  return error == std::errc::no_such_file_or_directory || error == std::errc::invalid_argument ||
+         error == std::errc::operation_not_supported ||
+         error == std::errc::protocol_not_supported ||
+         error == std::errc::address_family_not_supported;
+}
+
+}  // namespace
+
+CoppClasses::CoppClasses(Parts parts, NftCounterSource& source, std::uint64_t generation,
+                         std::function<Kel::Seconds()> now,
+                         std::function<void(std::string const&)> say)
+    : parts_(std::move(parts)),
+      source_(source),
+      generation_(generation),
+      now_(std::move(now)),
+      say_(std::move(say)) {}
+
+void CoppClasses::sayOnce(std::string const& about, std::string const& why) {
+  if (told_.insert(about).second) say_(why);
+}
+
+void CoppClasses::refresh() {
+  if (!parts_.rows || tick_ == now_()) return;
+  tick_ = now_();
+  auto const reading = source_.readTable(kTable);
+  if (reading.error) {
+    cannotRead(reading.error);
+  } else {
+    told_.erase(kReading);
+    take(reading.table);
+  }
+}
+
+void CoppClasses::cannotRead(std::error_code error) {
+  if (error == std::errc::operation_not_permitted || error == std::errc::permission_denied) {
+    sayOnce(kNoPermission,
+            "control-plane policing classes are not counted: reading the nftables "
+            "table " +
+                kTable.text() + " needs CAP_NET_ADMIN");
+    classes_.reset();
+  } else if (isAbsence(error)) {
+    removeRowsBut({});
+    classes_.reset();
+  } else {
+    sayOnce(kReading, "the nftables table " + kTable.text() +
+                          " cannot be read, trying on: " + error.message());
+  }
+}
+
+void CoppClasses::take(NftTable const& table) {
+  tableHandle_ = table.handle;
+  Names present;
+  for (NftCounter const& counter : table.counters)
+    if (isClassName(counter.name) && count(counter)) present.insert(CoppClassName(counter.name));
+  removeRowsBut(present);
+  classes_ = std::move(present);
+}
+
+bool CoppClasses::isClassName(std::string const& name) {
+  if (CoppClassName::isName(name) && !name.empty() &&
+      std::all_of(name.begin(), name.end(), isPrintable))
+    return true;
+  std::string shown = name;
+  std::replace_if(
+      shown.begin(), shown.end(), [](char c) { return !isPrintable(c); }, '?');
+  sayOnce("name " + name, "the counter '" + shown + "' of the nftables table " + kTable.text() +
+                              " is not counted: the name of a class has 1 to " +
+                              std::to_string(CoppClassName::kMaxLength) +
+                              " characters and no blanks");
+  return false;
+}
+
+// A row that is not continued is of nothing that goes on.
+ClassAccount& CoppClasses::account(CoppClassName const& className) {
+  auto const at = accounts_.find(className);
+  if (at != accounts_.end()) return at->second;
+  std::optional<ClassCounts> published;
+  std::optional<StoredClassOffsets> stored;
+  bool found = false;
+  Qos::CoppClassCounter row;
+  parts_.rows->safeLookup(className, found, row);
+  if (found) published = ClassCounts{row.pkts, row.octets};
+  CoppOffsetRow offsets;
+  parts_.offsets->safeLookup(className, found, offsets);
+  if (found) stored = offsets.stored();
+  ClassAccount const fresh(published, stored);
+  if (!fresh.continues()) removeRow(className);
+  return accounts_.emplace(className, fresh).first->second;
+}
+
+// False: there is no room for the class.
+bool CoppClasses::count(NftCounter const& counter) {
+  CoppClassName const className(counter.name);
+  ClassAccount& account = this->account(className);
+  account.advance({generation_, tableHandle_, counter.handle}, {counter.pkts, counter.octets});
+  std::string const about = "room " + counter.name;
+  try {
+    // Its offsets have their place before the class has its row.
+    if (!saveOffsets(className, account) && !parts_.rows->contains(className)) {
+      sayOnce(about, "policing class " + counter.name + " is not counted: no room for its offsets");
+      return false;
+    }
+    parts_.rows->counterIs(row(className, account));
+  } catch (Dov::ResourceException const& exception) {
+    sayOnce(about, "policing class " + counter.name + " is not counted: " + exception.message());
+    return false;
+  }
+  told_.erase(about);
+  goneSince_.erase(className);
+  return true;
+}
+
+// Where they cannot be kept, counting goes on and they are tried again.
+bool CoppClasses::saveOffsets(CoppClassName const& className, ClassAccount& account) {
+  if (!account.mustSave()) return true;
+  try {
+    parts_.offsets->write(CoppOffsetRow::of(className, account.stored()));
+  } catch (Dov::ResourceException const&) {
+    return false;
+  }
+  account.saved();
+  return true;
+}
+
+Qos::CoppClassCounter CoppClasses::row(CoppClassName const& className,
+                                       ClassAccount const& account) {
+  Qos::CoppClassCounter row = parts_.rows->lookup(className);
+  row.className = className;
+  row.pkts = account.totals().pkts;
+  row.octets = account.totals().octets;
+  row.lastUpdate = now_();
+  row.policyMap = std::string_view(parts_.policyMap);
+  return row;
+}
+
+void CoppClasses::reset(std::string_view className) {
+  if (!classes_ || !CoppClassName::isName(className) || !classes_->contains(className)) return;
+  std::string const name(className);
+  auto const reading = source_.reset({kTable.family, kTable.name, name});
+  std::string const about = "reset " + name;
+  if (reading.error) {
+    if (!isAbsence(reading.error))
+      sayOnce(about, "policing class " + name + " cannot be reset: " + reading.error.message());
+    return;
+  }
+  told_.erase(about);
+  NftCounter const& counter = reading.counter;
+  ClassAccount& account = this->account(className);
+  account.reset({generation_, tableHandle_, counter.handle}, {counter.pkts, counter.octets});
+  saveOffsets(className, account);
+  Qos::CoppClassCounter row = this->row(className, account);
+  row.resetPkts = row.pkts;
+  row.resetOctets = row.octets;
+  row.lastReset = now_();
+  parts_.rows->counterIs(row);
+}
+
+void CoppClasses::removeRowsBut(Names const& present) {
+  bool const isFirst = std::exchange(isFirst_, false);
+  if (isFirst)
+    parts_.offsets->forEach([this](CoppOffsetRow const& offsets) {
+      if (!parts_.rows->contains(offsets.className)) parts_.offsets->remove(offsets.className);
+    });
+  // Those that never had room have no row either.
+  std::erase_if(accounts_, [&](auto const& each) {
+    return !present.contains(each.first) && !parts_.rows->contains(each.first);
+  });
+  if (parts_.keepsRows) return;
+  parts_.rows->forEach([&](Qos::CoppClassCounter const& row) {
+    if (present.contains(row.className)) return;
+    Kel::Seconds const since = goneSince_.try_emplace(row.className, now_()).first->second;
+    // What an agent before left went while nobody was there to see.
+    if (isFirst || now_() - since >= kReloadGrace) removeRow(row.className);
+  });
+}
+
+void CoppClasses::removeRow(CoppClassName const& className) {
+  CoppClassName const name = className;  // the caller's may go with what is removed
+  accounts_.erase(name);
+  goneSince_.erase(name);
+  parts_.offsets->remove(name);
+  parts_.rows->counterDel(name);
+}
+
+}  // namespace Hardware::Linux

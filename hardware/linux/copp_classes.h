@@ -1,0 +1,81 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+
+#include "hardware/linux/class_account.h"
+#include "hardware/linux/copp_offsets.h"
+#include "hardware/linux/nft_counters.h"
+#include "platform/kel/system.h"
+#include "platform/qos/copp_class_tables.h"
+
+namespace Hardware::Linux {
+
+/// Control-plane policing as nftables does it: each named counter of the table `inet copp` is a
+/// class, and what it counts is published in the class's row.
+///
+/// The chip has a CPU port while there is that table. Classes come and go with their counters; the
+/// row of a class that went stays for `kReloadGrace`, so that a ruleset which is loaded in two
+/// steps loses no totals, or for good where rows are kept.
+///
+/// Without CAP_NET_ADMIN, or without nftables, there is no CPU port; the former is told once.
+class CoppClasses {
+ public:
+  using Table = Qos::AllCoppClassCounter;
+  using Names = std::set<Qos::CoppClassName>;
+
+  static constexpr Kel::Seconds kReloadGrace = 10.0;
+
+  struct Parts {
+    Kel::Ptr<Table> rows{};               // null: the agent counts no classes
+    Kel::Ptr<CoppOffsetTable> offsets{};  // what its totals need to be continued; with the rows
+    std::string policyMap{};              // which the classes are said to belong to
+    bool keepsRows = false;               // of classes that went
+  };
+  /// What is given by reference must outlive it. `now` is the agent's clock, `say` tells the
+  /// operator, `generation` is that of `LinkIdentity`.
+  CoppClasses(Parts parts, NftCounterSource& source, std::uint64_t generation,
+              std::function<Kel::Seconds()> now, std::function<void(std::string const&)> say);
+
+  /// Read all classes and publish them, once a tick at most. Where they cannot be read just now,
+  /// everything stays as it is.
+  void refresh();
+
+  /// Reset the counter of one class: it is set to 0 in the kernel, which is no loss to its totals,
+  /// and the row says at which totals. Does nothing where there is no such class.
+  void reset(std::string_view className);
+
+  /// The classes as they were read last; no value: there is no CPU port.
+  std::optional<Names> const& classes() const { return classes_; }
+
+ private:
+  void cannotRead(std::error_code error);
+  void take(NftTable const& table);
+  bool isClassName(std::string const& name);
+  ClassAccount& account(Qos::CoppClassName const& className);
+  bool count(NftCounter const& counter);
+  bool saveOffsets(Qos::CoppClassName const& className, ClassAccount& account);
+  Qos::CoppClassCounter row(Qos::CoppClassName const& className, ClassAccount const& account);
+  void removeRowsBut(Names const& present);
+  void removeRow(Qos::CoppClassName const& className);
+  void sayOnce(std::string const& about, std::string const& why);
+
+  Parts const parts_;
+  NftCounterSource& source_;
+  std::uint64_t const generation_;
+  std::function<Kel::Seconds()> const now_;
+  std::function<void(std::string const&)> const say_;
+  std::optional<Kel::Seconds> tick_;
+  std::uint64_t tableHandle_ = 0;
+  std::optional<Names> classes_;
+  std::map<Qos::CoppClassName, ClassAccount> accounts_;
+  // Rows of classes that went, and since when.
+  std::map<Qos::CoppClassName, Kel::Seconds> goneSince_;
+  bool isFirst_ = true;
+  std::set<std::string> told_;  // what the operator knows
+};
+
+}  // namespace Hardware::Linux
