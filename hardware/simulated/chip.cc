@@ -74,8 +74,8 @@ Port seededClass(Random random) {
   return port;
 }
 
-constexpr std::array<char const*, 6> coppClassNames = {"bgp",  "default", "icmp",
-                                                       "ospf", "snmp",    "ssh"};
+constexpr std::array<char const*, 6> coppClassNames = {"copp-bgp",  "copp-default", "copp-icmp",
+                                                       "copp-ospf", "copp-snmp",    "copp-ssh"};
 constexpr std::uint32_t firstVlan = 10;
 
 }  // namespace

@@ -19,6 +19,7 @@ class HostTest : public ::testing::Test {
     options.tables = place.directory().string();
     options.chip = ChipKind::simulated;
     options.ports = 3;
+    options.vlanInterfaces = 2;
     options.seed = 11;
   }
   void start(Glim::TableLimits const& limits = {}) {
@@ -129,6 +130,53 @@ TEST_F(HostTest, EveryPortHasItsQueuesAndDropsFromTheStart) {
   EXPECT_EQ(row.intfCounts.pkts, pkts);
 }
 
+TEST_F(HostTest, EveryVlanInterfaceHasARowFromTheStartThatGrowsEachPeriod) {
+  using Row = Interface::VlanIntfCounterGlim;
+  options.period = 2.0;
+  start();
+  auto const vlan = [this](char const* id) { return rowOf<Row>(Interface::kVlanIntfCounters, id); };
+  ASSERT_TRUE(vlan("Vlan10"));
+  ASSERT_TRUE(vlan("Vlan11"));
+  EXPECT_FALSE(vlan("Vlan12"));
+  EXPECT_FALSE(row("Vlan10"));
+  EXPECT_EQ(vlan("Vlan10")->statistics.lastUpdate, time.now());
+  turnsFor(2.05);
+  auto const chip = Hardware::Simulated::Chip::seeded(3, 11, 2);
+  std::uint64_t const atPoll = vlan("Vlan10")->statistics.inOctets;
+  EXPECT_GE(atPoll, chip.find("Vlan10")->sample(2.0).inOctets);
+  EXPECT_LE(atPoll, chip.find("Vlan10")->sample(2.1).inOctets);
+  EXPECT_GT(atPoll, 0u);
+}
+
+TEST_F(HostTest, ClassesOfTheCpuPortArePolledEachPeriod) {
+  options.period = 2.0;
+  start();
+  auto const copp = [this] {
+    Glim::Reader<Qos::CoppClassCounter> reader(options.tables + "/" +
+                                               std::string(Qos::kCoppCounters));
+    EXPECT_EQ(reader.attach(), Glim::Answer::ok);
+    Qos::CoppClassCounter row;
+    EXPECT_EQ(reader.lookup("copp-bgp", row), Glim::Answer::ok);
+    return row;
+  };
+  EXPECT_EQ(copp().lastUpdate, time.now());
+  EXPECT_EQ(copp().lastReset, 0.0);
+  turnsFor(20.05);
+  EXPECT_GT(copp().pkts, 0u);
+  EXPECT_GE(copp().lastUpdate, time.now() - 2.0);
+}
+
+TEST_F(HostTest, WallClockThatIsSetBackLeavesNoSampleOfVlanInterfacesInTheFuture) {
+  options.period = 2.0;
+  start();
+  turnsFor(4.0);
+  setClockBy(-3600.0);
+  turnsFor(4.0);
+  auto const row = rowOf<Interface::VlanIntfCounterGlim>(Interface::kVlanIntfCounters, "Vlan10");
+  EXPECT_LE(row->statistics.lastUpdate, time.now());
+  EXPECT_GE(row->statistics.lastUpdate, time.now() - 2.1);
+}
+
 TEST_F(HostTest, TheQueuesOfEveryPortAreDescribed) {
   start();
   auto const described =
@@ -170,6 +218,7 @@ TEST_F(HostTest, TheNextAgentOfASimulatedChipBeginsAnew) {
 
 TEST_F(HostTest, InterfacesWithoutRoomAreToldOnceAndServedWhenThereIsRoom) {
   options.ports = 20;
+  options.vlanInterfaces = 0;
   ::testing::internal::CaptureStderr();
   start({.maxRows = 16});
   turnsFor(20.0);
@@ -177,7 +226,8 @@ TEST_F(HostTest, InterfacesWithoutRoomAreToldOnceAndServedWhenThereIsRoom) {
   EXPECT_FALSE(row("Ethernet17"));
   EXPECT_GT(row("Ethernet16")->statistics.inOctets, 0u);
   EXPECT_THAT(::testing::internal::GetCapturedStderr(),
-              ::testing::MatchesRegex("oru-agentd: 4 interfaces are not counted[^\n]*\n"));
+              ::testing::MatchesRegex("oru-agentd: policy map[^\n]*\n"
+                                      "oru-agentd: 4 interfaces are not counted[^\n]*\n"));
 }
 
 TEST_F(HostTest, RowsStayWhenTheAgentEnds) {

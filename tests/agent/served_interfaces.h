@@ -19,10 +19,14 @@ class EntityRecorder {
   EntityRecorder(InterfaceEntities const& entities, Support::CallLog& log)
       : _ocsd(Kel::make<Ocsd>(log)),
         _config(Kel::make<Config>(log)),
-        _status(Kel::make<Status>(log)) {
+        _status(Kel::make<Status>(log)),
+        _vlanConfig(Kel::make<VlanConfig>(log)),
+        _vlanStatus(Kel::make<VlanStatus>(log)) {
     watch(*_ocsd, entities.ocsd);
     watch(*_config, entities.configDir);
     watch(*_status, entities.statusDir);
+    watch(*_vlanConfig, entities.vlanConfigDir);
+    watch(*_vlanStatus, entities.vlanStatusDir);
   }
 
  private:
@@ -35,12 +39,12 @@ class EntityRecorder {
   struct Ocsd : Oru::OruCommonSmData::Notifiee {
     explicit Ocsd(Support::CallLog& l) : log(l) {}
     using Notifiee::onIntf;
-    void onIntf(Pekt::IntfId id) override {
-      auto const at = notifier()->intf().find(id);
-      log("intf", id,
-          at == notifier()->intf().end() ? "gone"
-          : at->second                   ? "served"
-                                         : "not served");
+    using Notifiee::onVlanIntf;
+    void onIntf(Pekt::IntfId id) override { tell("intf", notifier()->intf(), id); }
+    void onVlanIntf(Pekt::IntfId id) override { tell("vlan", notifier()->vlanIntf(), id); }
+    void tell(char const* kind, Oru::OruCommonSmData::IntfMap const& all, Pekt::IntfId const& id) {
+      auto const at = all.find(id);
+      log(kind, id, at == all.end() ? "gone" : at->second ? "served" : "not served");
     }
     Support::CallLog& log;
   };
@@ -61,9 +65,28 @@ class EntityRecorder {
     Support::CallLog& log;
   };
 
+  struct VlanConfig : Interface::VlanIntfConfigDir::Notifiee {
+    explicit VlanConfig(Support::CallLog& l) : log(l) {}
+    using Notifiee::onIntfConfig;
+    void onIntfConfig(Pekt::IntfId id) override {
+      log("vlan config", id, notifier()->intfConfig(id) ? "there" : "gone");
+    }
+    Support::CallLog& log;
+  };
+  struct VlanStatus : Interface::VlanIntfStatusDir::Notifiee {
+    explicit VlanStatus(Support::CallLog& l) : log(l) {}
+    using Notifiee::onIntfStatus;
+    void onIntfStatus(Pekt::IntfId id) override {
+      log("vlan status", id, notifier()->intfStatus(id) ? "there" : "gone");
+    }
+    Support::CallLog& log;
+  };
+
   Kel::Ptr<Ocsd> _ocsd;
   Kel::Ptr<Config> _config;
   Kel::Ptr<Status> _status;
+  Kel::Ptr<VlanConfig> _vlanConfig;
+  Kel::Ptr<VlanStatus> _vlanStatus;
 };
 
 class ServedInterfaces : public ::testing::Test {
