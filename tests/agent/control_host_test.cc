@@ -192,7 +192,8 @@ TEST_F(ControlHostTest, WithoutASocketTheAgentCountsAllTheSame) {
   pass(1.0);
   EXPECT_EQ(live("Ethernet1")->statistics.lastUpdate, time.now());
   EXPECT_THAT(testing::internal::GetCapturedStderr(),
-              testing::MatchesRegex("oru-agentd: [^\n]*control is no socket[^\n]*\n"));
+              testing::MatchesRegex("oru-agentd: policy map[^\n]*\n"
+                                    "oru-agentd: [^\n]*control is no socket[^\n]*\n"));
 }
 
 // --- Nothing that is asked by name ends the agent ---
