@@ -209,10 +209,14 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
   void aclDropConfigIs(Kel::Ptr<Interface::AclDropConfig> const& config) {
     _aclDropConfig = config;
   }
+  // Without it no VLAN interface is present. REQUIRES: once set, it stays set while any VLAN
+  // interface has its poller, whose end deletes the row here.
   Kel::Ptr<Interface::AllVlanIntfCounterGlim> const& allVlanIntfCounters() const {
     return _allVlanIntfCounters;
   }
   void allVlanIntfCountersIs(Kel::Ptr<Interface::AllVlanIntfCounterGlim> const& table);
+  // The VLAN interfaces that have a poller. REQUIRES: set whenever allVlanIntfCounters is, before
+  // the first VLAN interface is handled.
   Kel::Ptr<Interface::VlanIntfCounterWriterStatus> const& vlanIntfCounterWriterStatus() const {
     return _vlanIntfCounterWriterStatus;
   }
@@ -405,8 +409,16 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
     bool present() const { return served && status && config && counted; }
   };
   VlanIntf vlanIntf(Pekt::IntfId const& vlanIntfId) const;
-  void vlanIntfPresent(Pekt::IntfId const& vlanIntfId, VlanIntf const& now);
+  void vlanIntfPresent(Pekt::IntfId const& vlanIntfId);
   void vlanIntfAbsent(Pekt::IntfId const& vlanIntfId);
+
+  // Lets go of the interface's poller, if there is one. One that is just being polled, or that
+  // somebody else holds, neither writes its row nor is woken any more.
+  template <class Poller>
+  static void endPoller(Kel::HashMap<Poller, Pekt::IntfId>& pollers, Pekt::IntfId const& intfId) {
+    if (auto const poller = pollers.member(intfId)) poller->kelDoZombieReactors(true);
+    pollers.deleteMember(intfId);
+  }
 
   // In the order in which the constructor makes them.
   Kel::Input<KelEthPhyIntfConfigDir, Interface::AllEthPhyIntfConfigDir const> _ethPhyIntfConfigDir;

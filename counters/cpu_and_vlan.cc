@@ -17,7 +17,7 @@ void CountersSm::handleCpuIntf() {
 void CountersSm::handleCpuIntf(Pekt::IntfId intf) {
   if (!started()) return;
   if (auto t = trace(7)) t << "CountersSm::handleCpuIntf(" << intf << ')';
-  if (!ocsd() || !ocsd()->cpuIntf(intf)) return cpuPortCountersSmDel(intf);
+  if (!ocsd() || !ocsd()->cpuIntf(intf)) return endPoller(_cpuPortCountersSm, intf);
   cpuPortCountersSmIs(ocsd(), intf, counterPollPeriod(), Kel::ActivityManagerConfig::clock(),
                       platformHelper())
       ->initializedIs(true);
@@ -42,7 +42,7 @@ void CountersSm::handleVlanIntf(Pekt::IntfId vlanIntfId) {
   if (now.present()) {
     if (auto t = trace(7))
       t << function << " Initializing counter state machine for VLAN interface " << vlanIntfId;
-    vlanIntfPresent(vlanIntfId, now);
+    vlanIntfPresent(vlanIntfId);
   } else if (vlanIntfCountersSm(vlanIntfId)) {
     if (auto t = trace(7))
       t << function << " Deleting counter state machine vlanIntf: " << vlanIntfId;
@@ -61,22 +61,32 @@ CountersSm::VlanIntf CountersSm::vlanIntf(Pekt::IntfId const& vlanIntfId) const 
 
 // The order of the steps is part of the contract, here and in vlanIntfAbsent. The helper is told
 // each time, also of an interface that has its poller.
-void CountersSm::vlanIntfPresent(Pekt::IntfId const& vlanIntfId, VlanIntf const& now) {
+void CountersSm::vlanIntfPresent(Pekt::IntfId const& vlanIntfId) {
   std::uint16_t const vlanId = Pekt::VlanIntfId::vlanId(vlanIntfId);
   if (!platformHelper()->initializeVlanIntfCounters(vlanIntfId, vlanId)) return;
   if (vlanIntfCountersSm(vlanIntfId)) return;
-  vlanIntfCountersSmIs(ocsd(), vlanIntfId, counterPollPeriod(), Kel::ActivityManagerConfig::clock(),
-                       platformHelper(), globalIntfConfig(), now.config, now.status,
-                       allVlanIntfCounters())
-      ->initializedIs(true);
-  vlanIntfCounterWriterStatus()->intfIs(vlanIntfId, true);
+  // The helper may have ended the interface, or had it configured anew.
+  VlanIntf const now = vlanIntf(vlanIntfId);
+  if (!now.present()) return;
+  auto const poller = vlanIntfCountersSmIs(
+      ocsd(), vlanIntfId, counterPollPeriod(), Kel::ActivityManagerConfig::clock(),
+      platformHelper(), globalIntfConfig(), now.config, now.status, allVlanIntfCounters());
+  try {
+    poller->initializedIs(true);
+    vlanIntfCounterWriterStatus()->intfIs(vlanIntfId, true);
+  } catch (...) {
+    endPoller(_vlanIntfCountersSm, vlanIntfId);  // so that the next notification tries again
+    throw;
+  }
 }
 
 void CountersSm::vlanIntfAbsent(Pekt::IntfId const& vlanIntfId) {
   if (vlanIntfCounterWriterStatus()) vlanIntfCounterWriterStatus()->intfDel(vlanIntfId);
   platformHelper()->deleteVlanIntfCounters(vlanIntfId);
-  vlanIntfCountersSmDel(vlanIntfId);
+  endPoller(_vlanIntfCountersSm, vlanIntfId);
   allVlanIntfCounters()->counterDel(vlanIntfId);
+  // Whoever was told may have brought it back, while it still had its poller.
+  if (vlanIntf(vlanIntfId).present()) handleVlanIntf(vlanIntfId);
 }
 
 }  // namespace Oru::Counters

@@ -102,11 +102,8 @@ void CountersSm::intfAbsent(Pekt::IntfId const& intfId, bool statusExists) {
     poller->handleExit();
     portCountersSmDel(intfId);
   }
-  // One that is just being polled, or that somebody else holds, must not write its row any more.
-  if (auto const poller = intfQueueCountersSm(intfId)) poller->kelDoZombieReactors(true);
-  if (auto const poller = intfAclDropCountersSm(intfId)) poller->kelDoZombieReactors(true);
-  intfQueueCountersSmDel(intfId);
-  intfAclDropCountersSmDel(intfId);
+  endPoller(_intfQueueCountersSm, intfId);
+  endPoller(_intfAclDropCountersSm, intfId);
 }
 
 }  // namespace Oru::Counters

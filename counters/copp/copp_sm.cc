@@ -49,9 +49,12 @@ void CoppSm<Self>::handleInitialized() {
 
 template <class Self>
 void CoppSm<Self>::handleClasses() {
-  auto const status = pmap();  // a helper may be the end of it
+  auto const status = pmap();  // one that takes its place is walked when it is attached
   require(bool(status), "pmap()");
-  for (auto const& [cmapName, entry] : Kel::walk(status->cmap())) handleClass(cmapName);
+  for (auto const& [cmapName, entry] : Kel::walk(status->cmap())) {
+    handleClass(cmapName);
+    if (pmap() != status || this->kelMarkedForDeletion()) return;  // the helper's doing
+  }
 }
 
 template <class Self>

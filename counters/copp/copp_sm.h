@@ -47,8 +47,6 @@ class CoppSm : public Kel::StateMachine<Self, Kel::ReactorOwner> {
   void handleInitialized();
   // Resets one class, if the policy map has it. REQUIRES: pmap().
   void handleClass(Kel::Name cmapName);
-  // All classes, one by one; what becomes of a change of the collection as a whole.
-  void handleClasses();
 
   static constexpr auto kelDescription() {
     using Sm = CoppSm;
@@ -62,6 +60,10 @@ class CoppSm : public Kel::StateMachine<Self, Kel::ReactorOwner> {
 
  private:
   class KelPmap;
+
+  // All classes, one by one; what becomes of a change of the collection as a whole. A helper that
+  // drops or replaces the policy map ends it.
+  void handleClasses();
 
   static std::string refusal(CoppSm const& sm);
   static std::string classRefusal(CoppSm const& sm, Kel::Name const&) { return refusal(sm); }

@@ -64,8 +64,11 @@ class OruHelperCountersSm : public Oru::OruBaseHelper {
   virtual void getVlanIntfCounters(Pekt::IntfId,
                                    Kel::Ptr<OruTypes::VlanIntfCounters> /*newCounters*/,
                                    Kel::Ptr<OruTypes::VlanIntfCounters> /*prevCounters*/) {}
-  // Sets up the counters of a VLAN interface; false: it cannot be counted.
+  // Sets up the counters of a VLAN interface, vlanId 1 to 4094; false: it cannot be counted. Asked
+  // at each notification of the interface while it is there, also of one that has its counters:
+  // those are to go on.
   virtual bool initializeVlanIntfCounters(Pekt::IntfId, std::uint16_t /*vlanId*/) { return false; }
+  // Releases them; once, when the interface's poller goes.
   virtual void deleteVlanIntfCounters(Pekt::IntfId) {}
   // Clears what the chip keeps itself; "all" or the name of one interface.
   virtual void doClearCounters(Kel::String /*request*/) {}

@@ -82,12 +82,14 @@ void VlanIntfCountersSm::updateCounters() {
   if (auto t = trace(8)) t << "void Oru::Counters::VlanIntfCountersSm::updateCounters()";
   Interface::VlanIntfCounterGlim intfCounter = allVlanIntfCounters()->counter(intfId());
   auto const newCounters = Kel::make<OruTypes::VlanIntfCounters>();
+  Kel::Seconds const now = clock()->time();
   platformHelper()->getVlanIntfCounters(intfId(), newCounters, prevCounters());
+  if (kelMarkedForDeletion()) return;  // the interface went, and its row with it
 
   auto const delta = newCounters->intfStats() - prevCounters()->intfStats();
   intfCounter.statistics = intfCounter.statistics + delta;
   intfCounter.rates = Interface::updateIntfMovingAverages(
-      intfCounter.rates, delta, clock()->time(), Interface::loadIntervalOf(vlanIntfConfig()),
+      intfCounter.rates, delta, now, Interface::loadIntervalOf(vlanIntfConfig()),
       Interface::loadIntervalOf(globalIntfConfig()));
 
   // Published before it is taken as the previous sample: a row that the table

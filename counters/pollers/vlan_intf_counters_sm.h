@@ -71,7 +71,6 @@ class VlanIntfCountersSm : public Kel::StateMachine<VlanIntfCountersSm, OruBaseS
   // The previous sample; null before the poller is initialized.
   Kel::Ptr<OruTypes::VlanIntfCounters> const& prevCounters() const { return _prevCounters; }
   void prevCountersIs() { _prevCounters = Kel::make<OruTypes::VlanIntfCounters>(); }
-  void prevCountersDel() { _prevCounters = nullptr; }
 
   // Starts the poller: zero previous sample, a row where there is none, first wake-up set. Called
   // directly, it sets the flag `initialized` itself. REQUIRES: allVlanIntfCounters().
