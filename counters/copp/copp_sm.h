@@ -40,7 +40,7 @@ class CoppSm : public Kel::StateMachine<Self, Kel::ReactorOwner> {
   Qos::MapType type() const { return _pmap ? pmap()->type() : Qos::MapType{}; }
 
   bool initialized() const { return _initialized; }
-  // Each change of the flag, either way, runs handleInitialized().
+  // Each change of the flag, either way, runs handleInitialized() and REQUIRES: pmap().
   void initializedIs(bool initialized);
 
   // Resets every class of the policy map. REQUIRES: pmap().
@@ -53,7 +53,7 @@ class CoppSm : public Kel::StateMachine<Self, Kel::ReactorOwner> {
     return Kel::describe(
         Self::kTypeName, Kel::key("name", &Sm::_name), Kel::watchedParameter("pmap", &Sm::_pmap),
         Kel::parameter("platformHelper", &Sm::_platformHelper), Kel::value("type", &Sm::type),
-        Kel::value("initialized", &Sm::initialized, &Sm::initializedIs),
+        Kel::value("initialized", &Sm::initialized, &Sm::initializedIs, &Sm::changeRefusal),
         Kel::operation("handleClass", &Sm::handleClass, &Sm::classRefusal),
         Kel::operation("handleInitialized", &Sm::handleInitialized, &Sm::refusal));
   }
@@ -66,6 +66,9 @@ class CoppSm : public Kel::StateMachine<Self, Kel::ReactorOwner> {
   void handleClasses();
 
   static std::string refusal(CoppSm const& sm);
+  static std::string changeRefusal(CoppSm const& sm, bool const& initialized) {
+    return initialized == sm.initialized() ? "" : refusal(sm);
+  }
   static std::string classRefusal(CoppSm const& sm, Kel::Name const&) { return refusal(sm); }
 
   Kel::Name const _name;

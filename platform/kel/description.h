@@ -49,11 +49,12 @@ struct WatchedInput {
   std::string_view name;
   Member input;
 };
-template <class Get, class Set>
+template <class Get, class Set, class Refusal = std::nullptr_t>
 struct Value {
   std::string_view name;
   Get get;
   Set set;
+  Refusal refusal = nullptr;
 };
 template <class Member>
 struct MemberCollection {
@@ -95,6 +96,14 @@ constexpr auto value(std::string_view name, Get get) {
 template <class Get, class Sm, class V>
 constexpr auto value(std::string_view name, Get get, void (Sm::*set)(V)) {
   return Value<Get, void (Sm::*)(V)>{name, get, set};
+}
+// The same with a setter that REQUIRES something: `refusal` answers what is wrong with a value, or
+// an empty text, as that of an operation does.
+template <class Get, class Sm, class V>
+constexpr auto value(
+    std::string_view name, Get get, void (Sm::*set)(V),
+    std::type_identity_t<std::string (*)(Sm const&, std::decay_t<V> const&)> refusal) {
+  return Value<Get, void (Sm::*)(V), decltype(refusal)>{name, get, set, refusal};
 }
 // Owned state machines, a Kel::HashMap.
 template <class Member>
@@ -244,6 +253,15 @@ struct Reflected {
   static Sm const& self(PtrInterface const& o) { return static_cast<Sm const&>(o); }
   static Sm& self(PtrInterface& o) { return static_cast<Sm&>(o); }
 
+  // Throws RangeException, saying why, where the item refuses these arguments.
+  template <class... Args>
+  static void unlessRefused(PtrInterface const& o, Args const&... args) {
+    if constexpr (!std::is_null_pointer_v<decltype(item().refusal)>) {
+      std::string const why = item().refusal(self(o), args...);
+      if (!why.empty()) throwRangeException(why);
+    }
+  }
+
   static std::string read(PtrInterface const& o) {
     if constexpr (IsInput<Item>)
       return toStrep((self(o).*(item().input)).notifier());
@@ -253,7 +271,9 @@ struct Reflected {
 
   template <class C, class V>
   static void setWith(PtrInterface& o, std::string_view text, void (C::*setter)(V)) {
-    (self(o).*setter)(fromStrep<std::decay_t<V>>(text));
+    auto const wanted = fromStrep<std::decay_t<V>>(text);
+    unlessRefused(o, wanted);
+    (self(o).*setter)(wanted);
   }
   static void set(PtrInterface& o, std::string_view text) { setWith(o, text, item().set); }
 
@@ -270,10 +290,7 @@ struct Reflected {
     using Arguments = decltype(argumentsOf(item().function));
     [&]<std::size_t... n>(std::index_sequence<n...>) {
       Arguments arguments{fromStrep<std::tuple_element_t<n, Arguments>>(texts[n])...};
-      if constexpr (!std::is_null_pointer_v<decltype(item().refusal)>) {
-        std::string const why = item().refusal(self(o), std::get<n>(arguments)...);
-        if (!why.empty()) throwRangeException(why);
-      }
+      unlessRefused(o, std::get<n>(arguments)...);
       std::invoke(item().function, self(o), std::get<n>(std::move(arguments))...);
     }
     (std::make_index_sequence<arity()>{});

@@ -10,6 +10,13 @@ namespace {
 
 using Support::Calls;
 
+// A policy map whose classes can be told of as a whole while there are any.
+class BulkPolicyMap : public Qos::PolicyMapHwStatus {
+ public:
+  using PolicyMapHwStatus::PolicyMapHwStatus;
+  void tellOfAllClasses() { notify(&NotifieeConst::onCmapkelImmediate); }
+};
+
 // Both flavours: they differ in their names alone.
 template <class Sm>
 class CoppSm : public Support::CountersFixture {
@@ -27,7 +34,7 @@ class CoppSm : public Support::CountersFixture {
     return "7 void " + std::string(Sm::kTypeName) + "::" + text;
   }
 
-  Kel::Ptr<Qos::PolicyMapHwStatus> pmap = Kel::make<Qos::PolicyMapHwStatus>();
+  Kel::Ptr<BulkPolicyMap> pmap = Kel::make<BulkPolicyMap>();
   Kel::Ptr<Sm> sut;
   Calls const resetOfEach{"resetCpuQueueCounters copp-arp", "resetCpuQueueCounters copp-bgp",
                           "resetCpuQueueCounters copp-lldp"};
@@ -111,6 +118,57 @@ TYPED_TEST(CoppSm, AClassThatGoesDuringTheWalkIsLeftOut) {
                    "resetCpuQueueCounters copp-lldp", "resetCpuQueueCounters copp-zz"}));
 }
 
+TYPED_TEST(CoppSm, ItsFlagIsSetBeforeTheClassesAreReset) {
+  this->addClasses();
+  std::vector<bool> flags;
+  this->helper->duringReset = [&] { flags.push_back(this->sut->initialized()); };
+  this->sut->initializedIs(true);
+  this->sut->initializedIs(false);
+  EXPECT_EQ(flags, (std::vector<bool>{true, true, true, false, false, false}));
+}
+
+TYPED_TEST(CoppSm, AHelperThatDropsThePolicyMapEndsTheWalk) {
+  this->addClasses();
+  this->helper->duringReset = [&] { this->sut->pmapDel(); };
+  this->sut->handleInitialized();
+  EXPECT_EQ(this->log.calls(), Calls{"resetCpuQueueCounters copp-arp"});
+}
+
+TYPED_TEST(CoppSm, AHelperThatReplacesThePolicyMapHasTheNewOneWalkedAlone) {
+  this->addClasses();
+  auto const other = Kel::make<Qos::PolicyMapHwStatus>();
+  other->cmapIs("copp-bgp", {});
+  other->cmapIs("copp-ssh", {});
+  Support::TraceCapture const trace(Oru::Counters::_defaultTraceHandle());
+  this->helper->duringReset = [&] {
+    this->helper->duringReset = nullptr;
+    this->sut->pmapIs(other);
+  };
+  this->sut->handleInitialized();
+  EXPECT_EQ(this->log.calls(),
+            (Calls{"resetCpuQueueCounters copp-arp", "resetCpuQueueCounters copp-bgp",
+                   "resetCpuQueueCounters copp-ssh"}));
+  EXPECT_EQ(trace.lines().size(), 4u);  // no class of the old one but the first
+}
+
+TYPED_TEST(CoppSm, AHelperThatMarksItForDeletionEndsTheWalk) {
+  this->addClasses();
+  this->helper->duringReset = [&] { this->sut->kelDoZombieReactors(true); };
+  this->sut->handleInitialized();
+  EXPECT_EQ(this->log.calls(), Calls{"resetCpuQueueCounters copp-arp"});
+}
+
+TYPED_TEST(CoppSm, APolicyMapWithClassesAttachedWithNotificationsOffIsResetAllTheSame) {
+  this->addClasses();
+  this->sut = this->make(nullptr);
+  this->sut->hasNotificationActiveIs(false);
+  this->sut->pmapIs(this->pmap);
+  EXPECT_EQ(this->log.calls(), this->resetOfEach);
+  this->log.clear();
+  this->pmap->cmapIs("copp-new", {});
+  EXPECT_EQ(this->log.calls(), Calls{});
+}
+
 TYPED_TEST(CoppSm, WithoutAPolicyMapItHasNoTypeAndHearsNothing) {
   this->sut = this->make(nullptr);
   EXPECT_EQ(this->sut->pmap(), nullptr);
@@ -147,8 +205,18 @@ TYPED_TEST(CoppSm, AnotherPolicyMapIsResetAsAWhole) {
 
 TYPED_TEST(CoppSm, ClassesThatGoAllAtOnceChangeNothing) {
   this->addClasses();
+  Support::TraceCapture const trace(Oru::Counters::_defaultTraceHandle());
   this->pmap->cmapDelAll();
   EXPECT_EQ(this->log.calls(), Calls{});
+  EXPECT_EQ(trace.lines(), Calls{});
+  this->pmap->cmapIs("copp-bgp", {});  // it goes on listening
+  EXPECT_EQ(this->log.calls(), Calls{"resetCpuQueueCounters copp-bgp"});
+}
+
+TYPED_TEST(CoppSm, AChangeOfAllClassesResetsEach) {
+  this->addClasses();
+  this->pmap->tellOfAllClasses();
+  EXPECT_EQ(this->log.calls(), this->resetOfEach);
 }
 
 TYPED_TEST(CoppSm, OtherNewsOfThePolicyMapChangesNothing) {
@@ -180,6 +248,21 @@ TYPED_TEST(CoppSm, ByNameNothingIsHandledWithoutAPolicyMap) {
   this->sut->pmapDel();
   EXPECT_THROW(Kel::invoke(*this->sut, "handleClass", {"copp-bgp"}), Kel::RangeException);
   EXPECT_THROW(Kel::invoke(*this->sut, "handleInitialized"), Kel::RangeException);
+}
+
+TYPED_TEST(CoppSm, ByNameItsFlagIsNotChangedWithoutAPolicyMap) {
+  this->sut->pmapDel();
+  try {
+    Kel::set(*this->sut, "initialized", "true");
+    ADD_FAILURE() << "it was changed";
+  } catch (Kel::RangeException const& refusal) {
+    EXPECT_STREQ(refusal.what(), "no policy map is watched");
+  }
+  EXPECT_FALSE(this->sut->initialized());
+  EXPECT_NO_THROW(Kel::set(*this->sut, "initialized", "false"));  // no change
+  this->sut->pmapIs(this->pmap);
+  Kel::set(*this->sut, "initialized", "true");
+  EXPECT_TRUE(this->sut->initialized());
 }
 
 TYPED_TEST(CoppSmDeathTest, HandlingWithoutAPolicyMapEndsTheProcess) {

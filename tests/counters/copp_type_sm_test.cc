@@ -11,6 +11,13 @@ namespace {
 using Qos::Direction;
 using Support::Calls;
 
+// A type whose policy maps can be told of as a whole while there are any.
+class BulkPolicyMapType : public Qos::PolicyMapTypeHwStatus {
+ public:
+  using PolicyMapTypeHwStatus::PolicyMapTypeHwStatus;
+  void tellOfAllPolicyMaps() { notify(&NotifieeConst::onPmapkelImmediate); }
+};
+
 // Both flavours: they differ in their names alone.
 template <class Sm>
 class CoppTypeSm : public Support::CountersFixture {
@@ -28,8 +35,7 @@ class CoppTypeSm : public Support::CountersFixture {
   }
   void addMember(char const* name) { sut->coppSmIs(name, pmap, helper); }
 
-  Kel::Ptr<Qos::PolicyMapTypeHwStatus> pmapType =
-      Kel::make<Qos::PolicyMapTypeHwStatus>(Qos::MapType::pbr);
+  Kel::Ptr<BulkPolicyMapType> pmapType = Kel::make<BulkPolicyMapType>(Qos::MapType::pbr);
   Kel::Ptr<Qos::PolicyMapHwStatus> pmap = Kel::make<Qos::PolicyMapHwStatus>();
   Kel::Ptr<Sm> sut;
 };
@@ -145,8 +151,22 @@ TYPED_TEST(CoppTypeSm, AnotherTypeIsWatchedFromThenOn) {
   this->sut->pmapTypeIs(other);
   EXPECT_EQ(trace.lines(), Calls{this->tracedKey("qos-a input")});
   EXPECT_EQ(this->sut->fwkKey(), Qos::MapType::qos);
+  other->pmapIs({"qos-b", Direction::input}, this->pmap);
+  this->pmapType->pmapIs({"qos-old", Direction::input}, this->pmap);
+  EXPECT_EQ(trace.lines(), (Calls{this->tracedKey("qos-a input"), this->tracedKey("qos-b input")}));
   EXPECT_EQ(this->sut->pmapTypeDel(), other);
   EXPECT_EQ(this->sut->fwkKey(), Qos::MapType{});
+  other->pmapDel({"qos-b", Direction::input});
+  EXPECT_EQ(trace.lines().size(), 2u);
+}
+
+TYPED_TEST(CoppTypeSm, AChangeOfAllPolicyMapsTracesEach) {
+  this->pmapType->pmapIs({"qos-a", Direction::input}, this->pmap);
+  this->pmapType->pmapIs({"qos-b", Direction::output}, this->pmap);
+  Support::TraceCapture const trace(Oru::Counters::_defaultTraceHandle());
+  this->pmapType->tellOfAllPolicyMaps();
+  EXPECT_EQ(trace.lines(),
+            (Calls{this->tracedKey("qos-a input"), this->tracedKey("qos-b output")}));
 }
 
 TYPED_TEST(CoppTypeSm, ItsEndDeletesItsMembers) {

@@ -8,7 +8,7 @@ void RecordingHelper::getCounters(Pekt::IntfId id, Kel::Ptr<OruTypes::IntfCounte
   prevInOctets = prevCounters->intfStats().inOctets;
   newCounters->intfStatsIs(sample->intfStats());
   newCounters->ethStatsIs(sample->ethStats());
-  if (duringGetCounters) duringGetCounters();
+  run(duringGetCounters);
 }
 
 void RecordingHelper::getVlanIntfCounters(Pekt::IntfId id,
@@ -17,7 +17,7 @@ void RecordingHelper::getVlanIntfCounters(Pekt::IntfId id,
   _log("getVlanIntfCounters", id);
   prevInOctets = prevCounters->intfStats().inOctets;
   newCounters->intfStatsIs(vlanSample);
-  if (duringGetVlanIntfCounters) duringGetVlanIntfCounters();
+  run(duringGetVlanIntfCounters);
 }
 
 void RecordingHelper::completeSample() {

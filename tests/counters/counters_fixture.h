@@ -28,31 +28,34 @@ class RecordingHelper : public OruHelper::OruHelperCountersSm {
 
   void hwInit() override {
     _log("hwInit");
-    if (duringHwInit) duringHwInit();
+    run(duringHwInit);
   }
   void initialize(Pekt::IntfId id) override {
     _log("initialize", id);
-    if (duringInitialize) duringInitialize();
+    run(duringInitialize);
   }
   void deinitialize(Pekt::IntfId id) override {
     _log("deinitialize", id);
-    if (duringDeinitialize) duringDeinitialize();
+    run(duringDeinitialize);
   }
-  void initializeCpuPort(Kel::String intfName) override { _log("initializeCpuPort", intfName); }
+  void initializeCpuPort(Kel::String intfName) override {
+    _log("initializeCpuPort", intfName);
+    run(duringInitializeCpuPort);
+  }
   void resetCpuQueueCounters(Kel::Name className) override {
     _log("resetCpuQueueCounters", className);
-    if (duringReset) duringReset();
+    run(duringReset);
   }
   void getCoppCounters() override {
     _log("getCoppCounters");
-    if (duringGetCoppCounters) duringGetCoppCounters();
+    run(duringGetCoppCounters);
   }
   Kel::Seconds firstSyncDelay() const override { return firstSync; }
   void getCounters(Pekt::IntfId id, Kel::Ptr<OruTypes::IntfCounters> newCounters,
                    Kel::Ptr<OruTypes::IntfCounters> prevCounters) override;
   void getIntfQueueType(Pekt::IntfId id, Kel::Ptr<OruTypes::IntfQueueType> queueType) override {
     _log("getIntfQueueType", id);
-    if (duringGetIntfQueueType) duringGetIntfQueueType();
+    run(duringGetIntfQueueType);
     for (auto const& [index, type] : queueTypes) queueType->queueTypeIs(index, type);
   }
   void getIntfQueueCounters(Pekt::IntfId id,
@@ -64,14 +67,18 @@ class RecordingHelper : public OruHelper::OruHelperCountersSm {
                            Kel::Ptr<OruTypes::VlanIntfCounters> prevCounters) override;
   bool initializeVlanIntfCounters(Pekt::IntfId id, std::uint16_t vlanId) override {
     _log("initializeVlanIntfCounters", id, vlanId);
+    run(duringInitializeVlanIntfCounters);
     return countsVlanIntfs;
   }
-  void deleteVlanIntfCounters(Pekt::IntfId id) override { _log("deleteVlanIntfCounters", id); }
+  void deleteVlanIntfCounters(Pekt::IntfId id) override {
+    _log("deleteVlanIntfCounters", id);
+    run(duringDeleteVlanIntfCounters);
+  }
   void doClearCounters(Kel::String request) override { _log("helper.doClearCounters", request); }
   bool aclDropCountersSupported() override { return aclDropsSupported; }
   std::uint64_t getIntfAclDropCounters(Pekt::IntfId id) override {
     _log("getIntfAclDropCounters", id);
-    if (duringGetIntfAclDropCounters) duringGetIntfAclDropCounters();
+    run(duringGetIntfAclDropCounters);
     return aclDrops;
   }
 
@@ -89,10 +96,17 @@ class RecordingHelper : public OruHelper::OruHelperCountersSm {
   std::function<void()> duringHwInit, duringInitialize, duringGetCounters, duringDeinitialize;
   std::function<void()> duringGetIntfQueueType, duringGetIntfAclDropCounters;
   std::function<void()> duringReset;
-  std::function<void()> duringGetCoppCounters, duringGetVlanIntfCounters;
+  std::function<void()> duringInitializeCpuPort, duringGetCoppCounters;
+  std::function<void()> duringInitializeVlanIntfCounters, duringGetVlanIntfCounters;
+  std::function<void()> duringDeleteVlanIntfCounters;
   std::function<void(OruTypes::IntfQueueCounters&)> fillQueueCounters;
 
  private:
+  // A copy: what is run may put another in its place.
+  static void run(std::function<void()> what) {
+    if (what) what();
+  }
+
   CallLog& _log;
 };
 
@@ -117,6 +131,7 @@ class Recording : public Table {
   }
   void remove(Key const& id) override {
     _log(_name + "Del", id);
+    if (duringRemove) duringRemove();
     Table::remove(id);
   }
   typename Table::Slot directWrite(Key const& id) override {
@@ -130,6 +145,7 @@ class Recording : public Table {
   }
 
   bool full = false;
+  std::function<void()> duringRemove;
 
  private:
   static Key const& keyOf(Record const& row) { return Glim::RecordTraits<Record>::key(row); }

@@ -69,6 +69,19 @@ TEST_F(CpuPortCountersSm, PollsFirstAfterTheLargerOfSyncDelayAndPeriod) {
   EXPECT_EQ(first(3.0, 5.0), 5.0);
 }
 
+TEST_F(CpuPortCountersSm, TheFirstWakeUpCountsFromTheSystemsTimeAndNotTheClocks) {
+  time.nowIs(VirtualTime::kStart + 100.0);  // the clock stands still
+  sut->initializedIs(true);
+  EXPECT_EQ(time.clock()->nextWakeUp(), VirtualTime::kStart + 100.0 + 5.0);
+}
+
+TEST_F(CpuPortCountersSm, AStartThatFailsSetsNoWakeUp) {
+  helper->duringInitializeCpuPort = [] { throw std::runtime_error("the chip is away"); };
+  EXPECT_THROW(sut->initializedIs(true), std::runtime_error);
+  EXPECT_FALSE(sut->initialized());
+  EXPECT_EQ(time.clock()->nextWakeUp(), Kel::Clock::kNever);
+}
+
 TEST_F(CpuPortCountersSm, PollsEveryPeriod) {
   sut->initializedIs(true);
   time.runFor(3600.0);

@@ -49,11 +49,16 @@ TEST_F(PolicyMapTypes, AnyOtherTypeIsTracedAlone) {
 TEST_F(PolicyMapTypes, ATypeThatGoesLeavesItsStateMachine) {
   make();
   qosSliceHwStatus->pmapTypeIs(controlPlane);
+  qosAclSliceHwStatus->pmapTypeIs(controlPlane);
   auto const machine = sut->coppTypeSm(MapType::controlPlane);
+  auto const dynamicMachine = sut->coppDynamicTypeSm(MapType::controlPlane);
   qosSliceHwStatus->pmapTypeDel(MapType::controlPlane);
+  qosAclSliceHwStatus->pmapTypeDelAll();
   EXPECT_EQ(sut->coppTypeSm(MapType::controlPlane), machine);
+  EXPECT_EQ(sut->coppDynamicTypeSm(MapType::controlPlane), dynamicMachine);
   sut->coppTypeSmDel(MapType::controlPlane);
-  EXPECT_EQ(sut->coppTypeSm().size(), 0u);
+  sut->coppDynamicTypeSmDel(MapType::controlPlane);
+  EXPECT_EQ(sut->coppTypeSm().size() + sut->coppDynamicTypeSm().size(), 0u);
 }
 
 TEST_F(PolicyMapTypes, TheSameEntityAgainKeepsTheStateMachine) {
@@ -91,10 +96,48 @@ TEST_F(PolicyMapTypes, AnotherEntityOrHelperIsRefusedByName) {
 
 TEST_F(PolicyMapTypes, WithoutASliceTheControlPlanesIsRefused) {
   qosSliceHwStatus = nullptr;
+  qosAclSliceHwStatus = nullptr;
   make();
   EXPECT_NO_THROW(sut->handlePolicyMapType(MapType::qos));
   EXPECT_NO_THROW(sut->handlePolicyMapType());
   EXPECT_THROW(sut->handlePolicyMapType(MapType::controlPlane), Kel::RangeException);
+  EXPECT_NO_THROW(sut->handleDynamicPolicyMapType(MapType::qos));
+  EXPECT_NO_THROW(sut->handleDynamicPolicyMapType());
+  EXPECT_THROW(sut->handleDynamicPolicyMapType(MapType::controlPlane), Kel::RangeException);
+}
+
+TEST_F(PolicyMapTypes, TheHandlersPassOnThatAnotherEntityIsRefused) {
+  make();
+  qosSliceHwStatus->pmapTypeIs(controlPlane);
+  qosAclSliceHwStatus->pmapTypeIs(controlPlane);
+  Kel::frameworkTraceHandle().levelsIs(0);  // the notifications are refused as well
+  qosSliceHwStatus->pmapTypeIs(Kel::make<Qos::PolicyMapTypeHwStatus>(MapType::controlPlane));
+  qosAclSliceHwStatus->pmapTypeIs(Kel::make<Qos::PolicyMapTypeHwStatus>(MapType::controlPlane));
+  EXPECT_THROW(sut->handlePolicyMapType(MapType::controlPlane), Kel::NameInUseException);
+  EXPECT_THROW(sut->handlePolicyMapType(), Kel::NameInUseException);
+  EXPECT_THROW(sut->handleDynamicPolicyMapType(MapType::controlPlane), Kel::NameInUseException);
+  EXPECT_THROW(sut->handleDynamicPolicyMapType(), Kel::NameInUseException);
+  EXPECT_EQ(sut->coppTypeSm(MapType::controlPlane)->pmapType(), controlPlane);
+  EXPECT_EQ(sut->coppDynamicTypeSm(MapType::controlPlane)->pmapType(), controlPlane);
+}
+
+TEST_F(PolicyMapTypes, EntriesOfTheDirectoriesChangeNothing) {
+  make();
+  auto const other = Kel::make<Qos::SliceHwStatus>("other");
+  auto const otherAcl = Kel::make<Qos::AclSliceHwStatus>("other");
+  other->pmapTypeIs(controlPlane);
+  otherAcl->pmapTypeIs(controlPlane);
+  qosSliceHwStatusDir->entityPtrIs("other", other);
+  qosAclSliceHwStatusDir->entityPtrIs("other", otherAcl);
+  sut->handleQosSliceHwStatusDir("other");
+  sut->handleQosAclSliceHwStatusDir("other");
+  EXPECT_EQ(sut->qosSliceHwStatus(), qosSliceHwStatus);
+  EXPECT_EQ(sut->qosAclSliceHwStatus(), qosAclSliceHwStatus);
+  EXPECT_EQ(sut->coppTypeSm().size() + sut->coppDynamicTypeSm().size(), 0u);
+  qosSliceHwStatus->pmapTypeIs(controlPlane);
+  qosSliceHwStatusDir->entityPtrDel("other");
+  EXPECT_EQ(sut->qosSliceHwStatus(), qosSliceHwStatus);
+  EXPECT_EQ(sut->coppTypeSm().size(), 1u);
 }
 
 TEST_F(PolicyMapTypes, ATypeThatIsNotThereIsTracedAlone) {
@@ -111,6 +154,36 @@ TEST_F(PolicyMapTypes, NotificationsOffReachTheStateMachines) {
   sut->hasNotificationActiveIs(false);
   EXPECT_FALSE(sut->coppTypeSm(MapType::controlPlane)->hasNotificationActive());
   EXPECT_FALSE(sut->coppDynamicTypeSm(MapType::controlPlane)->hasNotificationActive());
+}
+
+// --- forced updates ---
+
+using ForcedUpdates = PolicyMapTypes;
+using ForcedUpdatesDeathTest = PolicyMapTypes;
+
+TEST_F(ForcedUpdates, OfAKindThatIsNoneAreTracedAlone) {
+  makeInitialized();
+  log.clear();
+  Support::TraceCapture const trace(Oru::Counters::_defaultTraceHandle());
+  sut->updateCounters(OruTypes::CounterType{7}, Support::eth1);
+  EXPECT_EQ(trace.lines(), Calls{"7 updateCounters counter type: 7, intf: Ethernet1"});
+  EXPECT_EQ(log.calls(), Calls{});
+}
+
+TEST_F(ForcedUpdatesDeathTest, OfAKindWithoutPollersAreTracedBeforeTheyEndTheProcess) {
+  makeInitialized();
+  for (std::uint32_t const type : {4u, 5u}) {
+    EXPECT_DEATH(
+        {
+          Oru::Counters::_defaultTraceHandle().levelsIs(~0u);
+          Kel::traceSinkIs([](Kel::TraceLine const& line) {
+            std::fprintf(stderr, "%s\n", std::string(line.text).c_str());
+          });
+          sut->updateCounters(OruTypes::CounterType{type}, Support::eth1);
+        },
+        "updateCounters counter type: " + std::to_string(type) +
+            ", intf: Ethernet1\n(.|\n)*Assertion `0' failed");
+  }
 }
 
 TEST_F(PolicyMapTypes, TheEndDeletesTheStateMachines) {

@@ -3,6 +3,9 @@
 
 #include <set>
 
+#include "counters/copp/copp_type_sm.h"
+#include "counters/pollers/cpu_port_counters_sm.h"
+#include "counters/pollers/vlan_intf_counters_sm.h"
 #include "platform/kel/exceptions.h"
 #include "platform/kel/type_node.h"
 #include "tests/counters/counters_fixture.h"
@@ -10,7 +13,9 @@
 namespace {
 
 using Support::Calls;
+using Support::cpu;
 using Support::eth1;
+using Support::vlan7;
 
 class Reflection : public Support::CountersFixture {
  public:
@@ -147,6 +152,37 @@ TEST_F(Reflection, EveryAttributeOfIntfQueueCountersSmAnswers) {
 }
 TEST_F(Reflection, EveryAttributeOfIntfAclDropCountersSmAnswers) {
   expectEveryAttributeAnswers(*dropPoller);
+}
+
+TEST_F(Reflection, EveryAttributeOfCpuPortCountersSmAnswers) {
+  ocsd->cpuIntfIs(cpu, true);
+  expectEveryAttributeAnswers(*sut->cpuPortCountersSm(cpu));
+}
+TEST_F(Reflection, EveryAttributeOfVlanIntfCountersSmAnswers) {
+  using namespace Oru::Counters;
+  auto const table = tables.table<Support::RecordingVlanTable>("vlans", log, "counter");
+  auto const vlanPoller = VlanIntfCountersSm::VlanIntfCountersSmIs(
+      ocsd, vlan7, 5.0, time.clock(), helper, globalIntfConfig,
+      Kel::make<Interface::VlanIntfConfig>(), Kel::make<Interface::VlanIntfStatus>(), table);
+  expectEveryAttributeAnswers(*vlanPoller);
+  vlanPoller->initializedIs(true);
+  expectEveryAttributeAnswers(*vlanPoller);
+}
+
+// Made by their factories, which switch the notifications on.
+TEST_F(Reflection, EveryAttributeOfThePolicyMapsStateMachinesAnswers) {
+  using namespace Oru::Counters;
+  auto const pmapType = Kel::make<Qos::PolicyMapTypeHwStatus>(Qos::MapType::controlPlane);
+  auto const pmap = Kel::make<Qos::PolicyMapHwStatus>();
+  Kel::Name const name("copp-system-policy");
+  auto const expectAllOf = [](auto const& machine) {
+    EXPECT_TRUE(machine->hasNotificationActive());
+    expectEveryAttributeAnswers(*machine);
+  };
+  expectAllOf(CountersCoppSm::CountersCoppSmIs(name, pmap, helper));
+  expectAllOf(CountersDynamicCoppSm::CountersDynamicCoppSmIs(name, pmap, helper));
+  expectAllOf(CountersCoppTypeSm::CountersCoppTypeSmIs(pmapType, helper));
+  expectAllOf(CountersDynamicCoppTypeSm::CountersDynamicCoppTypeSmIs(pmapType, helper));
 }
 
 TEST_F(Reflection, EveryOperationOfCountersSmCanBeInvoked) {

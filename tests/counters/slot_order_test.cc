@@ -2,6 +2,7 @@
 // derive from these classes.
 #include <gtest/gtest.h>
 
+#include "counters/copp/copp_type_sm.h"
 #include "counters/counters_sm.h"
 #include "counters/pollers/helper.h"
 #include "tests/support/slot.h"
@@ -41,6 +42,20 @@ TEST(SlotOrder, CountersSm) {
       slot(&Sm::vlanIntfStatusDirIs),
   };
   for (std::size_t i = 0; i < std::size(slots); ++i) EXPECT_EQ(slots[i], first + i) << i;
+}
+
+// Zombie marking comes right after the destructors, of which there are two.
+template <class Sm>
+void expectZombieMarkingAfterTheDestructors() {
+  EXPECT_EQ(slot(&Sm::fwkType), slot(&Kel::PtrInterface::fwkType));
+  EXPECT_EQ(slot(&Sm::kelDoZombieReactors), slot(&Kel::PtrInterface::fwkType) + 3);
+}
+
+TEST(SlotOrder, PolicyMaps) {
+  expectZombieMarkingAfterTheDestructors<Oru::Counters::CountersCoppSm>();
+  expectZombieMarkingAfterTheDestructors<Oru::Counters::CountersDynamicCoppSm>();
+  expectZombieMarkingAfterTheDestructors<Oru::Counters::CountersCoppTypeSm>();
+  expectZombieMarkingAfterTheDestructors<Oru::Counters::CountersDynamicCoppTypeSm>();
 }
 
 TEST(SlotOrder, HelperContract) {

@@ -6,6 +6,7 @@
 
 #include "counters/pollers/unit.h"
 #include "tests/counters/counters_fixture.h"
+#include "tests/platform/glim/table_fixture.h"
 #include "tests/support/trace_capture.h"
 
 namespace {
@@ -27,6 +28,10 @@ class VlanIntfCountersSm : public Support::CountersFixture {
     sut->initializedIs(true);
     log.clear();
   }
+  // Behind the table's back.
+  void corruptTheRow() {
+    GlimTest::Vandal((tables.directory() / "vlans.glim").string()).rowWord(0, 1) ^= 1;
+  }
   Interface::VlanIntfCounterGlim row() { return table->counter(vlan7); }
   std::size_t polls() const { return log.count("getVlanIntfCounters Vlan7"); }
 
@@ -41,8 +46,10 @@ using VlanIntfCountersSmDeathTest = VlanIntfCountersSm;
 // --- the start ---
 
 TEST_F(VlanIntfCountersSm, DoesNothingWhenConstructed) {
+  Support::TraceCapture const trace(Oru::Counters::_defaultTraceHandle());
   sut->updateCounters();
   EXPECT_EQ(log.calls(), Calls{});
+  EXPECT_EQ(trace.lines(), Calls{});
   EXPECT_EQ(sut->prevCounters(), nullptr);
   EXPECT_EQ(time.clock()->nextWakeUp(), Kel::Clock::kNever);
 }
@@ -103,6 +110,12 @@ TEST_F(VlanIntfCountersSm, PollsFirstAfterTheLargerOfSyncDelayAndPeriod) {
   };
   EXPECT_EQ(first(30.0, 5.0), 30.0);
   EXPECT_EQ(first(3.0, 5.0), 5.0);
+}
+
+TEST_F(VlanIntfCountersSm, TheFirstWakeUpCountsFromTheSystemsTimeAndNotTheClocks) {
+  time.nowIs(VirtualTime::kStart + 100.0);  // the clock stands still
+  start();
+  EXPECT_EQ(time.clock()->nextWakeUp(), VirtualTime::kStart + 100.0 + 5.0);
 }
 
 TEST_F(VlanIntfCountersSm, PollsEveryPeriod) {
@@ -215,11 +228,69 @@ TEST_F(VlanIntfCountersSm, ARowThatTheTableRefusesLosesNothing) {
 }
 
 TEST_F(VlanIntfCountersSm, MissingConfigurationsAreDefaultIntervals) {
-  sut = Poller::VlanIntfCountersSmIs(ocsd, vlan7, 5.0, time.clock(), helper, nullptr, nullptr,
-                                     nullptr, table);
+  auto const rateOf = [this](Kel::Ptr<Poller> const& poller) {
+    sut = poller;
+    table->counterDel(vlan7);
+    helper->vlanSample = {};
+    sut->initializedIs(true);
+    for (int poll = 0; poll < 10; ++poll) {
+      helper->vlanSample.inOctets += poll < 5 ? 1000 : 9000;
+      time.runFor(5.0);
+    }
+    EXPECT_EQ(row().statistics.inOctets, 50000u);
+    return row().rates.inBitsRate;
+  };
+  auto const exceptions = Kel::notificationExceptions();
+  globalIntfConfig->loadIntervalIs(Interface::LoadInterval(300.0));
+  double const byDefault = rateOf(make());
+  EXPECT_GT(byDefault, 0.0);
+  EXPECT_EQ(rateOf(Poller::VlanIntfCountersSmIs(ocsd, vlan7, 5.0, time.clock(), helper, nullptr,
+                                                nullptr, nullptr, table)),
+            byDefault);
+  EXPECT_EQ(Kel::notificationExceptions(), exceptions);
+}
+
+TEST_F(VlanIntfCountersSm, RatesCountUpToWhenTheChipWasAsked) {
   start();
+  helper->duringGetVlanIntfCounters = [&] { time.runFor(1.5); };
+  sut->updateCounters();
+  EXPECT_EQ(row().rates.lastUpdate, VirtualTime::kStart);
+}
+
+TEST_F(VlanIntfCountersSm, AddsToTheRowAsItStoodBeforeTheChipWasRead) {
+  start();
+  helper->vlanSample.inOctets = 7;
+  helper->duringGetVlanIntfCounters = [&] {
+    Interface::VlanIntfCounterGlim other = row();
+    other.statistics.inOctets = 1000;
+    table->counterIs(other);
+  };
+  sut->updateCounters();
+  EXPECT_EQ(row().statistics.inOctets, 7u);
+}
+
+// --- a corrupt row ---
+
+TEST_F(VlanIntfCountersSm, ARowThatIsCorruptAtTheStartDetachesTheTableAndNoMore) {
+  Interface::VlanIntfCounterGlim before;
+  before.intfId = vlan7;
+  table->counterIs(before);
+  corruptTheRow();
+  start();
+  EXPECT_FALSE(table->attached());
+  EXPECT_TRUE(sut->initialized());
   time.runFor(5.0);
   EXPECT_EQ(polls(), 1u);
+}
+
+TEST_F(VlanIntfCountersSm, ARowThatIsCorruptAtAPollDetachesTheTableAndPollsGoOn) {
+  start();
+  auto const exceptions = Kel::notificationExceptions();
+  corruptTheRow();
+  time.runFor(60.0);
+  EXPECT_FALSE(table->attached());
+  EXPECT_EQ(polls(), 12u);
+  EXPECT_EQ(Kel::notificationExceptions(), exceptions);
 }
 
 TEST_F(VlanIntfCountersSm, TheGlobalConfigurationCanBeReplaced) {

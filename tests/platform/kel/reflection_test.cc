@@ -172,7 +172,7 @@ TEST_F(Reflection, PassesOnWhatAnOperationThrows) {
   EXPECT_THROW(Kel::invoke(*sut, "handleTime"), std::logic_error);
 }
 
-// A machine with an operation that requires something.
+// A machine with an operation and a setter that require something.
 class Gate : public Kel::StateMachine<Gate, Kel::ReactorOwner> {
  public:
   void pass(int size, Kel::String who) { passed.push_back(who.str() + std::to_string(size)); }
@@ -180,7 +180,13 @@ class Gate : public Kel::StateMachine<Gate, Kel::ReactorOwner> {
     return size > gate.width ? who.str() + " is too wide" : "";
   }
   static constexpr auto kelDescription() {
-    return Kel::describe("KelTest::Gate", Kel::operation("pass", &Gate::pass, &Gate::passRefusal));
+    return Kel::describe("KelTest::Gate",
+                         Kel::value("width", &Gate::width, &Gate::widthIs, &Gate::widthRefusal),
+                         Kel::operation("pass", &Gate::pass, &Gate::passRefusal));
+  }
+  void widthIs(int w) { width = w; }
+  static std::string widthRefusal(Gate const& gate, int const& w) {
+    return w < gate.width ? "a gate does not shrink to " + std::to_string(w) : "";
   }
   static Kel::TypeNode const _kelType;
 
@@ -199,6 +205,18 @@ TEST(ReflectionOfRequirements, AsksAnOperationWhetherItMayBeRunSo) {
     EXPECT_STREQ(error.what(), "cow is too wide");
   }
   EXPECT_EQ(sut->passed, std::vector<std::string>{"cat3"});
+}
+
+TEST(ReflectionOfRequirements, AsksASetterWhetherItMayBeGivenAValue) {
+  auto const sut = Kel::instance<Gate>();
+  Kel::set(*sut, "width", "4");
+  try {
+    Kel::set(*sut, "width", "2");
+    ADD_FAILURE() << "it was set";
+  } catch (RangeException const& error) {
+    EXPECT_STREQ(error.what(), "a gate does not shrink to 2");
+  }
+  EXPECT_EQ(Kel::read(*sut, "width"), "4");
 }
 
 TEST(ReflectionOfRequirements, AsksNothingWhereTheArgumentsCannotBeRead) {

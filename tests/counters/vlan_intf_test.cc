@@ -1,4 +1,4 @@
-// CPU ports and routed VLAN interfaces as they come and go.
+// Routed VLAN interfaces as they come and go.
 #include <gtest/gtest.h>
 
 #include "counters/pollers/cpu_port_counters_sm.h"
@@ -13,79 +13,6 @@ using Support::Calls;
 using Support::cpu;
 using Support::eth1;
 using Support::vlan7;
-
-// --- CPU ports ---
-
-using HandleCpuIntf = Support::CountersFixture;
-
-TEST_F(HandleCpuIntf, BeforeTheStartWritesNothing) {
-  make();
-  Support::TraceCapture const trace(Oru::Counters::_defaultTraceHandle());
-  ocsd->cpuIntfIs(cpu, true);
-  sut->handleCpuIntf(cpu);
-  sut->handleCpuIntf();
-  EXPECT_EQ(trace.lines(), Calls{});
-  EXPECT_EQ(sut->cpuPortCountersSm().size(), 0u);
-}
-
-TEST_F(HandleCpuIntf, AServedPortGetsItsPollerMadeOfTheInputs) {
-  makeInitialized();
-  log.clear();
-  ocsd->cpuIntfIs(cpu, true);
-  EXPECT_EQ(log.calls(), Calls{"initializeCpuPort Cpu"});
-  auto const poller = sut->cpuPortCountersSm(cpu);
-  ASSERT_NE(poller, nullptr);
-  EXPECT_EQ(poller->ocsd(), ocsd);
-  EXPECT_EQ(poller->intfId(), cpu);
-  EXPECT_EQ(poller->counterPollPeriod(), 5.0);
-  EXPECT_EQ(poller->clock(), time.clock());
-  EXPECT_EQ(poller->platformHelper(), helper);
-  EXPECT_TRUE(poller->initialized());
-  EXPECT_TRUE(poller->hasNotificationActive());
-}
-
-TEST_F(HandleCpuIntf, ASecondCallKeepsThePollerAndGivesTheFlagAgain) {
-  makeInitialized();
-  ocsd->cpuIntfIs(cpu, true);
-  auto const poller = sut->cpuPortCountersSm(cpu);
-  poller->initializedIs(false);
-  log.clear();
-  sut->handleCpuIntf(cpu);
-  EXPECT_EQ(sut->cpuPortCountersSm(cpu), poller);
-  EXPECT_TRUE(poller->initialized());
-  EXPECT_EQ(log.calls(), Calls{"initializeCpuPort Cpu"});
-}
-
-TEST_F(HandleCpuIntf, AnEntryThatTurnsFalseDeletesThePoller) {
-  makeInitialized();
-  ocsd->cpuIntfIs(cpu, true);
-  ocsd->cpuIntfIs(cpu, false);
-  EXPECT_EQ(sut->cpuPortCountersSm().size(), 0u);
-}
-
-TEST_F(HandleCpuIntf, AnEntryThatGoesDeletesThePoller) {
-  makeInitialized();
-  ocsd->cpuIntfIs(cpu, true);
-  ocsd->cpuIntfDel(cpu);
-  EXPECT_EQ(sut->cpuPortCountersSm().size(), 0u);
-}
-
-TEST_F(HandleCpuIntf, ANewPeriodIsRefusedByName) {
-  makeInitialized();
-  ocsd->cpuIntfIs(cpu, true);
-  sut->counterPollPeriodIs(7.0);
-  try {
-    sut->handleCpuIntf(cpu);
-    FAIL() << "not refused";
-  } catch (Kel::NameInUseException const& e) {
-    EXPECT_STREQ(e.what(),
-                 "Reinstantiating the pointer interface where constructor parameter attribute "
-                 "_counterPollPeriod has a different value of 7 than the current value of 5 not "
-                 "allowed");
-  }
-}
-
-// --- VLAN interfaces ---
 
 class HandleVlanIntf : public Support::CountersFixture {
  public:
@@ -250,6 +177,143 @@ TEST_F(HandleVlanIntf, ANameThatIsNoVlanInterfacesIsIgnored) {
   EXPECT_EQ(log.calls(), Calls{});
 }
 
+TEST_F(HandleVlanIntf, APollerUnderAForeignNameIsNotDeleted) {
+  makeStarted();
+  sut->vlanIntfCountersSmIs(ocsd, eth1, 5.0, time.clock(), helper, globalIntfConfig, config, status,
+                            table);
+  sut->handleVlanIntf(eth1);
+  EXPECT_EQ(sut->vlanIntfCountersSm().size(), 1u);
+  EXPECT_EQ(log.calls(), Calls{});
+}
+
+TEST_F(HandleVlanIntf, TracesBeforeItsWork) {
+  makeStarted();
+  Support::TraceCapture const trace(Oru::Counters::_defaultTraceHandle());
+  std::size_t before = 0;
+  helper->duringInitializeVlanIntfCounters = [&] { before = trace.lines().size(); };
+  addVlanIntf();
+  EXPECT_EQ(trace.lines().at(before - 1),
+            function + " Initializing counter state machine for VLAN interface Vlan7");
+  helper->duringDeleteVlanIntfCounters = [&] { before = trace.lines().size(); };
+  ocsd->vlanIntfIs(vlan7, false);
+  EXPECT_EQ(trace.lines().at(before - 1),
+            function + " Deleting counter state machine vlanIntf: Vlan7");
+}
+
+TEST_F(HandleVlanIntf, ThePollerEndsAfterTheHelpersDeletionAndBeforeTheRows) {
+  present();
+  std::vector<std::size_t> pollers;
+  auto const look = [&] { pollers.push_back(sut->vlanIntfCountersSm().size()); };
+  helper->duringDeleteVlanIntfCounters = look;
+  table->duringRemove = look;
+  ocsd->vlanIntfIs(vlan7, false);
+  EXPECT_EQ(pollers, (std::vector<std::size_t>{1, 0}));
+}
+
+TEST_F(HandleVlanIntf, ADeletionWithoutTheTableIsRefusedAtItsLastStep) {
+  present();
+  sut->allVlanIntfCountersIs(nullptr);
+  EXPECT_THROW(sut->handleVlanIntf(vlan7), Kel::RangeException);
+  EXPECT_EQ(log.calls(), (Calls{"vlanWriterStatus.intfDel Vlan7", "deleteVlanIntfCounters Vlan7"}));
+  EXPECT_EQ(sut->vlanIntfCountersSm().size(), 0u);
+}
+
+// --- a start that fails ---
+
+TEST_F(HandleVlanIntf, AStartThatTheTableRefusesIsTriedAgain) {
+  makeStarted();
+  Kel::frameworkTraceHandle().levelsIs(0);
+  table->full = true;
+  addVlanIntf();
+  EXPECT_EQ(sut->vlanIntfCountersSm().size(), 0u);
+  EXPECT_THROW(sut->handleVlanIntf(vlan7), Dov::ResourceException);
+  table->full = false;
+  sut->handleVlanIntf(vlan7);
+  EXPECT_TRUE(vlanWriterStatus->intf().contains(vlan7));
+  ASSERT_NE(sut->vlanIntfCountersSm(vlan7), nullptr);
+  log.clear();
+  time.runFor(60.0);
+  EXPECT_EQ(log.count("getVlanIntfCounters Vlan7"), 12u);
+}
+
+TEST_F(HandleVlanIntf, ANewInterfaceNeedsTheWriterStatusAndIsTriedAgain) {
+  makeStarted();
+  sut->vlanIntfCounterWriterStatusIs(nullptr);
+  Kel::frameworkTraceHandle().levelsIs(0);
+  addVlanIntf();
+  EXPECT_THROW(sut->handleVlanIntf(vlan7), Kel::RangeException);
+  EXPECT_EQ(sut->vlanIntfCountersSm().size(), 0u);
+  log.clear();
+  time.runFor(60.0);
+  EXPECT_EQ(log.calls(), Calls{});
+  sut->vlanIntfCounterWriterStatusIs(vlanWriterStatus);
+  sut->handleVlanIntf(vlan7);
+  EXPECT_TRUE(vlanWriterStatus->intf().contains(vlan7));
+  EXPECT_EQ(sut->vlanIntfCountersSm().size(), 1u);
+}
+
+// --- what the helper may set off ---
+
+TEST_F(HandleVlanIntf, AnInterfaceThatEndsWhileItIsPolledLeavesNoRow) {
+  present();
+  helper->duringGetVlanIntfCounters = [&] { ocsd->vlanIntfIs(vlan7, false); };
+  time.runFor(60.0);
+  EXPECT_EQ(sut->vlanIntfCountersSm().size(), 0u);
+  EXPECT_FALSE(table->contains(vlan7));
+  EXPECT_EQ(log.count("getVlanIntfCounters Vlan7"), 1u);
+}
+
+TEST_F(HandleVlanIntf, APollerThatSomebodyHoldsWritesNothingAfterItsEnd) {
+  present();
+  auto const held = sut->vlanIntfCountersSm(vlan7);
+  ocsd->vlanIntfIs(vlan7, false);
+  log.clear();
+  time.runFor(60.0);
+  EXPECT_EQ(log.calls(), Calls{});
+  held->updateCounters();
+  EXPECT_FALSE(table->contains(vlan7));
+}
+
+TEST_F(HandleVlanIntf, AnInterfaceThatEndsWhileTheHelperTakesItGetsNothing) {
+  makeStarted();
+  helper->duringInitializeVlanIntfCounters = [&] {
+    helper->duringInitializeVlanIntfCounters = nullptr;
+    ocsd->vlanIntfIs(vlan7, false);
+  };
+  addVlanIntf();
+  EXPECT_EQ(log.calls(), Calls{"initializeVlanIntfCounters Vlan7 7"});
+  EXPECT_EQ(sut->vlanIntfCountersSm().size(), 0u);
+}
+
+TEST_F(HandleVlanIntf, AnInterfaceConfiguredAnewWhileTheHelperTakesItIsMadeOfThat) {
+  makeStarted();
+  auto const other = Kel::make<Interface::VlanIntfConfig>();
+  auto const otherStatus = Kel::make<Interface::VlanIntfStatus>();
+  helper->duringInitializeVlanIntfCounters = [&] {
+    sut->hasNotificationActiveIs(false);  // else the change is handled first
+    vlanIntfConfigDir->intfConfigIs(vlan7, other);
+    vlanIntfStatusDir->intfStatusIs(vlan7, otherStatus);
+    sut->hasNotificationActiveIs(true);
+  };
+  addVlanIntf();
+  ASSERT_NE(sut->vlanIntfCountersSm(vlan7), nullptr);
+  EXPECT_EQ(sut->vlanIntfCountersSm(vlan7)->vlanIntfConfig(), other);
+  EXPECT_EQ(sut->vlanIntfCountersSm(vlan7)->vlanIntfStatus(), otherStatus);
+}
+
+TEST_F(HandleVlanIntf, AnInterfaceThatIsBackAtItsEndHasItsPollerAgain) {
+  present();
+  helper->duringDeleteVlanIntfCounters = [&] { ocsd->vlanIntfIs(vlan7, true); };
+  ocsd->vlanIntfIs(vlan7, false);
+  EXPECT_EQ(log.calls(), (Calls{"vlanWriterStatus.intfDel Vlan7", "deleteVlanIntfCounters Vlan7",
+                                "initializeVlanIntfCounters Vlan7 7",  // it still had its poller
+                                "vlans.counterDel Vlan7", "initializeVlanIntfCounters Vlan7 7",
+                                "vlans.counterIs Vlan7", "vlanWriterStatus.intfIs Vlan7 true"}));
+  EXPECT_EQ(sut->vlanIntfCountersSm().size(), 1u);
+}
+
+// --- the pollers that there are ---
+
 TEST_F(HandleVlanIntf, ForcedUpdatesReachThePollersOfTheirKinds) {
   present();
   ocsd->cpuIntfIs(cpu, true);
@@ -261,14 +325,25 @@ TEST_F(HandleVlanIntf, ForcedUpdatesReachThePollersOfTheirKinds) {
   EXPECT_EQ(log.calls(), (Calls{"getVlanIntfCounters Vlan7", "vlans.counterIs Vlan7"}));
 }
 
-TEST_F(HandleVlanIntf, ItsEndDeletesThePollersAndLeavesTheRow) {
+TEST_F(HandleVlanIntf, NotificationsOffReachThePoller) {
+  present();
+  sut->hasNotificationActiveIs(false);
+  EXPECT_FALSE(sut->vlanIntfCountersSm(vlan7)->hasNotificationActive());
+  time.runFor(60.0);
+  EXPECT_EQ(log.calls(), Calls{});
+}
+
+TEST_F(HandleVlanIntf, ItsEndDeletesThePollersAndLeavesEverythingElse) {
   using namespace Oru::Counters;
   present();
   ocsd->cpuIntfIs(cpu, true);
+  log.clear();
   sut = nullptr;
   for (auto const* type : {&CpuPortCountersSm::_kelType, &VlanIntfCountersSm::_kelType})
     EXPECT_EQ(Kel::AllocTrackTypeInfo::live(*type).objects, 0u) << type->name();
+  EXPECT_EQ(log.calls(), Calls{});
   EXPECT_TRUE(table->contains(vlan7));
+  EXPECT_TRUE(vlanWriterStatus->intf().contains(vlan7));
 }
 
 }  // namespace
