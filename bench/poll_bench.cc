@@ -11,7 +11,13 @@
 #include "counters/pollers/intf_acl_drop_counters_sm.h"
 #include "counters/pollers/intf_queue_counters_sm.h"
 #include "counters/pollers/port_counters_sm.h"
+#include "counters/vlan/helper.h"
+#include "counters/vlan/vlan_counters_sm.h"
+#include "platform/bridging/config.h"
+#include "platform/bridging/vlan_counter_tables.h"
+#include "platform/bridging/vlan_counters_cli_req.h"
 #include "platform/interface/counter_tables.h"
+#include "platform/wib/timer_wheel.h"
 
 namespace {
 
@@ -79,10 +85,47 @@ class Pollers {
   std::vector<Kel::Ptr<Poller>> _pollers;
 };
 
+// A table and its one state machine, VLANs 1 to <count>.
+class Vlans {
+ public:
+  using Record = Glim::Bridging::VlanCounter;
+
+  // Each VLAN's octets go up by 64 a poll.
+  class Chip : public OruHelper::OruVlanCountersHelper {
+   public:
+    Chip() : OruVlanCountersHelper("chip") {}
+    void getVlanCounters(Bridging::VlanId, Kel::Ptr<OruTypes::VlanCounters> newCounters,
+                         Kel::Ptr<OruTypes::VlanCounters>) override {
+      newCounters->countsIs({.inOctets = 64});
+    }
+  };
+
+  explicit Vlans(std::size_t count) {
+    Glim::TableLimits const limits{.maxRows = static_cast<std::uint32_t>(count)};
+    auto const live = Kel::make<Glim::Bridging::VlanCounterDir>(
+        _debug, Glim::RootPath(_debug, _folder.at("vlans"), true), limits);
+    auto const snapshots = Kel::make<Glim::Bridging::VlanCounterSnapshotDir>(
+        _debug, Glim::RootPath(_debug, _folder.at("snapshots"), true), limits);
+    auto const config = Kel::make<Bridging::Config>();
+    for (std::uint64_t id = 1; id <= count; ++id) config->vlanConfigIs({Bridging::VlanId(id)});
+    auto const wheel = Kel::make<Wib::TimerWheel>();
+    wheel->timeIs(1000.0);
+    _sm = Oru::Counters::vlanCountersSmFactory(config, nullptr, live, snapshots, wheel,
+                                               Kel::make<Chip>());
+  }
+  void poll() { _sm->updateCounters(); }
+  Record row(std::uint64_t id) { return _sm->vlanCounterDir()->vlanCounter(Bridging::VlanId(id)); }
+
+ private:
+  Dov::Platform::DebugHandler _debug;
+  Bench::TableFolder _folder;
+  Kel::Ptr<Oru::Counters::VlanCountersSm> _sm;
+};
+
 // Answers how often all were polled.
-template <class Table, class Poller>
-std::uint64_t againstMemcpy(benchmark::State& state, Pollers<Table, Poller>& pollers) {
-  using Record = typename Table::Record;
+template <class Pollers>
+std::uint64_t againstMemcpy(benchmark::State& state, Pollers& pollers) {
+  using Record = typename Pollers::Record;
   auto const count = static_cast<std::size_t>(state.range(0));
   std::vector<Record> from(count), to(count);
   std::uint64_t polls = 0;
@@ -154,11 +197,22 @@ void dropPollAgainstMemcpy(benchmark::State& state) {
   reached(state, drops.row(last).aclDropPkts == chip->drops());
 }
 
+void vlanPollAgainstMemcpy(benchmark::State& state) {
+  Vlans vlans(static_cast<std::size_t>(state.range(0)));
+  auto const polls = againstMemcpy(state, vlans);
+  reached(state, vlans.row(1).counts.inOctets == 64 * polls);
+}
+
 void sizes(benchmark::internal::Benchmark* benchmark) {
   benchmark->Arg(64)->Arg(1024)->Arg(16384)->UseManualTime()->Unit(benchmark::kMicrosecond);
 }
 BENCHMARK(portPollAgainstMemcpy)->Apply(sizes);
 BENCHMARK(queuePollAgainstMemcpy)->Apply(sizes);
 BENCHMARK(dropPollAgainstMemcpy)->Apply(sizes);
+BENCHMARK(vlanPollAgainstMemcpy)
+    ->Arg(64)
+    ->Arg(4094)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
 
 }  // namespace
