@@ -51,7 +51,6 @@ class Reactors {
    public:
     explicit Reactor(Reactors& all) : _all(all) {
       this->notifierIs(all._source);
-      this->isRegisteredNotifieeIs(true);
       this->hasNotificationActiveIs(true);
       this->timeMinIs(all._now + all.span());
     }

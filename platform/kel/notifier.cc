@@ -1,6 +1,5 @@
 #include "platform/kel/notifier.h"
 
-#include <algorithm>
 #include <atomic>
 #include <exception>
 #include <string>
@@ -50,29 +49,24 @@ void PtrInterface::NotifieeConst::onNotificationException() {
 }
 
 void NotifieeList::add(PtrInterface::NotifieeConst* notifiee) {
-  if (std::find(_notifiees.begin(), _notifiees.end(), notifiee) == _notifiees.end())
-    _notifiees.push_back(notifiee);
+  if (notifiee->_place != notifiee->kNowhere) return;
+  _notifiees.push_back(notifiee);
+  notifiee->_place = _notifiees.size() - 1;
 }
 
 void NotifieeList::remove(PtrInterface::NotifieeConst* notifiee) {
-  auto const it = std::find(_notifiees.begin(), _notifiees.end(), notifiee);
-  if (it == _notifiees.end()) return;
-  if (_deliveries == 0) {
-    _notifiees.erase(it);
-  } else {
-    *it = nullptr;
-    _holes = true;
-  }
-}
-
-std::size_t NotifieeList::size() const {
-  return static_cast<std::size_t>(
-      std::count_if(_notifiees.begin(), _notifiees.end(), [](auto* n) { return n != nullptr; }));
+  if (notifiee->_place == notifiee->kNowhere) return;
+  _notifiees[notifiee->_place] = nullptr;
+  notifiee->_place = notifiee->kNowhere;
+  ++_holes;
+  closeHoles();
 }
 
 void NotifieeList::closeHoles() {
+  if (_deliveries != 0 || _holes == 0 || 2 * _holes < _notifiees.size()) return;
   std::erase(_notifiees, nullptr);
-  _holes = false;
+  for (std::size_t i = 0; i < _notifiees.size(); ++i) _notifiees[i]->_place = i;
+  _holes = 0;
 }
 
 }  // namespace Kel

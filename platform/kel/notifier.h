@@ -62,7 +62,11 @@ class PtrInterface::NotifieeConst : public PtrInterface {
   Ptr<Notifier const> const& baseNotifier() const { return _notifier; }
 
  private:
+  friend class NotifieeList;
+  static constexpr std::size_t kNowhere = ~std::size_t{0};
+
   Ptr<Notifier const> _notifier;
+  std::size_t _place = kNowhere;  // in its notifier's list
 };
 
 // Runs one callback of a reactor under the delivery policy stated above.
@@ -82,13 +86,15 @@ void deliver(PtrInterface::NotifieeConst& notifiee, Callback const& callback) {
 // Exceptions that have left callbacks since the process began.
 std::uint64_t notificationExceptions();
 
-// The notifiees of one notifier, in order of registration. One that goes during
-// a delivery leaves a hole, which is closed when no delivery is under way.
+// The notifiees of one notifier, in order of registration. One that goes leaves a
+// hole; holes are closed when there are as many as notifiees and no delivery is
+// under way, so that coming and going cost the same whatever the number of the
+// others.
 class NotifieeList {
  public:
   void add(PtrInterface::NotifieeConst* notifiee);
   void remove(PtrInterface::NotifieeConst* notifiee);
-  std::size_t size() const;
+  std::size_t size() const { return _notifiees.size() - _holes; }
 
   template <class Callback>
   void each(Callback const& callback) {
@@ -102,7 +108,8 @@ class NotifieeList {
   struct Delivery {
     explicit Delivery(NotifieeList& l) : list(l) { ++list._deliveries; }
     ~Delivery() {
-      if (--list._deliveries == 0 && list._holes) list.closeHoles();
+      --list._deliveries;
+      list.closeHoles();
     }
     Delivery(Delivery const&) = delete;
     Delivery& operator=(Delivery const&) = delete;
@@ -112,7 +119,7 @@ class NotifieeList {
 
   std::vector<PtrInterface::NotifieeConst*> _notifiees;
   int _deliveries = 0;
-  bool _holes = false;
+  std::size_t _holes = 0;
 };
 
 // Base of every entity.
