@@ -232,12 +232,15 @@ TEST(PublishedTables, OfVlansLiveAndSnapshotStandApart) {
   Support::TemporaryTables tables;
   auto const live = tables.table<Glim::Bridging::VlanCounterDir>("live");
   auto const snapshot = tables.table<Glim::Bridging::VlanCounterSnapshotDir>("snapshot");
-  live->vlanCounterIs({.vlanId = VlanId(10), .inOctets = 5});
+  Glim::Bridging::VlanCounter row(VlanId(10));
+  row.counts.inOctets = 5;
+  live->vlanCounterIs(row);
   EXPECT_FALSE(snapshot->contains(VlanId(10)));
-  snapshot->vlanCounterSnapshotIs({.vlanId = VlanId(10), .inOctets = 3});
-  EXPECT_EQ(live->lookup(VlanId(10)).inOctets, 5u);
+  row.counts.inOctets = 3;
+  snapshot->vlanCounterSnapshotIs(row);
+  EXPECT_EQ(live->lookup(VlanId(10)).counts.inOctets, 5u);
   live->vlanCounterDel(VlanId(10));
-  EXPECT_EQ(snapshot->lookup(VlanId(10)).inOctets, 3u);
+  EXPECT_EQ(snapshot->lookup(VlanId(10)).counts.inOctets, 3u);
 }
 
 }  // namespace

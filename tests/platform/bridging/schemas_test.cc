@@ -1,11 +1,17 @@
 #include "platform/bridging/vlan_counter.h"
+#include "platform/bridging/vlan_description.h"
 #include "tests/support/published_schema.h"
 
 namespace {
 
-TEST(PublishedVlanSchema, IsTodaysOrCarriedOver) {
-  Support::expectPublishedSchema<Glim::Bridging::VlanCounter>(ORU_SOURCE_DIR
-                                                              "/tests/platform/bridging/schemas");
+template <class Record>
+class PublishedVlanSchema : public testing::Test {};
+
+using Records = testing::Types<Glim::Bridging::VlanCounter, Bridging::VlanDescription>;
+TYPED_TEST_SUITE(PublishedVlanSchema, Records);
+
+TYPED_TEST(PublishedVlanSchema, IsTodaysOrCarriedOver) {
+  Support::expectPublishedSchema<TypeParam>(ORU_SOURCE_DIR "/tests/platform/bridging/schemas");
 }
 
 }  // namespace
