@@ -53,8 +53,6 @@ class CoppTypeSm : public Kel::StateMachine<Self, Kel::ReactorOwner> {
   // Handles every policy map, in the order of their keys. REQUIRES: pmapType().
   void handleInitialized();
   void handlePolicyMap(Qos::PolicyMapHwStatusKey const& key);
-  // All policy maps, one by one; what becomes of a change of the collection as a whole.
-  void handlePolicyMaps();
   // Empties coppSm.
   void doPrepareToDie();
 
@@ -76,6 +74,9 @@ class CoppTypeSm : public Kel::StateMachine<Self, Kel::ReactorOwner> {
 
  private:
   class KelPmapType;
+
+  // All policy maps, one by one; what becomes of a change of the collection as a whole.
+  void handlePolicyMaps();
 
   static std::string refusal(CoppTypeSm const& sm);
 
