@@ -179,6 +179,7 @@ void VlanCountersSm::poll(Bridging::VlanId vlanId) {
 
 void VlanCountersSm::handleClearCountersRequest() {
   auto const requests = vlanCountersCliReq();
+  if (!requests) return;
   for (auto const& [vlanId, flag] : Kel::walk(requests->clearCountersRequest()))
     handleClearCountersRequest(vlanId);
 }
@@ -196,9 +197,10 @@ void VlanCountersSm::handleClearCountersRequest(Bridging::VlanId vlanId) {
 
 void VlanCountersSm::doTakeSnapshot(Bridging::VlanId vlanId) {
   if (auto t = trace(8)) t << "OruVlanCountersSm::doTakeSnapshot";
+  Kel::Seconds const now = clock()->time();
   auto const slot = vlanCounterSnapshotDir()->directWrite(vlanId);
   slot->counts = vlanCounterDir()->vlanCounter(vlanId).counts;
-  slot->lastUpdate = clock()->time();
+  slot->lastUpdate = now;
   vlanCounterSnapshotDir()->vlanCounterSnapshotCommit(slot);
 }
 

@@ -25,6 +25,8 @@ struct ClockTimer {
 // A wake-up that falls due while its reactor's notifications are off stays
 // pending, and is delivered when they are on again and the clock runs. One that
 // is armed during a run of the clock waits for the next run, even if it is due.
+// A handler may set the time itself: what is due by that time is called within its
+// call, and the run that it is called from goes on by the time that it began with.
 class Clock : public Notifier {
  public:
   class NotifieeConst : public TimedNotifiee<Clock, ClockTimer> {};

@@ -24,7 +24,8 @@ class TimedNotifiee : public NotifieeOn<Source>, private Timer {
 
   // The wake-up set last, in seconds since the epoch; 0.0 before the first.
   Seconds timeMin() const { return Timer::_timeMin; }
-  // Throws RangeException where `when` is not a number.
+  // Throws RangeException where `when` is not a number. The end of time (infinity) cancels what was
+  // set before.
   void timeMinIs(Seconds when) {
     requireTime(when);
     auto const* const from = source();

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <new>
 #include <tuple>
+#include <utility>
 
 namespace Wib {
 namespace {
@@ -26,15 +28,20 @@ class TimerWheel::OnSystemClock final : public Kel::Clock::NotifieeConst {
     isRegisteredNotifieeIs(true);
     hasNotificationActiveIs(true);
   }
+  // Called before its time only where the clock was set, and everybody on it is woken.
   void onTime() override {
-    _armed = kNever;
-    _wheel.timeIs(notifier()->time());
+    Kel::Seconds const now = notifier()->time();
+    bool const wasSet = now < std::exchange(_armed, kNever);
+    if (wasSet)
+      _wheel.timeWasSetTo(now);
+    else
+      _wheel.timeIs(now);
   }
   // The wheel is needed at `when`.
   void runAt(Kel::Seconds when) {
     if (when >= _armed) return;
-    _armed = when;
     timeMinIs(when);
+    _armed = when;
   }
 
  private:
@@ -74,7 +81,7 @@ void TimerWheel::arm(Reactor& reactor) const {
   WheelTimer& timer = reactor;
   timer._sequence = ++_sequence;
   put(timer);
-  if (_onSystemClock) _onSystemClock->runAt(timeOf(tickFor(timer._timeMin)));
+  if (_onSystemClock && timer._list != kFar) _onSystemClock->runAt(timeOf(tickFor(timer._timeMin)));
 }
 
 void TimerWheel::disarm(Reactor& reactor) const { take(reactor); }
@@ -131,7 +138,8 @@ TimerWheel::Tick TimerWheel::startOf(std::uint32_t level) const {
 }
 
 // Brings time to `tick`, list by list: each that it comes into is emptied into the lists below, and
-// those of single ticks into `due`.
+// those of single ticks into `due`. Where time goes back, what was placed by a later present comes
+// up too early, never too late, and is placed anew.
 void TimerWheel::advance(Tick tick) {
   for (std::uint32_t level; (level = firstLevel()) < kLevels && startOf(level) <= tick;) {
     _tick = startOf(level);
@@ -139,13 +147,6 @@ void TimerWheel::advance(Tick tick) {
     while (WheelTimer* const timer = taken(level * kSlots + slot)) put(*timer);
   }
   _tick = tick;
-}
-
-// Every place is relative to the present tick.
-void TimerWheel::goBack(Tick tick) {
-  takeAllInto(kRunning);
-  _tick = tick;
-  while (WheelTimer* const timer = taken(kRunning)) put(*timer);
 }
 
 void TimerWheel::takeAllInto(List list) {
@@ -158,11 +159,7 @@ void TimerWheel::takeAllInto(List list) {
 void TimerWheel::timeIs(Kel::Seconds now) {
   Kel::Ptr<TimerWheel> const alive(this);
   _time = now;
-  Tick const tick = tickAt(now);
-  if (tick < _tick)
-    goBack(tick);
-  else
-    advance(tick);
+  advance(tickAt(now));
   run(false);
 }
 
@@ -181,7 +178,7 @@ void TimerWheel::run(bool everybody) {
   sortRunning();
   while (WheelTimer* const timer = taken(kRunning)) {
     auto& reactor = static_cast<Reactor&>(*timer);
-    if (reactor.listening() && (everybody || timer->_timeMin <= _time))
+    if (reactor.listening() && (everybody || timer->_timeMin <= time()))
       Kel::deliver(reactor, [&reactor] { reactor.onTime(); });
     else
       put(*timer);
@@ -189,8 +186,8 @@ void TimerWheel::run(bool everybody) {
   if (_onSystemClock) _onSystemClock->runAt(nextRun());
 }
 
-// Most runs find few, and those in order.
-void TimerWheel::sortRunning() {
+// Most runs find few, and those in order. Without memory for more they come as they stand.
+void TimerWheel::sortRunning() try {
   _order.clear();
   for (WheelTimer* timer = _lists[kRunning]._next; timer != &_lists[kRunning]; timer = timer->_next)
     _order.push_back(timer);
@@ -200,6 +197,7 @@ void TimerWheel::sortRunning() {
     take(*timer);
     append(*timer, kRunning);
   }
+} catch (std::bad_alloc const&) {
 }
 
 Kel::Seconds TimerWheel::nextRun() const {

@@ -28,7 +28,8 @@ struct WheelTimer {
 //   auto const wheel = Kel::make<Wib::TimerWheel>(agentsClock);
 //
 // A wheel with a system clock is turned by it: it arms itself on the clock for when it is next
-// needed. One without stands still until its owner sets its time.
+// needed. When the clock's owner wakes everybody before their time, because the time was set, the
+// wheel does so too. One without a clock stands still until its owner sets its time.
 //
 // How it works (Varghese and Lauck, "Hashed and Hierarchical Timing Wheels", 1987): eight levels of
 // 64 lists. A list of level 0 holds the wake-ups of one tick, one of level n those of 64^n ticks. A
@@ -69,10 +70,11 @@ class TimerWheel : public Kel::Notifier {
   // The current time, seconds since the epoch: the system clock's, or what was set last.
   Kel::Seconds time() const;
   // Calls everybody who is due; each once, however far time went. Time that goes back delays those
-  // who wait, as it does on a clock.
+  // who wait, as it does on a clock. REQUIRES, as does timeWasSetTo: no system clock.
   void timeIs(Kel::Seconds now);
   // The time was set by somebody, and what is armed was meant by another time: calls everybody
-  // once, at the time `now`, so that they arm themselves by it.
+  // once, at the time `now`, so that they arm themselves by it. A handler that sets the time itself
+  // ends that: the others wait by the time that it set.
   void timeWasSetTo(Kel::Seconds now);
 
   // When the wheel wants to run: not after the earliest wake-up, and before it only to move
@@ -106,7 +108,6 @@ class TimerWheel : public Kel::Notifier {
   std::uint32_t firstLevel() const;
   Tick startOf(std::uint32_t level) const;
   void advance(Tick tick);
-  void goBack(Tick tick);
   void takeAllInto(List list);
   void run(bool everybody);
   void sortRunning();

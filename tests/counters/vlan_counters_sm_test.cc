@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <map>
 #include <stdexcept>
 
@@ -183,6 +184,34 @@ TEST_F(VlanCountersSmDeathTest, WithoutAConfigurationItsStartEndsTheProcess) {
                "Assertion `bridgingConfig\\(\\)' failed");
 }
 
+TEST_F(VlanCountersSmDeathTest, WithoutAConfigurationAKeyEndsTheProcess) {
+  makeWithTwo();
+  sut->bridgingConfigDel();
+  EXPECT_DEATH(sut->handleVlanConfig(v1),
+               "OruCountersSm:[0-9]+: .*VlanCountersSm::handleVlanConfig\\(Bridging::VlanId\\).*"
+               "Assertion `bridgingConfig\\(\\)' failed");
+}
+
+TEST_F(VlanCountersSm, IsInitializedOnlyOnceItsRowsAreThere) {
+  config->vlanConfigIs({v10});
+  make();
+  sut->initializedIs(false);
+  helper->duringInitialize = [&](VlanId) { log("initialized", sut->initialized()); };
+  log.clear();
+  sut->handleInitialized();
+  EXPECT_EQ(log.count("initialized 0"), 1u);
+}
+
+TEST_F(VlanCountersSm, AClockThatGoesDuringAPollIsNotSet) {
+  makeWithTwo();
+  helper->duringGet = [&](VlanId) { sut->clockDel(); };
+  auto const before = Kel::notificationExceptions();
+  Kel::frameworkTraceHandle().levelsIs(0);
+  runTo(kStart + 2.0);
+  EXPECT_EQ(Kel::notificationExceptions(), before + 1);  // the next VLAN's time could not be told
+  EXPECT_EQ(live->vlanCounter(v1).lastUpdate, kStart + 2.0);
+}
+
 TEST_F(VlanCountersSm, WithoutAClockItStartsAndPollsOnceItHasOne) {
   auto const late = wheel;
   wheel = nullptr;
@@ -246,6 +275,13 @@ TEST_F(VlanCountersSm, ASecondNotificationWritesRowsThatAreStillEmptyOnceMore) {
   sut->handleVlanConfig(v10);
   EXPECT_EQ(log.calls(), (Calls{"live.vlanCounterIs 10", "initializeVlanCounters 10"}));
   EXPECT_EQ(live->vlanCounter(v10), VlanCounter(v10));
+}
+
+TEST_F(VlanCountersSm, ARowOfZerosThatWasPolledIsNoEmptyRecord) {
+  makeWithTwo();
+  live->vlanCounterIs(row(v10, {}, 7.0));
+  sut->handleVlanConfig(v10);
+  EXPECT_EQ(live->vlanCounter(v10), row(v10, {}, 7.0));
 }
 
 TEST_F(VlanCountersSm, AVlanThatGoesLosesItsRowsAndTheHelperIsNotAsked) {
@@ -396,7 +432,9 @@ TEST_F(VlanCountersSm, IntervalZeroStopsItForGood) {
 
 TEST_F(VlanCountersSm, WhatIsNoIntervalIsRefused) {
   makeWithTwo();
-  EXPECT_THROW(sut->pollIntervalIs(-1.0), Kel::RangeException);
+  for (Kel::Seconds const none :
+       {-1.0, std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()})
+    EXPECT_THROW(sut->pollIntervalIs(none), Kel::RangeException) << none;
   EXPECT_EQ(sut->pollInterval(), 2.0);
 }
 
@@ -569,12 +607,31 @@ TEST_F(VlanCountersSm, AllRequestsRemovedAtOnceChangeNothing) {
   EXPECT_EQ(log.calls(), Calls{});
 }
 
+// Requests that change as a whole, with some that stand afterwards.
+class Requests : public Bridging::VlanCountersCliReq {
+ public:
+  void changeAsAWhole() { notify(&NotifieeConst::onClearCountersRequestkelImmediate); }
+};
+
+TEST_F(VlanCountersSm, AChangeOfAllRequestsTakesEachThatStandsWhateverItsFlag) {
+  auto const whole = Kel::make<Requests>();
+  requests = whole;
+  makeWithTwo();
+  requests->clearCountersRequestIs(v1, false);
+  requests->clearCountersRequestIs(v10, true);
+  log.clear();
+  whole->changeAsAWhole();
+  EXPECT_EQ(log.count("snapshot.vlanCounterSnapshotCommit 1"), 1u);
+  EXPECT_EQ(log.count("snapshot.vlanCounterSnapshotCommit 10"), 1u);
+}
+
 TEST_F(VlanCountersSm, WithoutRequestsAKeyIsAsOneThatWasRemoved) {
   requests = nullptr;
   makeWithTwo();
   Support::TraceCapture const trace(Oru::Counters::_defaultTraceHandle());
   sut->handleClearCountersRequest(v10);
   EXPECT_EQ(trace.lines().back(), "4 VLAN10 deleted");
+  sut->handleClearCountersRequest();
   EXPECT_EQ(log.calls(), Calls{});
 }
 

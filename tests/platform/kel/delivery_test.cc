@@ -177,6 +177,33 @@ TEST_F(Delivery, SurvivesARemovalInsideANestedOne) {
   EXPECT_EQ(sut->notifiees(), 2u);
 }
 
+// Most of them gone, those that stay close up; from then on they are found at their new places.
+TEST_F(Delivery, FindsThoseThatStayOfManyThatWent) {
+  auto d = listener("d");
+  auto const e = listener("e");
+  a = b = c = nullptr;
+  d = nullptr;
+  sut->modeIs(1);
+  e->isRegisteredNotifieeIs(false);
+  auto const f = listener("f");
+  sut->modeIs(2);
+  EXPECT_EQ(journal->lines(), (Lines{"e 1", "f 2"}));
+}
+
+TEST_F(Delivery, KeepsEverybodysPlaceWhileMostOfThemGo) {
+  auto const d = listener("d");
+  auto e = listener("e");
+  journal->on("a 1", [&] {
+    b = e = nullptr;
+    c = nullptr;
+    c = listener("late");
+  });
+  sut->modeIs(1);
+  EXPECT_EQ(journal->taken(), (Lines{"a 1", "d 1"}));
+  sut->modeIs(2);
+  EXPECT_EQ(journal->lines(), (Lines{"a 2", "d 2", "late 2"}));
+}
+
 TEST_F(Delivery, SurvivesTheEndOfTheNotifier) {
   journal->on("a 1", [&] { a = b = c = nullptr, sut = nullptr; });
   sut->modeIs(1);

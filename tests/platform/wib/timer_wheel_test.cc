@@ -114,6 +114,43 @@ TEST_F(TimerWheelTest, AClockThatWasSetCallsEverybodyOnceAtTheNewTime) {
   EXPECT_EQ(journal->taken(), (Lines{"deaf"}));
 }
 
+TEST_F(TimerWheelTest, ASetClockMayBeTheEndOfTheWheel) {
+  auto a = alarm("a", 1010.0);
+  TimerWheel* const wheel = sut.get();
+  journal->on("a", [&] { a = nullptr, sut = nullptr; });
+  wheel->timeWasSetTo(5.0);
+  EXPECT_EQ(journal->lines(), (Lines{"a"}));
+}
+
+TEST_F(TimerWheelTest, AfterTheClockWasSetItWantsToRunByTheNewTime) {
+  sut->timeIs(1.0e9);
+  auto const a = alarm("a", 1.0e9 + 10.0);
+  journal->on("a", [&] { a->timeMinIs(60.0); });
+  sut->timeWasSetTo(50.0);
+  EXPECT_GT(sut->nextRun(), 50.0);
+  EXPECT_LE(sut->nextRun(), 60.0);
+}
+
+TEST_F(TimerWheelTest, AHandlerThatSetsTheTimeBackDelaysThoseAfterIt) {
+  auto const a = alarm("a", 10.0), b = alarm("b", 11.0);
+  journal->on("a", [&] { sut->timeIs(5.0); });
+  sut->timeIs(20.0);
+  EXPECT_EQ(journal->taken(), (Lines{"a"}));
+  EXPECT_GT(sut->nextRun(), 5.0);
+  EXPECT_LE(sut->nextRun(), 11.0);
+  sut->timeIs(11.0);
+  EXPECT_EQ(journal->taken(), (Lines{"b"}));
+}
+
+TEST_F(TimerWheelTest, BeforeTheEpochItKeepsTheOrderAndIsNotEarly) {
+  sut->timeIs(-10.0);
+  auto const b = alarm("b", -4.0), a = alarm("a", -5.0);
+  sut->timeIs(-6.0);
+  EXPECT_EQ(journal->lines(), Lines{});
+  sut->timeIs(0.0);
+  EXPECT_EQ(journal->lines(), (Lines{"a", "b"}));
+}
+
 // --- When it wants to run ---------------------------------------------------
 
 TEST_F(TimerWheelTest, WantsNoRunWithoutAWakeUp) {
@@ -183,6 +220,39 @@ TEST_F(TimerWheelOnAClock, IsTurnedByTheClockAlone) {
   EXPECT_EQ(journal->taken(), (Lines{"b"}));
   EXPECT_LE(turns, 12);
   EXPECT_EQ(clock->nextWakeUp(), Kel::Clock::kNever);
+}
+
+TEST_F(TimerWheelOnAClock, AWakeUpThatIsArmedAfterAnEarlierOneDelaysNobody) {
+  auto const a = alarm("a", 1200.0), b = alarm("b", 1300.0);
+  pass(1200.0);
+  EXPECT_EQ(journal->lines(), (Lines{"a"}));
+}
+
+TEST_F(TimerWheelOnAClock, IsTurnedOnceForAWakeUpWithinATick) {
+  auto const a = alarm("a", 1000.0 + 0.25 * kTick);
+  pass(1001.0);
+  EXPECT_EQ(journal->lines(), (Lines{"a"}));
+  EXPECT_EQ(turns, 1);
+}
+
+TEST_F(TimerWheelOnAClock, TheEndOfTimeIsNothingToArmFor) {
+  auto const a = alarm("a", TimerWheel::kNever);
+  EXPECT_EQ(clock->nextWakeUp(), Kel::Clock::kNever);
+}
+
+// As an agent wakes everybody when the wall clock was set.
+TEST_F(TimerWheelOnAClock, WokenBeforeItsTimeItCallsEverybody) {
+  auto const first = KelTest::Alarm<Kel::Clock>::armed(clock, journal, "first",
+                                                       -std::numeric_limits<double>::infinity());
+  auto const b = alarm("b", 9000.0), a = alarm("a", 1500.0);
+  journal->on("first", [&] { clock->timeIs(300.0); });
+  journal->on("a", [&] { a->timeMinIs(sut->time() + 2.0); });
+  clock->timeIs(Kel::Clock::kNever);
+  EXPECT_EQ(journal->taken(), (Lines{"first", "a", "b"}));
+  pass(301.9);
+  EXPECT_EQ(journal->taken(), Lines{});
+  pass(302.0);
+  EXPECT_EQ(journal->taken(), (Lines{"a"}));
 }
 
 TEST_F(TimerWheelOnAClock, AHandlerThatArmsItselfGoesOnForHours) {
