@@ -97,22 +97,40 @@ Operation operationOf(std::string const& op) {
 }
 
 void readClear(Members& members, ControlRequest& request) {
-  auto const names = members.take("names");
-  auto const all = members.take("all");
-  if (names.has_value() == all.has_value()) bad("clear takes either \"names\" or \"all\"");
-  if (all && *all != Json(true)) bad("\"all\" can only be true");
-  if (!names) return;
-  request.names = texts(*names, "names");
-  if (request.names.empty()) bad("\"names\" is empty; to clear everything, \"all\" must be true");
+  struct Form {
+    char const* member;
+    bool ofVlans;
+    char const* all;  // what takes its place to clear all; none: it is that
+  };
+  static constexpr std::array<Form, 4> forms{{{"names", false, "all"},
+                                              {"all", false, nullptr},
+                                              {"vlans", true, "allVlans"},
+                                              {"allVlans", true, nullptr}}};
+  int found = 0;
+  for (auto const& [member, ofVlans, all] : forms) {
+    auto const value = members.take(member);
+    if (!value) continue;
+    ++found;
+    std::string const quoted = "\"" + std::string(member) + "\"";
+    request.ofVlans = ofVlans;
+    if (all == nullptr) {
+      if (*value != Json(true)) bad(quoted + " can only be true");
+      continue;
+    }
+    request.names = texts(*value, member);
+    if (request.names.empty())
+      bad(quoted + " is empty; to clear everything, \"" + all + "\" must be true");
+  }
+  if (found != 1) bad(R"(clear takes one of "names", "all", "vlans" and "allVlans")");
 }
 
 }  // namespace
 
 std::string_view name(ControlCode code) {
-  static constexpr std::array<std::string_view, 11> names{
-      "badRequest",  "tooLong",      "unknownOperation", "noPermission",
-      "unknownPath", "notSupported", "wrongArguments",   "unknownInterface",
-      "failed",      "busy",         "timeout"};
+  static constexpr std::array<std::string_view, 12> names{
+      "badRequest",   "tooLong",        "unknownOperation", "noPermission", "unknownPath",
+      "notSupported", "wrongArguments", "unknownInterface", "unknownVlan",  "failed",
+      "busy",         "timeout"};
   return names.at(static_cast<std::size_t>(code));
 }
 

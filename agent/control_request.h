@@ -19,6 +19,7 @@ enum class ControlCode {
   notSupported,      // the attribute does not offer this
   wrongArguments,    // their number, or a text that is no such value
   unknownInterface,  // nothing was cleared
+  unknownVlan,       // likewise
   failed,            // it was tried, and the agent could not
   busy,              // too many clients
   timeout,           // the client kept the agent waiting
@@ -43,7 +44,8 @@ struct ControlRequest {
   std::string attribute;               // or the operation to invoke
   std::string value;                   // set: the new one
   std::vector<std::string> arguments;  // invoke
-  std::vector<std::string> names;      // clear: these interfaces; none: all
+  std::vector<std::string> names;      // clear: these; none: all
+  bool ofVlans = false;                // clear: VLANs, by their ids, and not interfaces
 
   // For those who may write alone.
   bool changes() const { return operation != Operation::get && operation != Operation::ls; }

@@ -105,6 +105,7 @@ Json invoke(ObjectTree const& tree, ControlRequest const& request) {
   return {{"ok", true}};
 }
 
+template <class Clearing>
 Json clear(Clearing& clearing, ControlRequest const& request) {
   Json answer{{"ok", true}};
   if (request.names.empty()) {
@@ -112,14 +113,14 @@ Json clear(Clearing& clearing, ControlRequest const& request) {
   } else {
     auto const names = clearing.these(request.names);
     answer["cleared"] = names.size();
-    answer["names"] = names;
+    answer[request.ofVlans ? "vlans" : "names"] = names;
   }
   answer["time"] = Kel::System::currentTime();
   return answer;
 }
 
-Json carriedOut(ObjectTree const& tree, Clearing& clearing, ControlRequest const& request,
-                bool mayWrite) {
+Json carriedOut(ObjectTree const& tree, Clearing& clearing, VlanClearing& vlanClearing,
+                ControlRequest const& request, bool mayWrite) {
   if (request.changes() && !mayWrite)
     throw ControlError(ControlCode::noPermission,
                        "this takes the superuser or the agent's own user; others may only get and "
@@ -134,7 +135,7 @@ Json carriedOut(ObjectTree const& tree, Clearing& clearing, ControlRequest const
     case Operation::invoke:
       return invoke(tree, request);
     case Operation::clear:
-      return clear(clearing, request);
+      return request.ofVlans ? clear(vlanClearing, request) : clear(clearing, request);
   }
   throw ControlError(ControlCode::unknownOperation, "there is no such operation");
 }
@@ -157,7 +158,7 @@ std::string controlErrorLine(ControlError const& error) {
 std::string ControlRequests::answer(std::string_view line, bool mayWrite) {
   try {
     ControlRequest const request = readControlRequest(line);
-    return lineOf(carriedOut(_tree, _clearing, request, mayWrite));
+    return lineOf(carriedOut(_tree, _clearing, _vlanClearing, request, mayWrite));
   } catch (ControlError const& error) {
     return controlErrorLine(error);
   } catch (Kel::OpNotSupportedException const& error) {

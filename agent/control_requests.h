@@ -8,21 +8,26 @@
 #include "agent/clearing.h"
 #include "agent/control_request.h"
 #include "agent/object_tree.h"
+#include "agent/vlan_clearing.h"
 
 namespace Agent {
 
 class ControlRequests {
  public:
-  ControlRequests(ObjectTree tree, Clearing clearing)
-      : _tree(std::move(tree)), _clearing(std::move(clearing)) {}
+  ControlRequests(ObjectTree tree, Clearing clearing, VlanClearing vlanClearing = {})
+      : _tree(std::move(tree)),
+        _clearing(std::move(clearing)),
+        _vlanClearing(std::move(vlanClearing)) {}
 
   // Whatever the line is, and whatever comes of it, there is an answer: a line of JSON, with its
-  // end. A client that may not write changes nothing. REQUIRES: as Clearing does.
+  // end. A client that may not write changes nothing. REQUIRES: as Clearing and
+  // VlanClearing do.
   std::string answer(std::string_view line, bool mayWrite);
 
  private:
   ObjectTree const _tree;
   Clearing _clearing;
+  VlanClearing _vlanClearing;
 };
 
 // The line that tells a client why it gets no answer.

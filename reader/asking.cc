@@ -17,7 +17,7 @@ ExitCode exitCodeOf(std::string const& code) {
       {"noPermission", ExitCode::noPermission},     {"unknownPath", ExitCode::refused},
       {"notSupported", ExitCode::refused},          {"unknownOperation", ExitCode::refused},
       {"wrongArguments", ExitCode::wrongArguments}, {"tooLong", ExitCode::wrongArguments},
-      {"unknownInterface", ExitCode::unknownName}};
+      {"unknownInterface", ExitCode::unknownName},  {"unknownVlan", ExitCode::unknownName}};
   auto const at = known.find(code);
   return at == known.end() ? ExitCode::agentFailed : at->second;
 }

@@ -14,7 +14,7 @@ namespace Show {
 struct ControlWorld {
   // Asks the agent one line and answers its one, as ControlClient::ask. Throws NoAnswer.
   std::function<std::string(std::string const& line)> ask;
-  // The interfaces that there are, of every kind, for those who name some.
+  // What there is, interfaces of every kind among it, for those who name some.
   std::function<Snapshot()> take;
 };
 

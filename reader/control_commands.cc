@@ -6,12 +6,11 @@
 
 #include "platform/kel/system.h"
 #include "reader/asking.h"
-#include "reader/clock_text.h"
+#include "reader/clear_command.h"
 #include "reader/control_client.h"
 #include "reader/json_view.h"
 #include "reader/poll_command.h"
 #include "reader/reset_command.h"
-#include "reader/select.h"
 #include "reader/source.h"
 #include "reader/units.h"
 
@@ -21,10 +20,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 using Command = Options::Command;
-
-// Of a request: what a line may hold of names is limited, and clearing is bounded work for the
-// agent between two polls.
-constexpr std::size_t kNamesAtOnce = 512;
 
 Json request(Options const& options) {
   auto const word = [&](std::size_t i) {
@@ -55,6 +50,7 @@ Asking::Echo echoOf(Command command) {
 // Those that tell what names mean.
 std::vector<Table> namingTables(Command command) {
   if (command == Command::clearCopp) return {Table::coppCounters};
+  if (command == Command::clearVlans) return {Table::vlanCounters};
   return {Table::counters, Table::descriptions};
 }
 
@@ -88,55 +84,6 @@ void print(Json const& answer, std::ostream& out) {
       out << printable(name) << '\n';
 }
 
-// Why names that mean no Ethernet interface clear nothing. `known` has interfaces of every kind.
-std::string notCleared(std::vector<std::string> const& names, Snapshot const& known) {
-  for (std::string const& name : names) {
-    bool const there = std::any_of(known.interfaces.begin(), known.interfaces.end(),
-                                   [&](Intf const& intf) { return matches(name, intf); });
-    if (there || (Pekt::IntfId::isName(name) && kindOf(name) != IntfKind::ethernet))
-      return "only Ethernet interfaces can be cleared, which " + printable(name) + " is not";
-  }
-  return "there is no interface " + printableList(names);
-}
-
-// The names of the interfaces that are meant. Throws NoAnswer where one means none.
-std::vector<std::string> meant(Options const& options, Snapshot snapshot) {
-  Snapshot const known = snapshot;
-  std::erase_if(snapshot.interfaces,
-                [](Intf const& intf) { return kindOf(intf.intfId) != IntfKind::ethernet; });
-  auto const unknown = select(snapshot, options.names);
-  auto const wrong = problems(snapshot, unknown);
-  if (!wasRead(snapshot, Table::counters) && !wrong.empty())
-    throw NoAnswer(wrong[0].code, wrong[0].text);
-  if (!unknown.empty())
-    throw NoAnswer(ExitCode::unknownName, notCleared(unknown, known) + ", and nothing was cleared");
-  std::vector<std::string> all;
-  for (Intf const& intf : snapshot.interfaces)
-    if (intf.counters) all.emplace_back(intf.intfId.view());
-  return all;
-}
-
-void clear(Options const& options, ControlWorld const& world, Asking& ask, std::ostream& out) {
-  if (options.names == std::vector<std::string>{"all"}) {
-    Json const answer = ask({{"op", "clear"}, {"all", true}});
-    if (!options.json)
-      out << "cleared all " << answer.value("cleared", 0u) << " interfaces at "
-          << clockText(answer.value("time", 0.0)) << '\n';
-    return;
-  }
-  auto const names = meant(options, world.take());
-  for (std::size_t from = 0; from < names.size(); from += kNamesAtOnce) {
-    auto const end = std::min(names.size(), from + kNamesAtOnce);
-    std::vector<std::string> const some(names.begin() + static_cast<std::ptrdiff_t>(from),
-                                        names.begin() + static_cast<std::ptrdiff_t>(end));
-    Json const answer = ask({{"op", "clear"}, {"names", some}});
-    if (options.json) continue;
-    for (std::string const& name : answer.value("names", some))
-      out << "cleared " << printable(name) << " at " << clockText(answer.value("time", 0.0))
-          << '\n';
-  }
-}
-
 ExitCode tellNoAnswer(NoAnswer const& none, bool toldAlready, Options const& options,
                       std::ostream& out, std::ostream& err) {
   if (options.json && !toldAlready)
@@ -152,7 +99,7 @@ ExitCode control(Options const& options, ControlWorld const& world, std::ostream
                  std::ostream& err) {
   Asking ask(world, out, options.json ? echoOf(options.command) : Asking::Echo::none);
   try {
-    if (options.command == Command::clear) {
+    if (options.command == Command::clear || options.command == Command::clearVlans) {
       clear(options, world, ask, out);
     } else if (options.command == Command::clearCopp) {
       resetClasses(options, world, ask, out);

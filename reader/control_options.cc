@@ -2,17 +2,22 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <deque>
+#include <string_view>
 #include <vector>
 
 #include "reader/poll_command.h"
 #include "reader/seconds_option.h"
+#include "reader/vlan_ids.h"
 
 namespace Show {
 
 namespace {
 
 constexpr char const* kPath =
-    "countersSm, or ROOT/COLLECTION/KEY: countersSm/portCountersSm/Ethernet1";
+    "countersSm or vlanCountersSm, or ROOT/COLLECTION/KEY: countersSm/portCountersSm/Ethernet1";
+
+constexpr std::string_view kAll = "all";
 
 constexpr char const* kAllOrNames =
     "all, or interfaces: names (Ethernet3), the kernel's names (eth0), or patterns ('Ethernet*')";
@@ -28,8 +33,15 @@ struct ControlOptions::Commands {
   std::vector<Command> all;
   std::string path, name, value;
   std::vector<std::string> arguments;
-  CLI::App* copp = nullptr;  // of clear
-  std::vector<std::string> classes;
+  // What clear clears besides interfaces.
+  struct Clear {
+    CLI::App* app;
+    Options::Command command;
+    char const* takes;
+    std::vector<std::string> names;
+  };
+  std::deque<Clear> clears;  // options refer to the names
+  Clear const* clear = nullptr;
 };
 
 ControlOptions::ControlOptions(CLI::App& app, Options& options)
@@ -58,16 +70,27 @@ ControlOptions::ControlOptions(CLI::App& app, Options& options)
       add("clear", "Poll interfaces, and keep what they count now: --since-clear shows the rest",
           "  oru-counters clear all\n"
           "  oru-counters clear Ethernet1 'eth*'\n"
+          "  oru-counters clear vlan 10-20,30\n"
           "  oru-counters clear copp copp-bgp\n",
           Options::Command::clear);
   clear.require_subcommand(0, 1);
   clear.add_option("NAME", options.names, kAllOrNames)->type_name("");
-  all.copp = clear.add_subcommand(
-      "copp",
-      "Reset classes of the control plane's policing: show copp tells the packets since then");
-  all.copp->add_option("CLASS", all.classes, "all, or classes: names, or patterns ('copp-*')")
-      ->type_name("")
-      ->required();
+  auto const addClear = [&](char const* name, char const* about, Options::Command command,
+                            char const* takes, char const* placeholder,
+                            char const* aboutWord) -> CLI::Option& {
+    auto& added = all.clears.emplace_back(
+        Commands::Clear{clear.add_subcommand(name, about), command, takes, {}});
+    return *added.app->add_option(placeholder, added.names, aboutWord)->type_name("")->required();
+  };
+  addClear("copp",
+           "Reset classes of the control plane's policing: show copp tells the packets since then",
+           Options::Command::clearCopp, "classes", "CLASS",
+           "all, or classes: names, or patterns ('copp-*')");
+  addClear("vlan", "Poll the VLANs, and keep what these count now, as of interfaces",
+           Options::Command::clearVlans, "VLANs", "ID",
+           "all, or VLANs: ids, ranges, or lists of both: 10-20,30")
+      .check(
+          [](std::string const& list) { return list == kAll ? std::string() : wrongVlans(list); });
 
   CLI::App& poll = add("poll",
                        "Have interfaces polled now, and not only when their period is over: every\n"
@@ -124,10 +147,14 @@ bool ControlOptions::parsed() {
   auto const at = std::find_if(_commands->all.begin(), _commands->all.end(),
                                [](auto const& each) { return each.app->parsed(); });
   if (at == _commands->all.end()) return false;
-  bool const copp = _commands->copp->parsed();
-  _options.command = copp ? Options::Command::clearCopp : at->command;
-  _namesBesides = copp && !_options.names.empty();
-  if (copp) _options.names = _commands->classes;
+  _options.command = at->command;
+  for (auto const& clear : _commands->clears) {
+    if (!clear.app->parsed()) continue;
+    _options.command = clear.command;
+    _commands->clear = &clear;
+    _namesBesides = !_options.names.empty();
+    _options.names = clear.names;
+  }
   for (CLI::Option const* const word : at->words)
     if (word->count() != 0) _options.words.push_back(word->as<std::string>());
   _options.words.insert(_options.words.end(), _commands->arguments.begin(),
@@ -139,13 +166,15 @@ std::optional<std::string> ControlOptions::wrong() const {
   using Command = Options::Command;
   std::string command;
   if (_options.command == Command::clear) command = "clear";
-  if (_options.command == Command::clearCopp) command = "clear copp";
+  auto const* const clear = _commands->clear;
+  if (clear != nullptr) command = "clear " + clear->app->get_name();
   if (_options.command == Command::poll) command = "poll";
   if (command.empty()) return std::nullopt;
   auto const& names = _options.names;
-  if (_namesBesides) return "'clear copp' takes classes, and no names of interfaces before them";
+  if (_namesBesides)
+    return "'" + command + "' takes " + clear->takes + ", and no names of interfaces before them";
   if (names.empty()) return "'" + command + "' must be told what: all, or names";
-  if (names.size() != 1 && std::find(names.begin(), names.end(), "all") != names.end())
+  if (names.size() != 1 && std::find(names.begin(), names.end(), kAll) != names.end())
     return "'" + command + " all' takes no further names";
   return std::nullopt;
 }

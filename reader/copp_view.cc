@@ -20,10 +20,6 @@ Json countsJson(ClassCounts const& counts) {
   return {{"pkts", orNull(counts.pkts)}, {"octets", orNull(counts.octets)}};
 }
 
-std::string textOrNone(std::string_view text) {
-  return text.empty() ? std::string(kNotAvailable) : printable(text);
-}
-
 }  // namespace
 
 ClassCounts totals(Row const& row) {
@@ -46,10 +42,8 @@ std::vector<Line> coppView(Snapshot const& snapshot, bool sinceResetAlone, std::
   TextTable table(std::move(columns));
   for (Row const& row : snapshot.classes) {
     ClassCounts const shown = sinceResetAlone ? sinceReset(row) : totals(row);
-    std::vector<Span> cells{{textOrNone(row.className.view())},
-                            {textOrNone(row.policyMap.view())},
-                            countCell(shown.pkts),
-                            countCell(shown.octets)};
+    std::vector<Span> cells{textCell(row.className.view()), textCell(row.policyMap.view()),
+                            countCell(shown.pkts), countCell(shown.octets)};
     if (!sinceResetAlone) cells.push_back(countCell(sinceReset(row).pkts));
     bool const wasReset = row.lastReset > 0.0;
     cells.push_back(timeCell(snapshot, wasReset ? std::optional(row.lastReset) : std::nullopt));
@@ -64,9 +58,8 @@ std::vector<Line> coppView(Snapshot const& snapshot, bool sinceResetAlone, std::
 Json coppJson(Snapshot const& snapshot) {
   Json all = Json::array();
   for (Row const& row : snapshot.classes) {
-    std::string_view const policyMap = row.policyMap.view();
     all.push_back({{"name", row.className.view()},
-                   {"policyMap", policyMap.empty() ? Json() : Json(policyMap)},
+                   {"policyMap", textJson(row.policyMap.view())},
                    {"stale", !snapshot.agent.alive()},
                    {"lastUpdate", timeJson(row.lastUpdate)},
                    {"age", orNull(ageOf(snapshot, row.lastUpdate))},

@@ -15,8 +15,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-Json text(std::string_view text) { return text.empty() ? Json() : Json(std::string(text)); }
-
 std::string_view name(Interface::AdminState state) {
   switch (state) {
     case Interface::AdminState::up:
@@ -88,6 +86,7 @@ Json interfaceJson(Snapshot const& snapshot, Intf const& intf) {
 
 }  // namespace
 
+Json textJson(std::string_view text) { return text.empty() ? Json() : Json(std::string(text)); }
 Json timeJson(double seconds) { return seconds > 0.0 ? Json(seconds) : Json(); }
 
 Json vlanIntfJson(Snapshot const& snapshot, Intf const& intf) {
@@ -99,16 +98,16 @@ Json vlanIntfJson(Snapshot const& snapshot, Intf const& intf) {
 }
 
 Json intfJson(Snapshot const& snapshot, Intf const& intf) {
-  Json json{{"name", intf.intfId.view()}, {"kernelName", text(intf.kernelName())},
+  Json json{{"name", intf.intfId.view()}, {"kernelName", textJson(intf.kernelName())},
             {"ifIndex", nullptr},         {"alias", nullptr},
             {"adminState", nullptr},      {"operState", nullptr},
             {"speed", nullptr},           {"lastChange", nullptr}};
   if (intf.description) {
     Interface::IntfDescription const& description = *intf.description;
     if (description.ifIndex != 0) json["ifIndex"] = description.ifIndex;
-    json["alias"] = text(description.alias.view());
-    json["adminState"] = text(name(description.adminState));
-    json["operState"] = text(name(description.operState));
+    json["alias"] = textJson(description.alias.view());
+    json["adminState"] = textJson(name(description.adminState));
+    json["operState"] = textJson(name(description.operState));
     if (description.speed != 0) json["speed"] = description.speed;
     json["lastChange"] = timeJson(description.lastChange);
   }

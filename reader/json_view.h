@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "reader/problems.h"
@@ -31,6 +32,8 @@ nlohmann::ordered_json json(Snapshot const& snapshot, std::vector<Problem> const
 nlohmann::ordered_json intfJson(Snapshot const& snapshot, Intf const& intf);
 nlohmann::ordered_json sampleJson(Snapshot const& snapshot, Intf const& intf);
 
+// An empty text stands for none.
+nlohmann::ordered_json textJson(std::string_view text);
 // Times are seconds since the epoch; 0 stands for "never".
 nlohmann::ordered_json timeJson(double seconds);
 template <class T>

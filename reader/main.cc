@@ -103,6 +103,7 @@ ExitCode run(int argc, char const* const* argv) {
     case Options::Command::showDrops:
     case Options::Command::showVlanInterfaces:
     case Options::Command::showCopp:
+    case Options::Command::showVlans:
     case Options::Command::top:
       break;
     case Options::Command::tablesList:
@@ -113,6 +114,7 @@ ExitCode run(int argc, char const* const* argv) {
       return tablesDump(options, now, std::cout, std::cerr);
     case Options::Command::clear:
     case Options::Command::clearCopp:
+    case Options::Command::clearVlans:
     case Options::Command::poll:
     case Options::Command::get:
     case Options::Command::ls:

@@ -8,6 +8,7 @@
 #include "platform/interface/table_directory_default.h"
 #include "reader/control_options.h"
 #include "reader/seconds_option.h"
+#include "reader/vlan_ids.h"
 
 namespace Show {
 
@@ -66,9 +67,9 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
            });
 
   auto const addCommon = [&options](CLI::App& command, char const* name = "NAME",
-                                    char const* about = kNames) {
-    command.add_option(name, options.names, about)->type_name("");
+                                    char const* about = kNames) -> CLI::Option& {
     command.add_flag("--json", options.json, kJson);
+    return *command.add_option(name, options.names, about)->type_name("");
   };
   auto const addSinceClear = [&options](CLI::App& command) {
     command.add_flag("--since-clear", options.sinceClear,
@@ -98,19 +99,26 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
   drops.alias("drop");
   addCommon(drops);
 
-  CLI::App& vlans =
+  CLI::App& vlanIntfs =
       *show.add_subcommand("vlan-interfaces",
                            "Counts or rates of the VLAN interfaces. Octets are as the chip counts "
                            "them: Linux leaves out\n"
                            "the 14 bytes of the Ethernet header of the frames that come in");
-  vlans.alias("vlan-interface");
-  addCommon(vlans);
-  addRates(vlans);
+  vlanIntfs.alias("vlan-interface");
+  addCommon(vlanIntfs);
+  addRates(vlanIntfs);
   CLI::App& copp = *show.add_subcommand(
       "copp", "What each class of the control plane's policing counted, and since its last reset");
   addCommon(copp, "CLASS", "Classes to show: names, or patterns ('copp-*')");
   copp.add_flag("--since-reset", options.sinceReset,
                 "Packets and octets since the class's last reset alone; else as published");
+
+  CLI::App& vlanCounters = *show.add_subcommand(
+      "vlans", "What each VLAN of the bridges counted: what came in from its ports and went out");
+  vlanCounters.alias("vlan");
+  addCommon(vlanCounters, "ID", "VLANs to show: ids, ranges, or lists of both: 10-20,30")
+      .check(wrongVlans);
+  addSinceClear(vlanCounters);
 
   CLI::App& top = *app.add_subcommand(
       "top",
@@ -178,20 +186,22 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
   }
   if (show.parsed() && show.get_subcommands().empty())
     return refused(err,
-                   "'show' must be told what: interfaces, queues, drops, vlan-interfaces or copp");
+                   "'show' must be told what: interfaces, queues, drops, vlan-interfaces, vlans or "
+                   "copp");
   if (!show.parsed() && !top.parsed() && !tableFiles.parsed())
     return refused(err,
                    "a command is needed: show, top, tables, clear, poll, get, ls, invoke, or set");
   options.sort = *sortKeyOf(sortKey);
-  options.command = top.parsed()          ? Options::Command::top
-                    : queues.parsed()     ? Options::Command::showQueues
-                    : drops.parsed()      ? Options::Command::showDrops
-                    : vlans.parsed()      ? Options::Command::showVlanInterfaces
-                    : copp.parsed()       ? Options::Command::showCopp
-                    : verify.parsed()     ? Options::Command::tablesVerify
-                    : dump.parsed()       ? Options::Command::tablesDump
-                    : tableFiles.parsed() ? Options::Command::tablesList
-                                          : Options::Command::showInterfaces;
+  options.command = top.parsed()            ? Options::Command::top
+                    : queues.parsed()       ? Options::Command::showQueues
+                    : drops.parsed()        ? Options::Command::showDrops
+                    : vlanIntfs.parsed()    ? Options::Command::showVlanInterfaces
+                    : vlanCounters.parsed() ? Options::Command::showVlans
+                    : copp.parsed()         ? Options::Command::showCopp
+                    : verify.parsed()       ? Options::Command::tablesVerify
+                    : dump.parsed()         ? Options::Command::tablesDump
+                    : tableFiles.parsed()   ? Options::Command::tablesList
+                                            : Options::Command::showInterfaces;
   return std::nullopt;
 }
 

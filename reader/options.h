@@ -19,12 +19,14 @@ struct Options {
     showDrops,
     showVlanInterfaces,
     showCopp,
+    showVlans,
     top,
     tablesList,
     tablesVerify,
     tablesDump,
     clear,
     clearCopp,
+    clearVlans,
     poll,
     get,
     ls,
@@ -35,7 +37,7 @@ struct Options {
   Command command = Command::showInterfaces;
   std::string directory;
   bool directoryNamed = false;     // by the user; else it is the usual one
-  std::vector<std::string> names;  // of interfaces, classes or tables; none: all
+  std::vector<std::string> names;  // of interfaces, classes, VLANs or tables; none: all
   bool json = false;
   bool sinceClear = false;
 

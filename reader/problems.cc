@@ -17,10 +17,14 @@ std::string_view whyMissing(Table table) {
       return "the agent counts no queues; it may be of an older version";
     case Table::aclDropCounters:
       return "the agent's chip counts no ACL drops, or the agent is of an older version";
-    case Table::vlanCounters:
+    case Table::vlanIntfCounters:
       return "the agent counts no VLAN interfaces; it may be of an older version";
     case Table::coppCounters:
       return "the agent's chip has no control-plane policing, or the agent is of an older version";
+    case Table::vlanCounters:
+    case Table::vlanCounterSnapshots:
+    case Table::vlanDescriptions:
+      return "the agent counts no VLANs; it may be of an older version";
     default:
       return kNotPublished;
   }

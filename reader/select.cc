@@ -6,6 +6,8 @@
 #include <iterator>
 #include <utility>
 
+#include "reader/vlan_ids.h"
+
 namespace Show {
 
 namespace {
@@ -17,6 +19,11 @@ bool means(std::string_view name, std::string_view its) {
 
 bool matches(std::string_view name, Qos::CoppClassCounter const& row) {
   return means(name, row.className.view());
+}
+
+bool matches(std::string const& element, Vlan const& vlan) {
+  auto const range = vlanRangeOf(element);
+  return range && range->contains(vlan.vlanId);
 }
 
 template <class Item>
@@ -52,6 +59,9 @@ std::vector<std::string> select(Snapshot& snapshot, std::vector<std::string> con
 }
 std::vector<std::string> selectClasses(Snapshot& snapshot, std::vector<std::string> const& names) {
   return selectFrom(snapshot.classes, names);
+}
+std::vector<std::string> selectVlans(Snapshot& snapshot, std::vector<std::string> const& lists) {
+  return selectFrom(snapshot.vlans, vlanElements(lists));
 }
 
 }  // namespace Show

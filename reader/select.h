@@ -1,4 +1,4 @@
-// Which interfaces, or classes, a command is about.
+// Which interfaces, classes or VLANs a command is about.
 #pragma once
 
 #include <string>
@@ -18,5 +18,7 @@ bool matches(std::string_view name, Intf const& intf);
 std::vector<std::string> select(Snapshot& snapshot, std::vector<std::string> const& names);
 // The same of classes, which have one name each.
 std::vector<std::string> selectClasses(Snapshot& snapshot, std::vector<std::string> const& names);
+// The same of VLANs, by lists as vlan_ids.h has them. Answers the ids, and the ranges without any.
+std::vector<std::string> selectVlans(Snapshot& snapshot, std::vector<std::string> const& lists);
 
 }  // namespace Show

@@ -12,6 +12,7 @@
 #include "reader/queue_view.h"
 #include "reader/select.h"
 #include "reader/views.h"
+#include "reader/vlan_view.h"
 
 namespace Show {
 
@@ -23,6 +24,7 @@ std::vector<std::vector<Line>> views(Options const& options, Snapshot const& sna
                                      std::size_t width) {
   if (options.command == Command::showQueues) return {queuesView(snapshot, options.basis(), width)};
   if (options.command == Command::showDrops) return {dropsView(snapshot, width)};
+  if (options.command == Command::showVlans) return {vlansView(snapshot, options.basis(), width)};
   if (options.command == Command::showCopp) return {coppView(snapshot, options.sinceReset, width)};
   std::vector<std::vector<Line>> all;
   if (options.rates) all.push_back(ratesView(snapshot, width));
@@ -35,8 +37,8 @@ std::vector<std::vector<Line>> views(Options const& options, Snapshot const& sna
 std::vector<Line> notes(Options const& options, Snapshot const& snapshot) {
   Command const command = options.command;
   bool const ratesAlone = command == Command::showInterfaces && options.rates && !options.errors;
-  bool const clearable =
-      command == Command::showQueues || (command == Command::showInterfaces && !ratesAlone);
+  bool const clearable = command == Command::showQueues || command == Command::showVlans ||
+                         (command == Command::showInterfaces && !ratesAlone);
   std::vector<Line> lines;
   if (options.rates) lines.push_back({{std::string(kRatesNote)}});
   if (clearable && !options.sinceClear && anyCleared(snapshot))
@@ -52,11 +54,36 @@ struct Subject {
 Subject subjectOf(Command command) {
   switch (command) {
     case Command::showVlanInterfaces:
-      return {{"VLAN interface", Table::vlanCounters}, "No VLAN interfaces."};
+      return {{"VLAN interface", Table::vlanIntfCounters}, "No VLAN interfaces."};
     case Command::showCopp:
       return {{"class", Table::coppCounters}, "No classes."};
+    case Command::showVlans:
+      return {{"VLAN", Table::vlanCounters}, "No VLANs."};
     default:
       return {};
+  }
+}
+
+// What the options name is kept; answers the names that mean nothing.
+std::vector<std::string> select(Options const& options, Snapshot& snapshot) {
+  switch (options.command) {
+    case Command::showCopp:
+      return selectClasses(snapshot, options.names);
+    case Command::showVlans:
+      return selectVlans(snapshot, options.names);
+    default:
+      return select(snapshot, options.names);
+  }
+}
+
+bool isEmpty(Command command, Snapshot const& snapshot) {
+  switch (command) {
+    case Command::showCopp:
+      return snapshot.classes.empty();
+    case Command::showVlans:
+      return snapshot.vlans.empty();
+    default:
+      return snapshot.interfaces.empty();
   }
 }
 
@@ -69,9 +96,11 @@ bool nothingToShow(Command command, Snapshot const& snapshot) {
     case Command::showDrops:
       return !wasRead(snapshot, Table::aclDropCounters);
     case Command::showVlanInterfaces:
-      return !wasRead(snapshot, Table::vlanCounters);
+      return !wasRead(snapshot, Table::vlanIntfCounters);
     case Command::showCopp:
       return !wasRead(snapshot, Table::coppCounters);
+    case Command::showVlans:
+      return !wasRead(snapshot, Table::vlanCounters);
     default:
       break;
   }
@@ -89,6 +118,8 @@ nlohmann::ordered_json jsonOf(Options const& options, Snapshot const& snapshot,
       return json(snapshot, wrong, vlanIntfJson);
     case Command::showCopp:
       return json(snapshot, wrong, "classes", coppJson(snapshot));
+    case Command::showVlans:
+      return json(snapshot, wrong, "vlans", vlansJson(snapshot));
     default:
       return json(snapshot, wrong);
   }
@@ -104,9 +135,12 @@ std::vector<Table> tablesOf(Command command) {
     case Command::showDrops:
       return {Table::counters, Table::descriptions, Table::aclDropCounters};
     case Command::showVlanInterfaces:
-      return {Table::counters, Table::descriptions, Table::vlanCounters};
+      return {Table::counters, Table::descriptions, Table::vlanIntfCounters};
     case Command::showCopp:
       return {Table::counters, Table::coppCounters};
+    case Command::showVlans:
+      return {Table::counters, Table::vlanCounters, Table::vlanCounterSnapshots,
+              Table::vlanDescriptions};
     default:
       return {Table::counters, Table::clearCounters, Table::descriptions};
   }
@@ -118,12 +152,10 @@ IntfKind intfKindOf(Command command) {
 
 ExitCode show(Options const& options, Snapshot snapshot, Place const& place, std::ostream& out,
               std::ostream& err) {
-  bool const classes = options.command == Command::showCopp;
   Subject const subject = subjectOf(options.command);
-  auto const unknown =
-      classes ? selectClasses(snapshot, options.names) : select(snapshot, options.names);
+  auto const unknown = select(options, snapshot);
   auto const wrong = problems(snapshot, unknown, subject.named);
-  bool const none = classes ? snapshot.classes.empty() : snapshot.interfaces.empty();
+  bool const none = isEmpty(options.command, snapshot);
   if (options.json) {
     out << jsonText(jsonOf(options, snapshot, wrong), false);
   } else if (!nothingToShow(options.command, snapshot) && !none) {

@@ -4,6 +4,15 @@
 
 namespace Show {
 
+namespace {
+
+// Rows begin with a 0, which is no time.
+std::optional<double> timeOf(double lastUpdate) {
+  return lastUpdate > 0.0 ? std::optional(lastUpdate) : std::nullopt;
+}
+
+}  // namespace
+
 bool wasRead(Snapshot const& snapshot, Table table) {
   auto const read = snapshot.tables.find(table);
   return read != snapshot.tables.end() && read->second.answer == Glim::Answer::ok;
@@ -24,13 +33,18 @@ std::optional<double> age(Snapshot const& snapshot, Intf const& intf) {
 }
 
 std::optional<double> cleared(Intf const& intf) {
-  if (!intf.atLastClear || !(intf.atLastClear->statistics.lastUpdate > 0.0)) return std::nullopt;
-  return intf.atLastClear->statistics.lastUpdate;
+  return intf.atLastClear ? timeOf(intf.atLastClear->statistics.lastUpdate) : std::nullopt;
+}
+std::optional<double> cleared(Vlan const& vlan) {
+  return vlan.atLastClear ? timeOf(vlan.atLastClear->lastUpdate) : std::nullopt;
 }
 
 bool anyCleared(Snapshot const& snapshot) {
-  return std::any_of(snapshot.interfaces.begin(), snapshot.interfaces.end(),
-                     [](Intf const& intf) { return cleared(intf).has_value(); });
+  auto const any = [](auto const& items) {
+    return std::any_of(items.begin(), items.end(),
+                       [](auto const& item) { return cleared(item).has_value(); });
+  };
+  return any(snapshot.interfaces) || any(snapshot.vlans);
 }
 
 }  // namespace Show

@@ -11,6 +11,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/bridging/vlan_counter_tables.h"
+#include "platform/bridging/vlan_description.h"
 #include "platform/glim/answer.h"
 #include "platform/interface/counter_tables.h"
 #include "platform/interface/intf_description.h"
@@ -51,6 +53,14 @@ struct Intf {
   }
 };
 
+// One VLAN: known to the table of counters or that of descriptions.
+struct Vlan {
+  Bridging::VlanId vlanId;
+  std::optional<Glim::Bridging::VlanCounter> counters;     // totals
+  std::optional<Glim::Bridging::VlanCounter> atLastClear;  // the totals at the last clear
+  std::optional<Bridging::VlanDescription> description;
+};
+
 // How the reading of one table went.
 struct TableRead {
   Glim::Answer answer = Glim::Answer::missing;  // of the whole table
@@ -86,14 +96,23 @@ enum class Table : std::uint8_t {
   queueCounters,
   clearQueueCounters,
   aclDropCounters,
-  vlanCounters,
+  vlanIntfCounters,
   coppCounters,
+  vlanCounters,
+  vlanCounterSnapshots,
+  vlanDescriptions,
 };
-inline constexpr std::array<std::string_view, 8> kTableNames{
-    Interface::kIntfCounters,           Interface::kIntfClearCounters,
-    Interface::kIntfDescriptions,       Interface::kIntfQueueCounters,
-    Interface::kIntfClearQueueCounters, Interface::kAclDropCounters,
-    Interface::kVlanIntfCounters,       Qos::kCoppCounters};
+inline constexpr std::array kTableNames{Interface::kIntfCounters,
+                                        Interface::kIntfClearCounters,
+                                        Interface::kIntfDescriptions,
+                                        Interface::kIntfQueueCounters,
+                                        Interface::kIntfClearQueueCounters,
+                                        Interface::kAclDropCounters,
+                                        Interface::kVlanIntfCounters,
+                                        Qos::kCoppCounters,
+                                        Bridging::kVlanCounters,
+                                        Bridging::kVlanCounterSnapshots,
+                                        Bridging::kVlanDescriptions};
 constexpr std::string_view name(Table table) {
   return kTableNames[static_cast<std::size_t>(table)];
 }
@@ -106,6 +125,7 @@ struct Snapshot {
   std::map<Table, TableRead> tables;           // those that the command takes
   std::vector<Intf> interfaces;                // in the order of their names
   std::vector<Qos::CoppClassCounter> classes;  // of the control plane's policing; likewise
+  std::vector<Vlan> vlans;                     // in the order of their ids
 };
 
 // Whether the table was asked for, and could be read.
@@ -119,6 +139,8 @@ std::optional<double> age(Snapshot const& snapshot, Intf const& intf);
 // When the counters of the interface were last cleared, in seconds since the epoch: the time of the
 // sample to which the counts since then relate. Nothing when they never were.
 std::optional<double> cleared(Intf const& intf);
+std::optional<double> cleared(Vlan const& vlan);
+// Of the interfaces or VLANs that the snapshot has.
 bool anyCleared(Snapshot const& snapshot);
 
 // Whether the link went, and its rows were kept.

@@ -1,7 +1,6 @@
 #include "reader/source.h"
 
 #include <algorithm>
-#include <map>
 #include <utility>
 #include <vector>
 
@@ -16,6 +15,7 @@ constexpr int kAttempts = 4;
 bool isKnown(Intf const& intf) {
   return intf.counters || intf.description || intf.queues || intf.drops || intf.vlanCounters;
 }
+bool isKnown(Vlan const& vlan) { return vlan.counters || vlan.description; }
 
 }  // namespace
 
@@ -28,18 +28,23 @@ Source::Source(std::string directory, Trust trust, std::vector<Table> const& wan
     : _directory(std::move(directory)),
       _trust(trust),
       _kind(kind),
-      _tables(EthRows(_directory, Table::clearCounters, &Intf::atLastClear),
-              QueueRows(_directory, Table::clearQueueCounters, &Intf::queuesAtLastClear),
-              EthRows(_directory, Table::counters, &Intf::counters),
-              DescriptionRows(_directory, Table::descriptions, &Intf::description),
-              QueueRows(_directory, Table::queueCounters, &Intf::queues),
-              DropRows(_directory, Table::aclDropCounters, &Intf::drops),
-              VlanRows(_directory, Table::vlanCounters, &Intf::vlanCounters)),
+      _intfTables(EthRows(_directory, Table::clearCounters, &Intf::atLastClear),
+                  QueueRows(_directory, Table::clearQueueCounters, &Intf::queuesAtLastClear),
+                  EthRows(_directory, Table::counters, &Intf::counters),
+                  DescriptionRows(_directory, Table::descriptions, &Intf::description),
+                  QueueRows(_directory, Table::queueCounters, &Intf::queues),
+                  DropRows(_directory, Table::aclDropCounters, &Intf::drops),
+                  VlanIntfRows(_directory, Table::vlanIntfCounters, &Intf::vlanCounters)),
+      _vlanTables(VlanRows(_directory, Table::vlanCounterSnapshots, &Vlan::atLastClear),
+                  VlanRows(_directory, Table::vlanCounters, &Vlan::counters),
+                  VlanDescriptionRows(_directory, Table::vlanDescriptions, &Vlan::description)),
       _classes(_directory, Table::coppCounters) {
   auto const want = [&wanted](auto& table) {
     table.wanted = std::find(wanted.begin(), wanted.end(), table.which) != wanted.end();
   };
-  std::apply([&want](auto&... table) { (want(table), ...); }, _tables);
+  auto const wantEach = [&want](auto&... table) { (want(table), ...); };
+  std::apply(wantEach, _intfTables);
+  std::apply(wantEach, _vlanTables);
   want(_classes);
 }
 
@@ -74,28 +79,40 @@ std::vector<Record> Source::read(Rows<Record>& table, TableRead& read) {
   return rows;
 }
 
+template <class Key, class Item, class... Record>
+std::map<Key, Item> Source::join(std::tuple<ItemRows<Item, Record>...>& tables,
+                                 Snapshot& snapshot) {
+  std::map<Key, Item> items;
+  auto const add = [&]<class One>(ItemRows<Item, One>& table) {
+    if (!table.wanted) return;
+    for (One const& row : read(table, snapshot.tables[table.which]))
+      items[Glim::RecordTraits<One>::key(row)].*table.member = row;
+    if (table.which == Table::counters && table.reader.attached())
+      snapshot.agent = agentStatus(table.reader.status());
+  };
+  std::apply([&add](auto&... table) { (add(table), ...); }, tables);
+  std::erase_if(items, [](auto const& item) { return !isKnown(item.second); });
+  return items;
+}
+
 Snapshot Source::take(double now) {
   Snapshot snapshot;
   snapshot.now = now;
   snapshot.directory = _directory;
   snapshot.directoryNamed = _trust == Trust::directoryOwner;
-  std::map<Pekt::IntfId, Intf> interfaces;
-  auto const join = [&](auto& table) {
-    if (!table.wanted) return;
-    for (auto const& row : read(table, snapshot.tables[table.which]))
-      interfaces[row.intfId].*table.member = row;
-    if (table.which == Table::counters && table.reader.attached())
-      snapshot.agent = agentStatus(table.reader.status());
-  };
-  std::apply([&join](auto&... table) { (join(table), ...); }, _tables);
+  auto interfaces = join<Pekt::IntfId>(_intfTables, snapshot);
   if (_classes.wanted) snapshot.classes = read(_classes, snapshot.tables[_classes.which]);
   std::sort(snapshot.classes.begin(), snapshot.classes.end(),
             [](auto const& a, auto const& b) { return a.className < b.className; });
   snapshot.interfaces.reserve(interfaces.size());
   for (auto& [intfId, intf] : interfaces) {
-    if (!isKnown(intf) || (_kind && kindOf(intfId) != *_kind)) continue;
+    if (_kind && kindOf(intfId) != *_kind) continue;
     intf.intfId = intfId;
     snapshot.interfaces.push_back(std::move(intf));
+  }
+  for (auto& [vlanId, vlan] : join<Bridging::VlanId>(_vlanTables, snapshot)) {
+    vlan.vlanId = vlanId;
+    snapshot.vlans.push_back(std::move(vlan));
   }
   return snapshot;
 }

@@ -1,6 +1,7 @@
 // Where snapshots come from: the tables of a directory, across the agents that write them.
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 #include <tuple>
@@ -34,21 +35,28 @@ class Source {
     Glim::Reader<Record> reader;
     Glim::ReaderOptions options;
   };
-  // A table by interface, and where its rows stand in a snapshot.
-  template <class Record>
-  struct IntfRows : Rows<Record> {
-    IntfRows(std::string const& directory, Table table, std::optional<Record> Intf::*place)
+  // A table of which each row is of one item, and where it stands in that.
+  template <class Item, class Record>
+  struct ItemRows : Rows<Record> {
+    ItemRows(std::string const& directory, Table table, std::optional<Record> Item::*place)
         : Rows<Record>(directory, table), member(place) {}
-    std::optional<Record> Intf::*member;
+    std::optional<Record> Item::*member;
   };
+  template <class Record>
+  using IntfRows = ItemRows<Intf, Record>;
   using EthRows = IntfRows<Interface::EthIntfCounterGlim>;
   using DescriptionRows = IntfRows<Interface::IntfDescription>;
   using QueueRows = IntfRows<Intf::Queues>;
   using DropRows = IntfRows<Glim::Interface::DropCounter>;
-  using VlanRows = IntfRows<Interface::VlanIntfCounterGlim>;
+  using VlanIntfRows = IntfRows<Interface::VlanIntfCounterGlim>;
+  using VlanRows = ItemRows<Vlan, Glim::Bridging::VlanCounter>;
+  using VlanDescriptionRows = ItemRows<Vlan, Bridging::VlanDescription>;
 
   template <class Record>
   std::vector<Record> read(Rows<Record>& table, TableRead& read);
+  // The rows of all of them that are wanted, by their key.
+  template <class Key, class Item, class... Record>
+  std::map<Key, Item> join(std::tuple<ItemRows<Item, Record>...>& tables, Snapshot& snapshot);
   template <class Record>
   Glim::Answer refresh(Rows<Record>& table) const;
 
@@ -56,7 +64,9 @@ class Source {
   Trust _trust;
   std::optional<IntfKind> _kind;
   // The clears come first: one that is made meanwhile would be ahead of the counts.
-  std::tuple<EthRows, QueueRows, EthRows, DescriptionRows, QueueRows, DropRows, VlanRows> _tables;
+  std::tuple<EthRows, QueueRows, EthRows, DescriptionRows, QueueRows, DropRows, VlanIntfRows>
+      _intfTables;
+  std::tuple<VlanRows, VlanRows, VlanDescriptionRows> _vlanTables;
   Rows<Qos::CoppClassCounter> _classes;
 };
 

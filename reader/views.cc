@@ -27,10 +27,8 @@ std::string oneSpaced(std::string_view text) {
 constexpr std::size_t kAliasWidth = 32;
 
 Span aliasCell(Intf const& intf, std::size_t width) {
-  if (!intf.description) return {std::string(kNotAvailable)};
-  std::string const alias = oneSpaced(printable(intf.description->alias.view()));
-  if (alias.empty()) return {std::string(kNotAvailable)};
-  return {width == kUnlimited ? alias : shortened(alias, kAliasWidth)};
+  Span const alias = textCell(intf.description ? intf.description->alias.view() : "");
+  return {width == kUnlimited ? alias.text : shortened(alias.text, kAliasWidth)};
 }
 
 // One table of counters by name.
@@ -110,8 +108,10 @@ bool isDown(Intf const& intf) {
 }
 
 Span nameCell(Intf const& intf) { return {printable(intf.intfId.view())}; }
-Span kernelNameCell(Intf const& intf) {
-  return {intf.kernelName().empty() ? std::string(kNotAvailable) : printable(intf.kernelName())};
+Span kernelNameCell(Intf const& intf) { return textCell(intf.kernelName()); }
+Span textCell(std::string_view text) {
+  std::string const words = oneSpaced(printable(text));
+  return {words.empty() ? std::string(kNotAvailable) : words};
 }
 Span countCell(std::optional<std::uint64_t> value) { return {count(value)}; }
 

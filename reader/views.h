@@ -26,6 +26,8 @@ bool isDown(Intf const& intf);
 Span nameCell(Intf const& intf);
 Span kernelNameCell(Intf const& intf);
 Span countCell(std::optional<std::uint64_t> value);
+// A text of a row, or n/a; two spaces in a row, which would end the cell, are one.
+Span textCell(std::string_view text);
 Span ageCell(Snapshot const& snapshot, Intf const& intf);
 // The same of what has no interface: a row that was sampled so long ago, or never.
 Span ageCell(std::optional<double> seconds, bool stale);

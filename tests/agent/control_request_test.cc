@@ -59,11 +59,24 @@ TEST(ControlRequest, ClearNamesInterfacesOrAll) {
   EXPECT_TRUE(readControlRequest(R"({"op":"clear","all":true})").changes());
 }
 
+TEST(ControlRequest, ClearIsOfIntfsOrOfVlans) {
+  EXPECT_FALSE(readControlRequest(R"({"op":"clear","names":["Ethernet1"]})").ofVlans);
+  EXPECT_FALSE(readControlRequest(R"({"op":"clear","all":true})").ofVlans);
+  EXPECT_TRUE(readControlRequest(R"({"op":"clear","allVlans":true})").ofVlans);
+  auto const vlans = readControlRequest(R"({"op":"clear","vlans":["10","20"]})");
+  EXPECT_TRUE(vlans.ofVlans);
+  EXPECT_EQ(vlans.names, (std::vector<std::string>{"10", "20"}));
+}
+
 // A slip must not clear everything.
 TEST(ControlRequest, ClearOfNothingNamedIsRefused) {
   for (char const* const line :
        {R"({"op":"clear"})", R"({"op":"clear","names":[]})", R"({"op":"clear","all":false})",
-        R"({"op":"clear","all":1})", R"({"op":"clear","all":true,"names":["Ethernet1"]})"})
+        R"({"op":"clear","all":1})", R"({"op":"clear","all":true,"names":["Ethernet1"]})",
+        R"({"op":"clear","vlans":[]})", R"({"op":"clear","vlans":[10]})",
+        R"({"op":"clear","allVlans":false})", R"({"op":"clear","allVlans":true,"vlans":["10"]})",
+        R"({"op":"clear","names":["Ethernet1"],"vlans":["10"]})",
+        R"({"op":"clear","all":true,"allVlans":true})"})
     EXPECT_EQ(refusal(line), ControlCode::badRequest);
 }
 
@@ -113,6 +126,7 @@ TEST(ControlRequest, DeepNestingIsRefused) {
 TEST(ControlCode, EachHasItsName) {
   EXPECT_EQ(name(ControlCode::badRequest), "badRequest");
   EXPECT_EQ(name(ControlCode::unknownInterface), "unknownInterface");
+  EXPECT_EQ(name(ControlCode::unknownVlan), "unknownVlan");
   EXPECT_EQ(name(ControlCode::timeout), "timeout");
 }
 

@@ -11,6 +11,16 @@ using testing::StartsWith;
 class ControlCommands : public AskedAgent {
  protected:
   ExitCode clear(std::vector<std::string> names) { return runOn(Command::clear, std::move(names)); }
+  ExitCode clearVlans(std::vector<std::string> lists) {
+    return runOn(Command::clearVlans, std::move(lists));
+  }
+  void addVlan(std::uint64_t id) {
+    Vlan vlan;
+    vlan.vlanId = Bridging::VlanId(id);
+    vlan.counters.emplace(vlan.vlanId);
+    snapshot.vlans.push_back(vlan);
+    snapshot.tables[Table::vlanCounters].answer = Glim::Answer::ok;
+  }
   ExitCode refusedWith(std::string const& code) {
     answers = {R"({"ok":false,"error":{"code":")" + code + R"(","text":"why"}})"};
     ExitCode const exit = run(Command::get, {"countersSm", "x"});
@@ -151,6 +161,49 @@ TEST_F(ControlCommands, ClearWithoutReadableTablesAsksNothing) {
   snapshot.tables[Table::counters].answer = Glim::Answer::missing;
   EXPECT_EQ(clear({"Ethernet1"}), ExitCode::tableMissing);
   EXPECT_THAT(asked, IsEmpty());
+}
+
+TEST_F(ControlCommands, ClearOfAllVlansIsOneRequest) {
+  answers = {R"({"ok":true,"cleared":3,"time":0.0})"};
+  EXPECT_EQ(clearVlans({"all"}), ExitCode::ok);
+  EXPECT_THAT(asked, ElementsAre(R"({"op":"clear","allVlans":true})"));
+  EXPECT_THAT(out.str(), StartsWith("cleared all 3 VLANs at 19"));
+}
+
+TEST_F(ControlCommands, ClearOfVlansTakesIdsAndRangesAsShowDoes) {
+  for (std::uint64_t const id : {5u, 10u, 12u, 30u}) addVlan(id);
+  answers = {R"({"ok":true,"cleared":3,"vlans":["10","12","30"],"time":0})"};
+  EXPECT_EQ(clearVlans({"10-20,30", "12"}), ExitCode::ok);
+  EXPECT_THAT(asked, ElementsAre(R"({"op":"clear","vlans":["10","12","30"]})"));
+  EXPECT_THAT(out.str(), HasSubstr("\ncleared VLAN 12 at "));
+}
+
+TEST_F(ControlCommands, ClearOfAnUnknownVlanAsksNothing) {
+  addVlan(10);
+  EXPECT_EQ(clearVlans({"10,40-50", "20"}), ExitCode::unknownName);
+  EXPECT_THAT(asked, IsEmpty());
+  EXPECT_EQ(err.str(), "oru-counters: there is no VLAN 40-50, 20, and nothing was cleared\n");
+}
+
+TEST_F(ControlCommands, AVlanThatIsNotCountedYetIsNotCleared) {
+  addVlan(10);
+  snapshot.vlans.back().counters.reset();
+  EXPECT_EQ(clearVlans({"10"}), ExitCode::unknownName);
+  EXPECT_THAT(asked, IsEmpty());
+}
+
+TEST_F(ControlCommands, ClearOfVlansWithoutTheirTableAsksNothing) {
+  snapshot.directory = "/nowhere";
+  snapshot.tables[Table::vlanCounters].answer = Glim::Answer::missing;
+  EXPECT_EQ(clearVlans({"10"}), ExitCode::tableMissing);
+  EXPECT_THAT(asked, IsEmpty());
+}
+
+TEST_F(ControlCommands, AVlanThatTheAgentDoesNotKnowIsAnUnknownName) {
+  addVlan(10);
+  answers = {R"({"ok":false,"error":{"code":"unknownVlan","text":"why"}})"};
+  EXPECT_EQ(clearVlans({"10"}), ExitCode::unknownName);
+  EXPECT_EQ(err.str(), "oru-counters: why\n");
 }
 
 TEST_F(ControlCommands, ManyNamesGoInSeveralRequests) {

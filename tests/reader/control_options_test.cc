@@ -47,6 +47,27 @@ TEST_F(ControlCommandLine, ClearCoppTakesClassesOrAll) {
   EXPECT_EQ(parse({"clear", "Ethernet1", "copp", "all"}), ExitCode::usage);
 }
 
+TEST_F(ControlCommandLine, ClearVlanTakesListsOrAll) {
+  EXPECT_EQ(parse({"clear", "vlan", "10-20,30", "40", "--json"}), std::nullopt);
+  EXPECT_EQ(sut.command, Command::clearVlans);
+  EXPECT_THAT(sut.names, ElementsAre("10-20,30", "40"));
+  EXPECT_TRUE(sut.json);
+  EXPECT_EQ(parse({"clear", "vlan", "all"}), std::nullopt);
+  EXPECT_THAT(sut.names, ElementsAre("all"));
+  EXPECT_EQ(parse({"clear", "vlan"}), ExitCode::usage);
+  EXPECT_EQ(parse({"clear", "vlan", "all", "10"}), ExitCode::usage);
+  EXPECT_THAT(err.str(), HasSubstr("'clear vlan all' takes no further names"));
+  EXPECT_EQ(parse({"clear", "Ethernet1", "vlan", "10"}), ExitCode::usage);
+  EXPECT_THAT(err.str(), HasSubstr("'clear vlan' takes VLANs, and no names of interfaces"));
+}
+
+TEST_F(ControlCommandLine, ClearVlanRefusesWhatIsNoVlan) {
+  for (char const* const wrong : {"0", "4095", "20-10", "10,", "Vlan10", "all,10", ""})
+    EXPECT_EQ(parse({"clear", "vlan", "10", wrong}), ExitCode::usage) << wrong;
+  parse({"clear", "vlan", "4095"});
+  EXPECT_THAT(err.str(), HasSubstr("'4095' is no VLAN: give ids from 1 to 4094"));
+}
+
 TEST_F(ControlCommandLine, PollTakesNamesOrAllAndAKind) {
   EXPECT_EQ(parse({"poll", "Ethernet1", "eth*"}), std::nullopt);
   EXPECT_EQ(sut.command, Command::poll);

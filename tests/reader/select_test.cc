@@ -63,5 +63,16 @@ TEST_F(Selection, AnEmptyNameMeansNone) {
   EXPECT_THAT(names(), IsEmpty());
 }
 
+TEST(SelectVlans, KeepsThoseOfAListAndAnswersWhatHasNone) {
+  Snapshot sut;
+  for (std::uint64_t const id : {10u, 20u, 30u})
+    sut.vlans.emplace_back().vlanId = Bridging::VlanId(id);
+  EXPECT_EQ(selectVlans(sut, {"5-15,40", "30", "41-50", "40"}),
+            (std::vector<std::string>{"40", "41-50"}));
+  ASSERT_EQ(sut.vlans.size(), 2u);
+  EXPECT_EQ(sut.vlans[0].vlanId, Bridging::VlanId(10u));
+  EXPECT_EQ(sut.vlans[1].vlanId, Bridging::VlanId(30u));
+}
+
 }  // namespace
 }  // namespace Show

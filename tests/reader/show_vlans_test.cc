@@ -1,4 +1,4 @@
-// `show vlan-interfaces` as a whole.
+// `show vlans` as a whole.
 #include <gmock/gmock.h>
 
 #include "tests/reader/shown.h"
@@ -11,162 +11,183 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-Intf vlan(std::string_view name, std::string_view kernelName) {
-  Intf made = intf(name, kernelName);
-  made.counters.reset();
-  made.vlanCounters.emplace();
-  made.vlanCounters->intfId = made.intfId;
-  made.vlanCounters->statistics.lastUpdate = kNow - 0.4;
-  return made;
-}
-
-class ShowVlanInterfaces : public Shown {
+class ShowVlans : public Shown {
  protected:
-  ShowVlanInterfaces() {
-    snapshot.interfaces = {vlan("Vlan7", "eth0.7"), vlan("Vlan30", "br0.30")};
-    snapshot.tables = {{Table::counters, {.answer = Glim::Answer::ok, .rows = 1}},
-                       {Table::descriptions, {.answer = Glim::Answer::ok, .rows = 3}},
-                       {Table::vlanCounters, {.answer = Glim::Answer::ok, .rows = 2}}};
-    Interface::IntfStatistics& counts = first().vlanCounters->statistics;
-    counts.inOctets = 18446744073709551615u;
-    counts.inUcastPkts = 40;
-    counts.inMulticastPkts = 2;
-    counts.inDiscards = 3;
-    counts.outOctets = 5000;
-    counts.outUcastPkts = 70;
-    counts.outErrors = 1;
-    Interface::CounterSet unsupported;
-    for (auto const name : {"inErrors", "inUnknownProtos", "outBroadcastPkts"})
-      unsupported.insert(name);
-    for (Intf& intf : snapshot.interfaces) intf.description->unsupported = unsupported.word();
-    first().vlanCounters->rates = {.inBitsRate = 1.25e6,
-                                   .inPktsRate = 840.0,
-                                   .outBitsRate = 2e3,
-                                   .outPktsRate = 1.0,
-                                   .lastUpdate = kNow,
-                                   .seeded = kNow - 100.0};
-    snapshot.interfaces[1].description->operState = Interface::OperState::down;
-    snapshot.interfaces[1].vlanCounters->statistics.lastUpdate = 0.0;
+  // VLAN 10 with all that there is, 20 on a chip that tells no packets apart, 4094 just made.
+  ShowVlans() {
+    snapshot.tables = {{Table::counters, {.answer = Glim::Answer::ok, .rows = 2}},
+                       {Table::vlanCounters, {.answer = Glim::Answer::ok, .rows = 3}},
+                       {Table::vlanCounterSnapshots, {.answer = Glim::Answer::ok, .rows = 3}},
+                       {Table::vlanDescriptions, {.answer = Glim::Answer::ok, .rows = 3}}};
+    snapshot.vlans = {vlan(10, {18446744073709551615u, 40, 2, 1, 5000, 70, 4, 3}),
+                      vlan(20, {1000, 10, 0, 0, 2000, 20, 0, 0}), vlan(4094, {})};
+    first().atLastClear->counts = {18446744073709551600u, 30, 2, 0, 4000, 70, 3, 1};
+    first().atLastClear->lastUpdate = kNow - 60.0;
+    first().description->name = std::string_view("guests");
+    for (char const* const name :
+         {"inMulticastPkts", "inBroadcastPkts", "outMulticastPkts", "outBroadcastPkts"})
+      second().description->unsupported |= Bridging::vlanCounterBit(name);
+    last().counters->lastUpdate = 0.0;
+    last().description.reset();
   }
-  Intf& first() { return snapshot.interfaces[0]; }
-  ExitCode show() { return Shown::show(Command::showVlanInterfaces); }
+  static Vlan vlan(std::uint64_t id, Bridging::VlanCounts const& counts) {
+    Vlan made;
+    made.vlanId = Bridging::VlanId(id);
+    made.counters.emplace(made.vlanId).counts = counts;
+    made.counters->lastUpdate = kNow - 0.5;
+    made.atLastClear.emplace(made.vlanId);
+    made.description.emplace().bridge = std::string_view("br0");
+    return made;
+  }
+  Vlan& first() { return snapshot.vlans[0]; }
+  Vlan& second() { return snapshot.vlans[1]; }
+  Vlan& last() { return snapshot.vlans[2]; }
+  ExitCode show() { return Shown::show(Command::showVlans); }
 };
 
-TEST_F(ShowVlanInterfaces, TakesItsOwnTable) {
-  EXPECT_THAT(tablesOf(Command::showVlanInterfaces),
-              ElementsAre(Table::counters, Table::descriptions, Table::vlanCounters));
-  EXPECT_EQ(intfKindOf(Command::showVlanInterfaces), IntfKind::vlan);
-  for (Command const other :
-       {Command::showInterfaces, Command::showQueues, Command::showDrops, Command::top}) {
+TEST_F(ShowVlans, TakesItsOwnTablesAndTheOneThatTellsOfTheAgent) {
+  EXPECT_THAT(tablesOf(Command::showVlans),
+              ElementsAre(Table::counters, Table::vlanCounters, Table::vlanCounterSnapshots,
+                          Table::vlanDescriptions));
+  for (Command const other : {Command::showInterfaces, Command::showVlanInterfaces, Command::top})
     EXPECT_THAT(tablesOf(other), Not(testing::Contains(Table::vlanCounters)));
-    EXPECT_EQ(intfKindOf(other), IntfKind::ethernet);
-  }
 }
 
-TEST_F(ShowVlanInterfaces, ShowsCounts) {
+TEST_F(ShowVlans, ShowsTotals) {
   EXPECT_EQ(show(), ExitCode::ok);
   EXPECT_EQ("\n" + out.str(), R"(
 Agent running, process 4711, heartbeat 0.4 s ago
+Counters were cleared; --since-clear shows the counts since then.
 
-Interface  Device  State             In octets  In packets  In discards  In errors  Out octets  Out packets  Out discards  Out errors    Age  Alias
-Vlan7      eth0.7  up     18446744073709551615          42            3        n/a        5000           70             0           1  0.4 s  n/a
-Vlan30     br0.30  down                    n/a         n/a          n/a        n/a         n/a          n/a           n/a         n/a  never  n/a
+VLAN  Bridge             In octets  In packets  In multicast  In broadcast  Out octets  Out packets  Out multicast  Out broadcast    Age  Name
+  10  br0     18446744073709551615          43             2             1        5000           77              4              3  0.5 s  guests
+  20  br0                     1000          10           n/a           n/a        2000           20            n/a            n/a  0.5 s  n/a
+4094  n/a                      n/a         n/a           n/a           n/a         n/a          n/a            n/a            n/a  never  n/a
 )");
   EXPECT_EQ(err.str(), "");
 }
 
-TEST_F(ShowVlanInterfaces, ShowsRates) {
-  options.rates = true;
+TEST_F(ShowVlans, ShowsCountsSinceTheClear) {
+  options.sinceClear = true;
   EXPECT_EQ(show(), ExitCode::ok);
   EXPECT_EQ("\n" + out.str(), R"(
 Agent running, process 4711, heartbeat 0.4 s ago
-Rates are the agent's averages over each interface's load interval.
 
-Interface  Device  State  Speed         In  In use  In packets        Out  Out use  Out packets    Age
-Vlan7      eth0.7  up       n/a  1.25 Mb/s     n/a     840 p/s  2.00 kb/s      n/a      1.0 p/s  0.4 s
-Vlan30     br0.30  down     n/a        n/a     n/a         n/a        n/a      n/a          n/a  never
+VLAN  Bridge  In octets  In packets  In multicast  In broadcast  Out octets  Out packets  Out multicast  Out broadcast    Age   Cleared  Name
+  10  br0            15          11             0             1        1000            3              1              2  0.5 s  13:45:40  guests
+  20  br0          1000          10           n/a           n/a        2000           20            n/a            n/a  0.5 s     never  n/a
+4094  n/a           n/a         n/a           n/a           n/a         n/a          n/a            n/a            n/a  never     never  n/a
 )");
 }
 
-TEST_F(ShowVlanInterfaces, OfADeadAgentTheyAreStale) {
+// Totals are modulo 2^64.
+TEST_F(ShowVlans, ATotalThatWentRoundSinceTheClearIsNoHugeDifference) {
+  options.sinceClear = true;
+  first().counters->counts.inOctets = 4;
+  show();
+  EXPECT_THAT(out.str(), HasSubstr("\n  10  br0            20 "));
+}
+
+TEST_F(ShowVlans, AClearThatIsAheadOfTheTotalsSaysNothing) {
+  options.sinceClear = true;
+  first().counters->counts.outOctets = 3999;
+  show();
+  EXPECT_THAT(out.str(), HasSubstr("  3999  "));
+}
+
+TEST_F(ShowVlans, ASnapshotRowWithoutATimeIsNoClear) {
+  options.sinceClear = true;
+  second().atLastClear->counts = second().counters->counts;
+  show();
+  EXPECT_THAT(out.str(), HasSubstr("\n  20  br0          1000 "));
+  first().atLastClear->lastUpdate = 0.0;
+  options.sinceClear = false;
+  show();
+  EXPECT_THAT(out.str(), Not(HasSubstr("Counters were cleared")));
+}
+
+TEST_F(ShowVlans, OfADeadAgentTheyAreStale) {
   killAgent(snapshot);
   show();
-  EXPECT_THAT(out.str(), HasSubstr("  stale 0.4 s  n/a\n"));
+  EXPECT_THAT(out.str(), HasSubstr("  stale 0.5 s  guests\n"));
+  EXPECT_EQ(json(Command::showVlans)["vlans"][0]["stale"], true);
 }
 
-TEST_F(ShowVlanInterfaces, IsSelectedByNameKernelNameOrPattern) {
-  for (char const* const name : {"Vlan7", "eth0.7", "eth*", "Vlan?"}) {
-    auto const all = snapshot;
-    options.names = {name};
-    EXPECT_EQ(show(), ExitCode::ok) << name;
-    EXPECT_THAT(out.str(), HasSubstr("\nVlan7 "));
-    EXPECT_THAT(out.str(), Not(HasSubstr("\nVlan30 ")));
-    snapshot = all;
-  }
-  options.names = {"Vlan8"};
+TEST_F(ShowVlans, ANarrowTerminalKeepsVlansAndPackets) {
+  width = 40;
+  show();
+  EXPECT_THAT(out.str(), HasSubstr("\nVLAN  In packets  Out packets    Age\n"
+                                   "  10          43           77  0.5 s\n"));
+  EXPECT_THAT(out.str(), HasSubstr("\n8 columns hidden: the terminal is too narrow\n"));
+}
+
+TEST_F(ShowVlans, AreSelectedByIdsRangesAndLists) {
+  options.names = {"1-15,4094", "30", "21-29,20"};
   EXPECT_EQ(show(), ExitCode::unknownName);
-  EXPECT_EQ(err.str(), "oru-counters: there is no VLAN interface Vlan8\n");
+  for (char const* const line : {"\n  10 ", "\n  20 ", "\n4094 "})
+    EXPECT_THAT(out.str(), HasSubstr(line));
+  EXPECT_EQ(err.str(),
+            "oru-counters: there is no VLAN 30\noru-counters: there is no VLAN 21-29\n");
+  options.names = {"11-30"};
+  EXPECT_EQ(show(), ExitCode::ok);
+  EXPECT_THAT(out.str(), Not(HasSubstr("\n  10 ")));
+  EXPECT_THAT(out.str(), HasSubstr("\n  20 "));
 }
 
-TEST_F(ShowVlanInterfaces, AsJsonEverythingIsThere) {
-  first().description->ifIndex = 12;
-  first().vlanCounters->statistics.lastUpdate = kNow - 0.5;
-  EXPECT_EQ(json(Command::showVlanInterfaces), Json::parse(R"({
+TEST_F(ShowVlans, AsJsonEverythingIsThere) {
+  EXPECT_EQ(json(Command::showVlans), Json::parse(R"({
     "format": 1,
     "time": 1000000.0,
     "directory": "/tables",
     "agent": {"state": "running", "pid": 4711, "heartbeatAge": 0.4},
     "tables": {
-      "intfCounters": {"status": "ok", "rows": 1, "corruptRows": 0, "busyRows": 0},
-      "intfDescriptions": {"status": "ok", "rows": 3, "corruptRows": 0, "busyRows": 0},
-      "vlanIntfCounters": {"status": "ok", "rows": 2, "corruptRows": 0, "busyRows": 0}
+      "intfCounters": {"status": "ok", "rows": 2, "corruptRows": 0, "busyRows": 0},
+      "vlanCounters": {"status": "ok", "rows": 3, "corruptRows": 0, "busyRows": 0},
+      "vlanCounterSnapshots": {"status": "ok", "rows": 3, "corruptRows": 0, "busyRows": 0},
+      "vlanDescriptions": {"status": "ok", "rows": 3, "corruptRows": 0, "busyRows": 0}
     },
     "problems": [],
-    "interfaces": [
-      {"name": "Vlan7", "kernelName": "eth0.7", "ifIndex": 12, "alias": null, "adminState": "up",
-       "operState": "up", "speed": null, "lastChange": null, "stale": false,
-       "lastUpdate": 999999.5, "age": 0.5,
-       "rates": {"inBitsRate": 1250000.0, "inPktsRate": 840.0, "outBitsRate": 2000.0,
-                 "outPktsRate": 1.0, "lastUpdate": 1000000.0},
+    "vlans": [
+      {"vlanId": 10, "bridge": "br0", "name": "guests", "stale": false,
+       "lastUpdate": 999999.5, "age": 0.5, "cleared": 999940.0,
        "counters": {"inOctets": 18446744073709551615, "inUcastPkts": 40, "inMulticastPkts": 2,
-                    "inBroadcastPkts": 0, "outOctets": 5000, "outUcastPkts": 70,
-                    "outMulticastPkts": 0, "outBroadcastPkts": null, "inDiscards": 3,
-                    "outDiscards": 0, "inErrors": null, "inUnknownProtos": null, "outErrors": 1}},
-      {"name": "Vlan30", "kernelName": "br0.30", "ifIndex": null, "alias": null,
-       "adminState": "up", "operState": "down", "speed": null, "lastChange": null, "stale": false,
-       "lastUpdate": null, "age": null,
-       "rates": {"inBitsRate": null, "inPktsRate": null, "outBitsRate": null, "outPktsRate": null,
-                 "lastUpdate": null},
+                    "inBroadcastPkts": 1, "outOctets": 5000, "outUcastPkts": 70,
+                    "outMulticastPkts": 4, "outBroadcastPkts": 3},
+       "sinceClear": {"inOctets": 15, "inUcastPkts": 10, "inMulticastPkts": 0,
+                      "inBroadcastPkts": 1, "outOctets": 1000, "outUcastPkts": 0,
+                      "outMulticastPkts": 1, "outBroadcastPkts": 2}},
+      {"vlanId": 20, "bridge": "br0", "name": null, "stale": false,
+       "lastUpdate": 999999.5, "age": 0.5, "cleared": null,
+       "counters": {"inOctets": 1000, "inUcastPkts": 10, "inMulticastPkts": null,
+                    "inBroadcastPkts": null, "outOctets": 2000, "outUcastPkts": 20,
+                    "outMulticastPkts": null, "outBroadcastPkts": null},
+       "sinceClear": {"inOctets": 1000, "inUcastPkts": 10, "inMulticastPkts": null,
+                      "inBroadcastPkts": null, "outOctets": 2000, "outUcastPkts": 20,
+                      "outMulticastPkts": null, "outBroadcastPkts": null}},
+      {"vlanId": 4094, "bridge": null, "name": null, "stale": false,
+       "lastUpdate": null, "age": null, "cleared": null,
        "counters": {"inOctets": null, "inUcastPkts": null, "inMulticastPkts": null,
                     "inBroadcastPkts": null, "outOctets": null, "outUcastPkts": null,
-                    "outMulticastPkts": null, "outBroadcastPkts": null, "inDiscards": null,
-                    "outDiscards": null, "inErrors": null, "inUnknownProtos": null,
-                    "outErrors": null}}
+                    "outMulticastPkts": null, "outBroadcastPkts": null},
+       "sinceClear": {"inOctets": null, "inUcastPkts": null, "inMulticastPkts": null,
+                      "inBroadcastPkts": null, "outOctets": null, "outUcastPkts": null,
+                      "outMulticastPkts": null, "outBroadcastPkts": null}}
     ]})"));
 }
 
-TEST_F(ShowVlanInterfaces, WithoutItsTableItSaysWhatThatMeans) {
+TEST_F(ShowVlans, WithoutItsTableItSaysWhatThatMeans) {
   snapshot.tables[Table::vlanCounters].answer = Glim::Answer::missing;
   EXPECT_EQ(show(), ExitCode::tableMissing);
   EXPECT_THAT(out.str(), IsEmpty());
   EXPECT_EQ(err.str(),
-            "oru-counters: there is no table /tables/vlanIntfCounters.glim: the agent counts no "
-            "VLAN interfaces; it may be of an older version\n");
+            "oru-counters: there is no table /tables/vlanCounters.glim: the agent counts no VLANs; "
+            "it may be of an older version\n");
 }
 
-TEST_F(ShowVlanInterfaces, WithoutAnyItSaysSo) {
-  snapshot.interfaces.clear();
+TEST_F(ShowVlans, WithoutAnyItSaysSo) {
+  snapshot.vlans.clear();
   EXPECT_EQ(show(), ExitCode::ok);
-  EXPECT_EQ(out.str(), "Agent running, process 4711, heartbeat 0.4 s ago\n\nNo VLAN interfaces.\n");
-}
-
-TEST_F(ShowVlanInterfaces, OtherCommandsPointToIt) {
-  snapshot.interfaces = {intf("Ethernet1", "eth0")};
-  options.names = {"Vlan7"};
-  EXPECT_EQ(Shown::show(Command::showInterfaces), ExitCode::unknownName);
-  EXPECT_EQ(err.str(),
-            "oru-counters: there is no interface Vlan7 here; of VLAN interfaces, see: oru-counters "
-            "show vlan-interfaces\n");
+  EXPECT_EQ(out.str(), "Agent running, process 4711, heartbeat 0.4 s ago\n\nNo VLANs.\n");
 }
 
 }  // namespace

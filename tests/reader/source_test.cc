@@ -145,7 +145,7 @@ TEST_F(SourceOfTables, SnapshotsHaveTheIntfsOfOneKindOrOfAll) {
   tables.write(row);
   auto const namesOf = [&](std::optional<IntfKind> kind) {
     Source source(tables.directory(), Trust::directoryOwner,
-                  {Table::counters, Table::descriptions, Table::vlanCounters}, kind);
+                  {Table::counters, Table::descriptions, Table::vlanIntfCounters}, kind);
     std::vector<std::string> names;
     for (Intf const& intf : source.take(0.0).interfaces) names.emplace_back(intf.intfId.view());
     return names;
