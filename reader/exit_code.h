@@ -11,10 +11,10 @@ namespace Show {
 // with damageFound, else with rowsLeftOut, else with unknownName.
 enum class ExitCode : int {
   ok = 0,
-  failed = 1,        // the machine gave out: output could not be written, no memory
-  usage = 2,         // an option or a value that there is not
-  unknownName = 3,   // a NAME that no interface, class or table has; the others are shown, and
-                     // nothing is cleared or polled
+  failed = 1,       // the machine gave out: output could not be written, no memory
+  usage = 2,        // an option or a value that there is not
+  unknownName = 3,  // a NAME that no interface, class, VLAN or table has; the others are shown, and
+                    // nothing is cleared or polled
   tableMissing = 4,  // no such directory or table: the agent never ran there
   unreadable = 5,    // no permission, or the file could not be opened
   notATable = 6,     // the file is no table, is damaged or cut short
@@ -63,8 +63,8 @@ inline constexpr std::string_view kExitCodesText =
     "  0  all is shown\n"
     "  1  the output could not be written, or the machine gave out\n"
     "  2  wrong usage\n"
-    "  3  a NAME that no interface, class or table has; the others are shown, nothing is cleared\n"
-    "     or polled\n"
+    "  3  a NAME that no interface, class, VLAN or table has; the others are shown, nothing is\n"
+    "     cleared or polled\n"
     "  4  no tables there: the agent has not run\n"
     "  5  a table cannot be opened: no permission\n"
     "  6  a file is no table, or is damaged\n"

@@ -8,7 +8,7 @@ chip that is polled once an hour.
 import json
 
 import harness
-from control_test import REFUSED, UNKNOWN_NAME, WRONG_ARGUMENTS, Asking
+from control_test import (AGENT_FAILED, REFUSED, UNKNOWN_NAME, USAGE, WRONG_ARGUMENTS, Asking)
 from harness import await_that
 
 POLICY_MAP = "copp-system-policy"
@@ -66,6 +66,65 @@ class VlanInterfaces(OnASimulatedChip):
                                    f"{name} is not, and nothing was cleared\n")
         self.assertIsNone(self.link("Ethernet1")["cleared"])
         self.assertNotIn("Vlan", self.well("clear", "*"))
+
+
+class Vlans(OnASimulatedChip):
+    def counted(self):
+        return {each["vlanId"]: each
+                for each in json.loads(self.well("show", "vlans", "--json"))["vlans"]}
+
+    def setUp(self):
+        super().setUp()
+        await_that("both", lambda: sorted(self.counted()) == [10, 11])
+        await_that("a poll of both",
+                   lambda: all(each["lastUpdate"] for each in self.counted().values()))
+
+    def test_they_are_shown_by_themselves(self):
+        self.assertRegex(self.well("show", "vlans"), r"\n  10  simulated +\d+ ")
+        self.assertNotRegex(self.well("show", "vlans", "11-20"), r"\n  10 ")
+        self.assertEqual(self.ask("show", "vlans", "11,30")[::2],
+                         (UNKNOWN_NAME, "oru-counters: there is no VLAN 30\n"))
+        self.assertIn("'4095' is no VLAN", self.refused(USAGE, "show", "vlans", "4095"))
+
+    def test_a_clear_polls_first_and_leaves_totals_and_the_other_vlan(self):
+        before = self.counted()
+        self.assertRegex(self.well("clear", "vlan", "10"), r"\Acleared VLAN 10 at \S+ \S+\n\Z")
+        after = self.counted()
+        self.assertGreater(after[10]["cleared"], before[10]["lastUpdate"])
+        self.assertGreater(after[10]["counters"]["inOctets"], before[10]["counters"]["inOctets"])
+        self.assertEqual(set(after[10]["sinceClear"].values()), {0})
+        self.assertIsNone(after[11]["cleared"])
+        self.assertEqual(after[11]["sinceClear"], after[11]["counters"])
+
+    def test_what_comes_after_a_clear_is_shown_since_then(self):
+        self.assertRegex(self.well("clear", "vlan", "all"), r"\Acleared all 2 VLANs at ")
+        def more():
+            self.well("invoke", "vlanCountersSm", "handleTime")
+            one = self.counted()[10]
+            return one["sinceClear"]["inOctets"] and one
+        one = await_that("octets since the clear", more)
+        self.assertLess(one["sinceClear"]["inOctets"], one["counters"]["inOctets"])
+        cleared = one["cleared"]
+        self.well("clear", "vlan", "10-11")
+        self.assertGreater(self.counted()[10]["cleared"], cleared)
+
+    def test_with_an_unknown_vlan_nothing_is_cleared(self):
+        self.assertEqual(self.refused(UNKNOWN_NAME, "clear", "vlan", "10,20-30"),
+                         "oru-counters: there is no VLAN 20-30, and nothing was cleared\n")
+        self.assertTrue(all(each["cleared"] is None for each in self.counted().values()))
+
+    def test_a_clear_of_interfaces_leaves_them_alone(self):
+        self.well("clear", "all")
+        self.assertTrue(all(each["cleared"] is None for each in self.counted().values()))
+
+    def test_their_state_machine_is_reached_by_name(self):
+        self.assertIn("vlanCountersSm\n", self.well("ls"))
+        self.assertIn("pollInterval\tvalue\tget,set\n", self.well("ls", "vlanCountersSm"))
+        self.assertEqual(self.well("get", "vlanCountersSm", "pollInterval"), "3600\n")
+        self.well("set", "vlanCountersSm", "initialized", "false")
+        self.assertIn("initialized is false", self.refused(AGENT_FAILED, "clear", "vlan", "10"))
+        self.well("set", "vlanCountersSm", "initialized", "true")
+        self.well("clear", "vlan", "10")
 
 
 class Copp(OnASimulatedChip):

@@ -59,6 +59,24 @@ TEST_F(CommandLine, ShowCoppTakesClassesAndItsFlag) {
   EXPECT_EQ(parse({"show", "copp", "--since-clear"}), ExitCode::usage);
 }
 
+TEST_F(CommandLine, ShowVlansTakesListsAndFlags) {
+  EXPECT_EQ(parse({"show", "vlans", "10-20,30", "40", "--since-clear", "--json"}), std::nullopt);
+  EXPECT_EQ(sut.command, Options::Command::showVlans);
+  EXPECT_THAT(sut.names, ElementsAre("10-20,30", "40"));
+  EXPECT_EQ(sut.basis(), Basis::sinceClear);
+  EXPECT_TRUE(sut.json);
+  EXPECT_EQ(parse({"show", "vlan"}), std::nullopt);
+  EXPECT_EQ(sut.command, Options::Command::showVlans);
+  EXPECT_EQ(parse({"show", "vlans", "--rates"}), ExitCode::usage);
+}
+
+TEST_F(CommandLine, ShowVlansRefusesWhatIsNoVlan) {
+  for (char const* const wrong : {"0", "4095", "20-10", "10,", "Vlan10", "all", ""})
+    EXPECT_EQ(parse({"show", "vlans", "10", wrong}), ExitCode::usage) << wrong;
+  parse({"show", "vlans", "4095"});
+  EXPECT_THAT(err.str(), HasSubstr("'4095' is no VLAN: give ids from 1 to 4094"));
+}
+
 TEST_F(CommandLine, ShowQueuesTakesNamesAndFlags) {
   EXPECT_EQ(parse({"show", "queues", "Ethernet1", "eth*"}), std::nullopt);
   EXPECT_EQ(sut.command, Options::Command::showQueues);

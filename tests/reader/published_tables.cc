@@ -55,6 +55,12 @@ void PublishedTables::startVlansAndCopp(std::uint32_t maxRows) {
   take(_classes, Qos::kCoppCounters, maxRows);
 }
 
+void PublishedTables::startVlans(std::uint32_t maxRows) {
+  take(_vlanCounters, Bridging::kVlanCounters, maxRows);
+  take(_vlanSnapshots, Bridging::kVlanCounterSnapshots, maxRows);
+  take(_vlanDescriptions, Bridging::kVlanDescriptions, maxRows);
+}
+
 void PublishedTables::stop() {
   _counters = nullptr;
   _clear = nullptr;
@@ -64,6 +70,9 @@ void PublishedTables::stop() {
   _drops = nullptr;
   _vlans = nullptr;
   _classes = nullptr;
+  _vlanCounters = nullptr;
+  _vlanSnapshots = nullptr;
+  _vlanDescriptions = nullptr;
 }
 
 void PublishedTables::writeTwo() {

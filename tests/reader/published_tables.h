@@ -7,6 +7,8 @@
 #include <memory>
 #include <string>
 
+#include "platform/bridging/vlan_counter_tables.h"
+#include "platform/bridging/vlan_description.h"
 #include "platform/dov/debug_handler.h"
 #include "platform/interface/counter_tables.h"
 #include "platform/kel/ptr_interface.h"
@@ -31,6 +33,8 @@ class PublishedTables {
   void startQueuesAndDrops(std::uint32_t maxRows = 64);
   // An agent that counts VLAN interfaces and policing classes besides. REQUIRES: start()
   void startVlansAndCopp(std::uint32_t maxRows = 64);
+  // An agent that counts the VLANs of bridges besides. REQUIRES: start()
+  void startVlans(std::uint32_t maxRows = 64);
   // It ends in good order.
   void stop();
 
@@ -43,6 +47,11 @@ class PublishedTables {
   void write(Glim::Interface::DropCounter const& row) { _drops->counterIs(row); }
   void write(Interface::VlanIntfCounterGlim const& row) { _vlans->counterIs(row); }
   void write(Qos::CoppClassCounter const& row) { _classes->counterIs(row); }
+  void write(Glim::Bridging::VlanCounter const& row) { _vlanCounters->vlanCounterIs(row); }
+  void writeClear(Glim::Bridging::VlanCounter const& row) {
+    _vlanSnapshots->vlanCounterSnapshotIs(row);
+  }
+  void write(Bridging::VlanDescription const& row) { _vlanDescriptions->descriptionIs(row); }
   // Two interfaces: Ethernet1 (eth0, up) and Ethernet2 (eth1, down), with a row of each.
   void writeTwo();
 
@@ -65,6 +74,9 @@ class PublishedTables {
   Kel::Ptr<Glim::Interface::AllDropCounterDir> _drops;
   Kel::Ptr<Interface::AllVlanIntfCounterGlim> _vlans;
   Kel::Ptr<Qos::AllCoppClassCounter> _classes;
+  Kel::Ptr<Glim::Bridging::VlanCounterDir> _vlanCounters;
+  Kel::Ptr<Glim::Bridging::VlanCounterSnapshotDir> _vlanSnapshots;
+  Kel::Ptr<Bridging::AllVlanDescription> _vlanDescriptions;
 };
 
 }  // namespace Show

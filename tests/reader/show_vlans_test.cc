@@ -126,8 +126,7 @@ TEST_F(ShowVlans, AreSelectedByIdsRangesAndLists) {
   EXPECT_EQ(show(), ExitCode::unknownName);
   for (char const* const line : {"\n  10 ", "\n  20 ", "\n4094 "})
     EXPECT_THAT(out.str(), HasSubstr(line));
-  EXPECT_EQ(err.str(),
-            "oru-counters: there is no VLAN 30\noru-counters: there is no VLAN 21-29\n");
+  EXPECT_EQ(err.str(), "oru-counters: there is no VLAN 30\noru-counters: there is no VLAN 21-29\n");
   options.names = {"11-30"};
   EXPECT_EQ(show(), ExitCode::ok);
   EXPECT_THAT(out.str(), Not(HasSubstr("\n  10 ")));
