@@ -50,7 +50,7 @@ std::vector<Line> vlansView(Snapshot const& snapshot, Basis basis, std::size_t w
                               {"Out packets", kRight, 1},
                               {"Out multicast", kRight, 6},
                               {"Out broadcast", kRight, 6},
-                              {"Age", kRight, 4}};
+                              {"Age", kRight, 2}};
   if (basis == Basis::sinceClear) columns.push_back({kClearedTitle, kRight, 2});
   columns.push_back({"Name", kLeft, 7});
   TextTable table(std::move(columns));

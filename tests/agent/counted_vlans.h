@@ -37,7 +37,7 @@ class CountedVlans : public testing::Test {
  protected:
   static constexpr Kel::Seconds kNow = 1000.0;
 
-  // VLANs 10 and 20, polled at kNow; since then 7 octets came in on each.
+  // VLANs 10 and 20, which were not polled yet, and 7 octets that came in on each.
   CountedVlans() {
     wheel->timeIs(kNow);
     for (Bridging::VlanId const vlanId : {v10, v20}) config->vlanConfigIs({vlanId});
