@@ -26,7 +26,10 @@ class ProgramOfVlans : public Program {
       row.counts.inOctets = 1000 + id;
       row.lastUpdate = Kel::System::currentTime();
       tables.write(row);
-      tables.write(Bridging::VlanDescription{.vlanId = row.vlanId, .bridge = {"br0"}});
+      Bridging::VlanDescription description;
+      description.vlanId = row.vlanId;
+      description.bridge = std::string_view("br0");
+      tables.write(description);
       row.counts.inOctets = 1000;
       if (id == 30) tables.writeClear(row);
     }
