@@ -20,4 +20,24 @@ StoredQueueOffsets QueueOffsetRow::stored() const {
   return {{generation, static_cast<std::int64_t>(ifindex)}, sources, offsets};
 }
 
+VlanOffsetRow VlanOffsetRow::of(Pekt::IntfId const& intfId, StoredOffsets const& offsets) {
+  PortTotals const& totals = offsets.offsets;
+  return {intfId,
+          offsets.identity.generation,
+          static_cast<std::uint64_t>(offsets.identity.ifindex),
+          totals[PortField::inOctets],
+          totals[PortField::inPkts],
+          totals[PortField::outOctets],
+          totals[PortField::outPkts]};
+}
+
+StoredOffsets VlanOffsetRow::stored() const {
+  StoredOffsets stored{{generation, static_cast<std::int64_t>(ifindex)}, {}};
+  stored.offsets[PortField::inOctets] = inOctets;
+  stored.offsets[PortField::inPkts] = inPkts;
+  stored.offsets[PortField::outOctets] = outOctets;
+  stored.offsets[PortField::outPkts] = outPkts;
+  return stored;
+}
+
 }  // namespace Hardware::Linux

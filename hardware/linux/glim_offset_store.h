@@ -14,6 +14,7 @@ namespace Hardware::Linux {
 /// The names of those tables within the agent's directory.
 inline constexpr std::string_view kLinkOffsets = "linkOffsets";
 inline constexpr std::string_view kQueueOffsets = "queueOffsets";
+inline constexpr std::string_view kVlanOffsets = "vlanOffsets";
 
 /// A row of the agent's private table of the ports' offsets.
 struct OffsetRow {
@@ -36,6 +37,20 @@ struct QueueOffsetRow {
 
   static QueueOffsetRow of(Pekt::IntfId const& intfId, StoredQueueOffsets const& offsets);
   StoredQueueOffsets stored() const;
+};
+
+/// The same of the VLANs of a bridge, under the names of their interfaces: what is counted of them.
+struct VlanOffsetRow {
+  Pekt::IntfId intfId;
+  std::uint64_t generation = 0;
+  std::uint64_t ifindex = 0;
+  std::uint64_t inOctets = 0;
+  std::uint64_t inPkts = 0;
+  std::uint64_t outOctets = 0;
+  std::uint64_t outPkts = 0;
+
+  static VlanOffsetRow of(Pekt::IntfId const& intfId, StoredOffsets const& offsets);
+  StoredOffsets stored() const;
 };
 
 namespace Detail {
@@ -86,6 +101,22 @@ struct Glim::RecordTraits<Hardware::Linux::QueueOffsetRow> {
   static Key const& key(Row const& row) { return row.intfId; }
 };
 
+template <>
+struct Glim::RecordTraits<Hardware::Linux::VlanOffsetRow> {
+  using Key = Pekt::IntfId;
+  using Row = Hardware::Linux::VlanOffsetRow;
+  static constexpr std::string_view name = "LinuxVlanOffsets";
+  static constexpr std::array fields{
+      Glim::Field{"intfId", Glim::FieldType::text, offsetof(Row, intfId), sizeof(Key)},
+      Glim::Field{"generation", Glim::FieldType::u64, offsetof(Row, generation)},
+      Glim::Field{"ifindex", Glim::FieldType::u64, offsetof(Row, ifindex)},
+      Glim::Field{"inOctets", Glim::FieldType::u64, offsetof(Row, inOctets)},
+      Glim::Field{"inPkts", Glim::FieldType::u64, offsetof(Row, inPkts)},
+      Glim::Field{"outOctets", Glim::FieldType::u64, offsetof(Row, outOctets)},
+      Glim::Field{"outPkts", Glim::FieldType::u64, offsetof(Row, outPkts)}};
+  static Key const& key(Row const& row) { return row.intfId; }
+};
+
 namespace Hardware::Linux {
 
 /// In a shared-memory table of its own, which outlives the agent just as the tables whose totals it
@@ -124,5 +155,6 @@ class GlimOffsetStoreOf final : public OffsetStoreOf<Offsets> {
 
 using GlimOffsetStore = GlimOffsetStoreOf<StoredOffsets, OffsetRow>;
 using GlimQueueOffsetStore = GlimOffsetStoreOf<StoredQueueOffsets, QueueOffsetRow>;
+using GlimVlanOffsetStore = GlimOffsetStoreOf<StoredOffsets, VlanOffsetRow>;
 
 }  // namespace Hardware::Linux

@@ -1,14 +1,12 @@
 #pragma once
 
-#include <libmnl/libmnl.h>
-
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <system_error>
 
 #include "hardware/linux/link_table.h"
+#include "hardware/linux/news_socket.h"
 
 namespace Hardware::Linux {
 
@@ -30,9 +28,6 @@ class LinkMonitor {
   using SpeedOf = std::function<std::optional<std::uint64_t>(int ifindex)>;
 
   explicit LinkMonitor(SpeedOf speedOf = {}, int receiveBufferBytes = 1 << 20);
-  ~LinkMonitor();
-  LinkMonitor(LinkMonitor const&) = delete;
-  LinkMonitor& operator=(LinkMonitor const&) = delete;
 
   /// Join the kernel's news, then take the list of all links. May be called again after an error:
   /// the events are then what changed since.
@@ -44,27 +39,19 @@ class LinkMonitor {
   std::error_code poll(Events& events);
 
   /// For epoll, readable when there is news. -1 before a successful start.
-  int fd() const;
+  int fd() const { return news_.fd(); }
 
   std::map<int, Link> const& links() const { return table_.links(); }
   /// How often the list was taken anew because news was lost.
   std::uint64_t resynchronisations() const { return resynchronisations_; }
 
  private:
-  enum class Received : std::uint8_t { something, nothing, lost, failed };
-  using Visitor = std::function<void(nlmsghdr const&)>;
-
-  std::error_code open();
   std::error_code takeList(Events& events);
   std::error_code takeListOnce(Events& events);
-  Received receive(Visitor const& visit, std::error_code& error);
   void takeIn(nlmsghdr const& message, Events& events);
 
   SpeedOf speedOf_;
-  int receiveBufferBytes_;
-  mnl_socket* socket_ = nullptr;
-  std::unique_ptr<char[]> buffer_;
-  std::uint32_t sequence_ = 0;
+  NewsSocket news_;
   bool listIsDue_ = false;
   std::uint64_t resynchronisations_ = 0;
   LinkTable table_;

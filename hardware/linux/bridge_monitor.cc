@@ -1,0 +1,84 @@
+#include "hardware/linux/bridge_monitor.h"
+
+#include <linux/if_bridge.h>
+#include <linux/if_link.h>
+#include <linux/rtnetlink.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "hardware/linux/netlink_socket.h"
+
+namespace Hardware::Linux {
+
+BridgeMonitor::BridgeMonitor(std::string name, int receiveBufferBytes)
+    : news_({RTNLGRP_LINK, RTNLGRP_BRVLAN}, receiveBufferBytes), vlans_(std::move(name)) {}
+
+std::error_code BridgeMonitor::start() {
+  if (auto error = news_.open()) return error;
+  return takeList();
+}
+
+std::error_code BridgeMonitor::poll() {
+  using Received = NewsSocket::Received;
+  if (!news_.isOpen()) return {ENOTCONN, std::generic_category()};
+  std::error_code error;
+  while (true) {
+    switch (news_.receive([this](nlmsghdr const& message) { takeIn(message); }, error)) {
+      case Received::something:
+        break;
+      case Received::lost:
+        ++resynchronisations_;
+        listIsDue_ = true;
+        break;
+      case Received::nothing:
+        return listIsDue_ ? takeList() : std::error_code();
+      case Received::failed:
+        return error;
+    }
+  }
+}
+
+std::error_code BridgeMonitor::takeList() {
+  auto const error = listUntilWhole([this] { return takeListOnce(); });
+  if (error) listIsDue_ = true;
+  return error;
+}
+
+// Bridges, and then what they and their ports are in.
+std::error_code BridgeMonitor::takeListOnce() {
+  auto const visit = [this](nlmsghdr const& message) { takeIn(message); };
+  listIsDue_ = false;
+  vlans_.listBegins();
+  ifinfomsg fixed{};
+  NetlinkRequest bridges(RTM_GETLINK, fixed);
+  bridges.put(IFLA_EXT_MASK, std::uint32_t{RTEXT_FILTER_SKIP_STATS});
+  if (auto const error = news_.list(bridges, visit)) return error;
+  fixed.ifi_family = AF_BRIDGE;
+  NetlinkRequest members(RTM_GETLINK, fixed);
+  members.put(IFLA_EXT_MASK, std::uint32_t{RTEXT_FILTER_BRVLAN_COMPRESSED});
+  auto const error = news_.list(members, visit);
+  // A kernel without bridges lists no members of any.
+  if (error && error != std::errc::operation_not_supported) return error;
+  vlans_.listEnds();
+  return std::make_error_code(listIsDue_ ? std::errc::interrupted : std::errc());
+}
+
+void BridgeMonitor::takeIn(nlmsghdr const& message) {
+  if (readBridgeMessage(message, vlans_)) listIsDue_ = true;
+}
+
+std::error_code switchVlanStatsOn(int bridge) {
+  ifinfomsg fixed{};
+  fixed.ifi_index = bridge;
+  NetlinkRequest request(RTM_NEWLINK, fixed);
+  request.nest(IFLA_LINKINFO, [](NetlinkRequest& info) {
+    info.putText(IFLA_INFO_KIND, "bridge");
+    info.nest(IFLA_INFO_DATA,
+              [](NetlinkRequest& data) { data.put(IFLA_BR_VLAN_STATS_ENABLED, std::uint8_t{1}); });
+  });
+  return NetlinkSocket(NETLINK_ROUTE).request(request);
+}
+
+}  // namespace Hardware::Linux

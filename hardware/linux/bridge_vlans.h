@@ -1,0 +1,77 @@
+#pragma once
+
+#include <bitset>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+
+#include "platform/bridging/vlan_id.h"
+
+namespace Hardware::Linux {
+
+/// A set of VLANs, by number.
+using VlanSet = std::bitset<4096>;
+
+/// One bridge, as the kernel describes it.
+struct Bridge {
+  int ifindex = 0;
+  std::string name;
+  bool filters = false;        // by VLANs
+  bool counts = false;         // its VLANs
+  bool countsPerPort = false;  // at its ports, rather than for all of them together
+
+  bool operator==(Bridge const&) const = default;
+};
+
+/// What is known of the machine's bridges and their VLANs; which bridge is served, and its VLANs.
+/// Knows nothing of the kernel.
+///
+/// A VLAN is configured while the bridge or any of its ports is in it. Which bridge is served: the
+/// one of the given name, else of those that filter the one of the lowest number; none if it does
+/// not filter.
+///
+/// A list of all bridges and members may come at any time, mixed with news, as with `LinkTable`.
+class BridgeVlans {
+ public:
+  /// Empty name: any bridge.
+  explicit BridgeVlans(std::string name = {}) : name_(std::move(name)) {}
+
+  void bridgeIs(Bridge const& bridge);
+  /// A link is no bridge, or gone.
+  void linkDel(int ifindex);
+  /// A port, or the bridge itself (`bridge` is its own number), is in these VLANs and no others.
+  void memberIs(int ifindex, int bridge, VlanSet const& vlans);
+  /// A member, of which nothing else may be known yet, is in these VLANs too, or no longer.
+  void vlansAdd(int ifindex, VlanSet const& vlans);
+  void vlansDel(int ifindex, VlanSet const& vlans);
+
+  void listBegins();
+  void listEnds();
+
+  std::map<int, Bridge> const& bridges() const { return bridges_; }
+  Bridge const* served() const;
+  VlanSet const& vlans() const { return vlans_; }
+
+  /// The VLANs that were gone at any time since the last call, those that came back included.
+  VlanSet takeGone();
+
+ private:
+  struct Member {
+    int bridge = 0;  // 0: not known yet
+    VlanSet vlans;
+  };
+  void update();
+
+  std::string const name_;
+  std::map<int, Bridge> bridges_;
+  std::map<int, Member> members_;
+  std::optional<int> served_;
+  VlanSet vlans_;
+  VlanSet gone_;
+  bool listing_ = false;
+  std::set<int> listed_;
+};
+
+}  // namespace Hardware::Linux
