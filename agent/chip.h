@@ -9,6 +9,7 @@
 #include "agent/event_loop.h"
 #include "agent/interfaces.h"
 #include "counters/pollers/helper.h"
+#include "counters/vlan/helper.h"
 #include "platform/qos/copp_class_name.h"
 
 namespace Agent {
@@ -21,7 +22,10 @@ class Chip {
 
   virtual Kel::Ptr<OruHelper::OruHelperCountersSm> helper() const = 0;
 
-  // Tells which interfaces there are, and from now on whenever that changes. Throws
+  // The chip as the counters of VLANs see it.
+  virtual Kel::Ptr<OruHelper::OruVlanCountersHelper> vlanHelper() const = 0;
+
+  // Tells which interfaces and VLANs there are, and from now on whenever that changes. Throws
   // std::system_error when the machine does not say.
   virtual void start(EventLoop& loop) = 0;
 

@@ -31,18 +31,19 @@ class Reader {
         using Interface::LoadInterval;
         config.loadInterval = LoadInterval(seconds(value, LoadInterval::kMin, LoadInterval::kMax));
       } else if (key == "keep-counters") {
-        auto const keep = value.value_exact<bool>();
-        if (!keep) fail(value, "must be true or false");
-        config.keepCounters = *keep;
+        config.keepCounters = truth(value);
       } else if (key == "names") {
         config.names = names(value);
       } else if (key == "acl-drops") {
         config.aclDrops = aclDrops(value);
+      } else if (key == "vlans") {
+        config.vlans = vlans(value);
       } else {
         fail(key.source(),
              std::string(key.str()) +
                  " is not a setting; there are tables, period, interfaces, "
-                 "load-interval, keep-counters and the sections [names] and [acl-drops]");
+                 "load-interval, keep-counters and the sections [names], [acl-drops] and "
+                 "[vlans]");
       }
     }
     return config;
@@ -63,6 +64,12 @@ class Reader {
     auto const text = node.value_exact<std::string>();
     if (!text || text->empty()) fail(node, std::string("must be ") + what + " in quotes");
     return *text;
+  }
+
+  bool truth(toml::node const& node) const {
+    auto const truth = node.value_exact<bool>();
+    if (!truth) fail(node, "must be true or false");
+    return *truth;
   }
 
   Kel::Seconds seconds(toml::node const& node, double min, double max) const {
@@ -100,6 +107,20 @@ class Reader {
       all.emplace(std::string(kernelName.str()), *counter);
     }
     return all;
+  }
+
+  VlanOptions vlans(toml::node const& node) const {
+    VlanOptions options;
+    for (auto const& [key, value] : section(node, "vlans")) {
+      if (key == "bridge")
+        options.bridge = text(value, "the kernel name of a bridge");
+      else if (key == "statistics")
+        options.statistics = truth(value);
+      else
+        fail(key.source(), std::string(key.str()) +
+                               " is not a setting of [vlans]; there are bridge and statistics");
+    }
+    return options;
   }
 
   NameMap names(toml::node const& node) const {

@@ -12,6 +12,10 @@
 //   [acl-drops]                      # kernel name = an nftables counter: family, table, name
 //   eth0 = "inet acl eth0_drops"
 //
+//   [vlans]
+//   bridge = "br0"                   # whose VLANs are counted; without it the first that filters
+//   statistics = true                # have it count them, should it not do so yet
+//
 // Everything may be left out. What is not known, or is out of bounds, is refused: a misspelt
 // setting that is passed over would be one that silently does not hold.
 #pragma once
@@ -34,6 +38,7 @@ struct ConfigFile {
   std::optional<bool> keepCounters;
   NameMap names;
   AclDropMap aclDrops;
+  VlanOptions vlans;
 };
 
 // A file that cannot be used; the text names the file, the line and what is wrong.

@@ -21,12 +21,13 @@ constexpr Kel::Seconds kValidation = 2.0;
 constexpr Kel::Seconds kAskForQueues = 5.0;
 
 std::unique_ptr<Chip> makeChip(Options const& options, LinkNames const& names, Tables& tables,
-                               Interfaces& interfaces, Kel::Ptr<Kel::Clock> const& clock) {
+                               Interfaces& interfaces, Vlans& vlans,
+                               Kel::Ptr<Kel::Clock> const& clock) {
   if (options.chip == ChipKind::simulated)
     return std::make_unique<SimulatedChip>(options.ports, options.vlanInterfaces, options.seed,
-                                           tables, interfaces);
-  return std::make_unique<KernelChip>(names, options.aclDrops, options.keepCounters, tables,
-                                      interfaces, clock);
+                                           tables, interfaces, vlans);
+  return std::make_unique<KernelChip>(names, options.aclDrops, options.keepCounters, options.vlans,
+                                      tables, interfaces, vlans, clock);
 }
 
 }  // namespace
@@ -38,8 +39,9 @@ Host::Host(Options const& options, ClockDriver::Steady steady, Glim::TableLimits
       _controlPlane(_entities.ocsd),
       _tables(options.tables, limits),
       _interfaces(_entities, _tables),
+      _vlans(_tables, _clock, options.period),
       _names(options.interfaces, options.names),
-      _chip(makeChip(options, _names, _tables, _interfaces, _clock)),
+      _chip(makeChip(options, _names, _tables, _interfaces, _vlans, _clock)),
       _steady(std::move(steady)),
       _clockDriver(
           _clock, [this](Kel::Seconds step) { clockWasSetBy(step); }, _steady) {
@@ -72,6 +74,7 @@ void Host::start(EventLoop& loop) {
   _interfaces.removeLeftovers();
   _controlPlane.classesAre(_chip->coppClasses());
   _counters->initializedIs(true);
+  _vlans.start(_chip->vlanHelper());
   _loop = &loop;
   keepControl();
 }
@@ -82,6 +85,7 @@ void Host::keepControl() {
   _control.reset();
   ObjectTree tree;
   tree.rootIs("countersSm", _counters);
+  tree.rootIs("vlanCountersSm", _vlans.counters());
   try {
     _control = std::make_unique<ControlServer>(
         *_loop, _directory,
@@ -102,11 +106,15 @@ void Host::clockWasSetBy(Kel::Seconds step) {
 
 Kel::Seconds Host::turn() {
   Kel::Seconds const next = _clockDriver.turn();
-  if (std::exchange(_clockWasSet, false)) _tables.noSampleAfter(_clock->time());
+  if (std::exchange(_clockWasSet, false)) {
+    _vlans.clockWasSet();
+    _tables.noSampleAfter(_clock->time());
+  }
   _chip->turn();
   _controlPlane.classesAre(_chip->coppClasses());
   retryRefused();
   pollNews();
+  _vlans.pollNews();
   beat();
   // After the clock: what a request reads from the chip was not read before the request came.
   return _control ? std::min(next, _control->turn()) : next;

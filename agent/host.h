@@ -12,6 +12,7 @@
 #include "agent/control_server.h"
 #include "agent/link_names.h"
 #include "agent/options.h"
+#include "agent/vlans.h"
 #include "counters/counters_sm.h"
 
 namespace Agent {
@@ -51,6 +52,7 @@ class Host {
   ControlPlane _controlPlane;
   Tables _tables;
   Interfaces _interfaces;
+  Vlans _vlans;
   LinkNames const _names;
   std::unique_ptr<Chip> const _chip;
   ClockDriver::Steady const _steady;

@@ -64,12 +64,14 @@ Kel::Ptr<LinuxCountersHelper> makeHelper(AclDropMap const& aclDrops, bool keepCo
 }  // namespace
 
 KernelChip::KernelChip(LinkNames const& names, AclDropMap const& aclDrops, bool keepCounters,
-                       Tables& tables, Interfaces& interfaces, Kel::Ptr<Kel::Clock> const& clock)
+                       VlanOptions const& vlanOptions, Tables& tables, Interfaces& interfaces,
+                       Vlans& vlans, Kel::Ptr<Kel::Clock> const& clock)
     : _clock(clock),
       _vlanRows(tables.vlanIntfCounters()),
       _helper(makeHelper(aclDrops, keepCounters, tables, clock)),
       _monitor([this](int ifindex) { return _speed.of(ifindex); }),
-      _sync(names, interfaces, *this) {}
+      _sync(names, interfaces, *this),
+      _kernelVlans(vlanOptions, tables, vlans, clock) {}
 
 void KernelChip::start(EventLoop& loop) {
   Hardware::Linux::LinkMonitor::Events events;
@@ -78,6 +80,7 @@ void KernelChip::start(EventLoop& loop) {
   handle(events);
   lookForClasses();
   loop.readableIs(_monitor.fd(), [this] { takeNews(); });
+  _kernelVlans.start(loop);
 }
 
 std::optional<Interface::CounterSet> KernelChip::unsupported(Pekt::IntfId const& intfId) {
@@ -105,6 +108,7 @@ CoppClassNames const* KernelChip::coppClasses() const {
 void KernelChip::turn() {
   if (_newsIsDue) takeNews();
   lookForClasses();
+  _kernelVlans.turn();
   bool const offsetsFail = _helper->offsetsNotSaved() != 0;
   if (offsetsFail && !_offsetsFail)
     say("the offsets of reset counters could not be kept; should the agent end now, counts may "

@@ -1,8 +1,10 @@
 // The Linux kernel as the chip: the Ethernet links of this network namespace are the interfaces,
-// and the named counters of nftables' table `inet copp` the classes of control-plane policing.
+// the named counters of nftables' table `inet copp` the classes of control-plane policing, and the
+// VLANs those of its bridge.
 #pragma once
 
 #include "agent/chip.h"
+#include "agent/kernel_vlans.h"
 #include "agent/link_sync.h"
 #include "hardware/linux/link_monitor.h"
 #include "hardware/linux/link_speed.h"
@@ -15,10 +17,14 @@ class KernelChip : public Chip, private PortLinks {
  public:
   // Keeps its counts' offsets in tables of its own beside the others. What it is given by
   // reference must outlive it.
-  KernelChip(LinkNames const& names, AclDropMap const& aclDrops, bool keepCounters, Tables& tables,
-             Interfaces& interfaces, Kel::Ptr<Kel::Clock> const& clock);
+  KernelChip(LinkNames const& names, AclDropMap const& aclDrops, bool keepCounters,
+             VlanOptions const& vlanOptions, Tables& tables, Interfaces& interfaces, Vlans& vlans,
+             Kel::Ptr<Kel::Clock> const& clock);
 
   Kel::Ptr<OruHelper::OruHelperCountersSm> helper() const override { return _helper; }
+  Kel::Ptr<OruHelper::OruVlanCountersHelper> vlanHelper() const override {
+    return _kernelVlans.helper();
+  }
   void start(EventLoop& loop) override;
   void retellRefused() override { _sync.serveRefused(); }
   std::optional<Interface::CounterSet> unsupported(Pekt::IntfId const& intfId) override;
@@ -43,6 +49,7 @@ class KernelChip : public Chip, private PortLinks {
   Hardware::Linux::LinkSpeed _speed;
   Hardware::Linux::LinkMonitor _monitor;
   LinkSync _sync;
+  KernelVlans _kernelVlans;
   bool _newsIsDue = false;  // the last try to read it failed
   bool _offsetsFail = false;
   std::optional<Kel::Seconds> _lastLook;  // for policing classes

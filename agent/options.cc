@@ -202,6 +202,7 @@ std::variant<Options, Finished> readOptions(int argc, char const* const* argv) {
       fill(line.keep, file.keepCounters, options.keepCounters);
       options.names = file.names;
       options.aclDrops = file.aclDrops;
+      options.vlans = file.vlans;
     } catch (ConfigError const& error) {
       return refused(error.what());
     }

@@ -24,6 +24,12 @@ using NameMap = std::map<std::string, Pekt::IntfId>;
 // What counts the dropped packets of a link, by its kernel name.
 using AclDropMap = std::map<std::string, Hardware::Linux::NftCounterName>;
 
+// Whose VLANs are counted.
+struct VlanOptions {
+  std::string bridge;       // by its name in the kernel; empty: the first that filters by VLANs
+  bool statistics = false;  // the agent may switch the bridge's counting on
+};
+
 inline constexpr Kel::Seconds kMinPeriod = 0.05, kMaxPeriod = 3600.0, kDefaultPeriod = 2.0;
 inline constexpr std::uint32_t kMaxPorts = 4096, kDefaultPorts = 32;
 inline constexpr std::uint32_t kMaxSimulatedVlans = 4000, kDefaultSimulatedVlans = 4;
@@ -35,7 +41,8 @@ struct Options {
   Interface::LoadInterval loadInterval;  // over which rates are averaged
   bool keepCounters = false;             // rows of links that went stay
   NameMap names;
-  AclDropMap aclDrops;       // links that are not here count what their filters drop
+  AclDropMap aclDrops;  // links that are not here count what their filters drop
+  VlanOptions vlans;
   unsigned traceLevels = 0;  // one bit a level
   ChipKind chip = ChipKind::kernel;
   std::uint32_t ports = kDefaultPorts;                    // of the simulated chip

@@ -7,18 +7,23 @@ namespace Agent {
 using Hardware::Simulated::CountersHelper;
 
 SimulatedChip::SimulatedChip(std::uint32_t ports, std::uint32_t vlanInterfaces, std::uint64_t seed,
-                             Tables& tables, Interfaces& interfaces)
+                             Tables& tables, Interfaces& interfaces, Vlans& vlans)
     : _chip(std::make_shared<Hardware::Simulated::Chip const>(
           Hardware::Simulated::Chip::seeded(ports, seed, vlanInterfaces))),
       _helper(Kel::make<CountersHelper>(Kel::Name("simulated"), _chip)),
+      _vlanHelper(
+          Kel::make<Hardware::Simulated::VlanCountersHelper>(Kel::Name("simulated"), _chip)),
       _linkOffsets(
           tables.add<Hardware::Linux::GlimOffsetStore::Table>(Hardware::Linux::kLinkOffsets)),
       _queueOffsets(
           tables.add<Hardware::Linux::GlimQueueOffsetStore::Table>(Hardware::Linux::kQueueOffsets)),
       _coppOffsets(tables.add<Hardware::Linux::CoppOffsetTable>(Hardware::Linux::kCoppOffsets,
                                                                 kMaxCoppClasses)),
+      _vlanOffsets(tables.add<Hardware::Linux::GlimVlanOffsetStore::Table>(
+          Hardware::Linux::kVlanOffsets, kMaxVlans)),
       _coppRows(tables.coppCounters()),
-      _interfaces(interfaces) {
+      _interfaces(interfaces),
+      _vlans(vlans) {
   for (auto const& [name, port] : _chip->coppClasses()) _coppClasses.insert(name);
   _helper->coppTableIs(_coppRows, kCoppPolicyMap);
   _helper->queueClearingIs({tables.intfQueueCounters(), tables.intfClearQueueCounters()});
@@ -31,9 +36,11 @@ void SimulatedChip::start(EventLoop&) {
   };
   clear(*_linkOffsets);
   clear(*_queueOffsets);
+  clear(*_vlanOffsets);
   _coppOffsets->forEach([this](auto const& row) { _coppOffsets->remove(row.className); });
   _coppRows->forEach([this](auto const& row) { _coppRows->counterDel(row.className); });
   _interfaces.dropAllRows();
+  _vlans.dropAllRows();
   retellRefused();
   _helper->getCoppCounters();
 }
@@ -53,6 +60,9 @@ void SimulatedChip::retellRefused() {
     description.operState = Interface::OperState::up;
     _interfaces.interfaceIs(description);
   }
+  for (auto const& [vlanId, port] : _chip->vlans())
+    _vlans.vlanIs(
+        {.vlanId = vlanId, .bridge = std::string_view("simulated"), .name = {}, .unsupported = 0});
 }
 
 }  // namespace Agent

@@ -21,7 +21,12 @@ Tables::Tables(std::string directory, Glim::TableLimits const& limits)
       _intfDescriptions(add<Interface::AllIntfDescription>(Interface::kIntfDescriptions)),
       _vlanIntfCounters(
           add<Interface::AllVlanIntfCounterGlim>(Interface::kVlanIntfCounters, kMaxVlanIntfs)),
-      _coppCounters(add<Qos::AllCoppClassCounter>(Qos::kCoppCounters, kMaxCoppClasses)) {}
+      _coppCounters(add<Qos::AllCoppClassCounter>(Qos::kCoppCounters, kMaxCoppClasses)),
+      _vlanCounters(add<Glim::Bridging::VlanCounterDir>(Bridging::kVlanCounters, kMaxVlans)),
+      _vlanCounterSnapshots(
+          add<Glim::Bridging::VlanCounterSnapshotDir>(Bridging::kVlanCounterSnapshots, kMaxVlans)),
+      _vlanDescriptions(add<Bridging::AllVlanDescription>(Bridging::kVlanDescriptions, kMaxVlans)) {
+}
 
 Glim::RootPath Tables::path(std::string_view name) {
   return Glim::RootPath(_debug, _directory + '/' + std::string(name), true);

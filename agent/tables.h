@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/bridging/vlan_counter_tables.h"
+#include "platform/bridging/vlan_description.h"
 #include "platform/dov/debug_handler.h"
 #include "platform/interface/counter_tables.h"
 #include "platform/kel/system.h"
@@ -24,7 +26,7 @@ class TableLost : public std::runtime_error {
 };
 
 // Of tables that hold less than a row for each Ethernet interface.
-inline constexpr std::uint32_t kMaxVlanIntfs = 4096, kMaxCoppClasses = 512;
+inline constexpr std::uint32_t kMaxVlanIntfs = 4096, kMaxVlans = 4096, kMaxCoppClasses = 512;
 
 class Tables {
  public:
@@ -48,6 +50,11 @@ class Tables {
 
   Kel::Ptr<Interface::AllVlanIntfCounterGlim> vlanIntfCounters() const { return _vlanIntfCounters; }
   Kel::Ptr<Qos::AllCoppClassCounter> coppCounters() const { return _coppCounters; }
+  Kel::Ptr<Glim::Bridging::VlanCounterDir> vlanCounters() const { return _vlanCounters; }
+  Kel::Ptr<Glim::Bridging::VlanCounterSnapshotDir> vlanCounterSnapshots() const {
+    return _vlanCounterSnapshots;
+  }
+  Kel::Ptr<Bridging::AllVlanDescription> vlanDescriptions() const { return _vlanDescriptions; }
 
   // One more table in the same directory, of a chip's own, for `maxRows` at most.
   template <class Table>
@@ -96,6 +103,9 @@ class Tables {
   Kel::Ptr<Interface::AllIntfDescription> const _intfDescriptions;
   Kel::Ptr<Interface::AllVlanIntfCounterGlim> const _vlanIntfCounters;
   Kel::Ptr<Qos::AllCoppClassCounter> const _coppCounters;
+  Kel::Ptr<Glim::Bridging::VlanCounterDir> const _vlanCounters;
+  Kel::Ptr<Glim::Bridging::VlanCounterSnapshotDir> const _vlanCounterSnapshots;
+  Kel::Ptr<Bridging::AllVlanDescription> const _vlanDescriptions;
 };
 
 }  // namespace Agent

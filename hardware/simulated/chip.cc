@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <utility>
 
 namespace Hardware::Simulated {
 
@@ -74,6 +75,21 @@ Port seededClass(Random random) {
   return port;
 }
 
+// Frames that are forwarded, of all kinds.
+Port seededVlan(Random random) {
+  Port port;
+  for (auto const& [fate, high] : {std::pair(Fate::inUcastPkts, 50'000.0),
+                                   {Fate::outUcastPkts, 50'000.0},
+                                   {Fate::inMulticastPkts, 500.0},
+                                   {Fate::outMulticastPkts, 500.0},
+                                   {Fate::inBroadcastPkts, 50.0},
+                                   {Fate::outBroadcastPkts, 50.0}})
+    port.add({.fate = fate,
+              .framesPerSecond = random.between(high / 10.0, high),
+              .octets = static_cast<std::uint32_t>(random.between(64.0, 1500.0))});
+  return port;
+}
+
 constexpr std::array<char const*, 6> coppClassNames = {"copp-bgp",  "copp-default", "copp-icmp",
                                                        "copp-ospf", "copp-snmp",    "copp-ssh"};
 constexpr std::uint32_t firstVlan = 10;
@@ -92,6 +108,8 @@ Chip Chip::seeded(std::uint32_t ports, std::uint64_t seed, std::uint32_t vlanInt
   for (std::uint32_t number = 0; number < vlanInterfaces; ++number)
     chip.port(Pekt::IntfId("Vlan" + std::to_string(firstVlan + number))) =
         seededPort(own(1, number));
+  for (std::uint32_t number = 0; number < vlanInterfaces; ++number)
+    chip.vlan(Bridging::VlanId(firstVlan + number)) = seededVlan(own(3, number));
   for (std::size_t number = 0; number < coppClassNames.size(); ++number)
     chip.coppClass(coppClassNames[number]) = seededClass(own(2, number));
   return chip;

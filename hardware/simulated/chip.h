@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "hardware/simulated/port.h"
+#include "platform/bridging/vlan_id.h"
 #include "platform/pekt/intf_id.h"
 
 namespace Hardware::Simulated {
@@ -24,7 +25,8 @@ class Chip {
   // Ports Ethernet1 to Ethernet<ports> under a mix of traffic that the seed decides: steady and
   // bursty flows of several sizes both ways, some discards and errors. A port's traffic depends on
   // the seed and its own number, not on how many ports there are. The same of VLAN interfaces,
-  // which are Vlan10 and those after it, and of a few classes of traffic to the CPU port.
+  // which are Vlan10 and those after it, of the VLANs of the same numbers, and of a few classes of
+  // traffic to the CPU port.
   static Chip seeded(std::uint32_t ports, std::uint64_t seed, std::uint32_t vlanInterfaces = 0);
 
   // The port of that name, made without traffic if there is none. VLAN interfaces are ports too.
@@ -38,6 +40,10 @@ class Chip {
   Port& coppClass(std::string const& name) { return _coppClasses[name]; }
   std::map<std::string, Port> const& coppClasses() const { return _coppClasses; }
 
+  // A VLAN, made without traffic if there is none. What counts is frames that are forwarded.
+  Port& vlan(Bridging::VlanId vlanId) { return _vlans[vlanId]; }
+  std::map<Bridging::VlanId, Port> const& vlans() const { return _vlans; }
+
   // The ports that are there at `now`, in the natural order of their names.
   std::vector<Pekt::IntfId> portsAt(Seconds now) const;
   // The next time after `now` at which a port appears or vanishes; Flow::forever when none does.
@@ -50,6 +56,7 @@ class Chip {
 
   std::unordered_map<Pekt::IntfId, Port, Hash> _ports;
   std::map<std::string, Port> _coppClasses;
+  std::map<Bridging::VlanId, Port> _vlans;
 };
 
 }  // namespace Hardware::Simulated

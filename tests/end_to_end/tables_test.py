@@ -27,8 +27,10 @@ PUBLISHED_ROWS = {
     "aclDropCounters": PORTS, "coppCounters": 6, "intfClearCounters": PORTS,
     "intfClearQueueCounters": PORTS, "intfCounters": PORTS,
     "intfDescriptions": PORTS + VLAN_INTERFACES, "intfQueueCounters": PORTS,
-    "vlanIntfCounters": VLAN_INTERFACES}
-AGENTS_TABLES = sorted([*PUBLISHED_ROWS, "coppOffsets", "linkOffsets", "queueOffsets"])
+    "vlanCounterSnapshots": VLAN_INTERFACES, "vlanCounters": VLAN_INTERFACES,
+    "vlanDescriptions": VLAN_INTERFACES, "vlanIntfCounters": VLAN_INTERFACES}
+AGENTS_TABLES = sorted([*PUBLISHED_ROWS, "coppOffsets", "linkOffsets", "queueOffsets",
+                        "vlanOffsets"])
 
 
 class Tables(harness.Programs):

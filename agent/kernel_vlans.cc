@@ -1,0 +1,175 @@
+#include "agent/kernel_vlans.h"
+
+#include <set>
+#include <utility>
+
+#include "agent/log.h"
+#include "hardware/linux/glim_offset_store.h"
+#include "hardware/linux/network_generation.h"
+
+namespace Agent {
+namespace {
+
+using Bridging::VlanDescription;
+using Bridging::VlanId;
+using Hardware::Linux::GlimVlanOffsetStore;
+using Hardware::Linux::VlanCountersHelper;
+
+constexpr Kel::Seconds kRetry = 5.0;
+
+// Packets of all kinds count as unicast, as with interfaces whose packets are not told apart.
+std::uint64_t uncounted() {
+  std::uint64_t set = 0;
+  for (char const* const name :
+       {"inMulticastPkts", "inBroadcastPkts", "outMulticastPkts", "outBroadcastPkts"})
+    set |= Bridging::vlanCounterBit(name);
+  return set;
+}
+
+Kel::Ptr<VlanCountersHelper> makeHelper(Tables& tables, Kel::Ptr<Kel::Clock> const& clock) {
+  auto const rows = tables.vlanCounters();
+  return Kel::make<VlanCountersHelper>(
+      Kel::Name("linux"),
+      VlanCountersHelper::Parts{
+          .stats = std::make_unique<Hardware::Linux::VlanStats>(),
+          .offsets = std::make_unique<GlimVlanOffsetStore>(
+              tables.add<GlimVlanOffsetStore::Table>(Hardware::Linux::kVlanOffsets, kMaxVlans)),
+          .publishedRow = [rows](VlanId vlanId) -> std::optional<Glim::Bridging::VlanCounter> {
+            Glim::Bridging::VlanCounter row;
+            bool found = false;
+            rows->safeLookup(vlanId, found, row);
+            return found ? std::optional(row) : std::nullopt;
+          },
+          .now = [clock] { return clock->time(); },
+          .generation = Hardware::Linux::networkGeneration(),
+          .say = &say});
+}
+
+}  // namespace
+
+KernelVlans::KernelVlans(VlanOptions const& options, Tables& tables, Vlans& vlans,
+                         Kel::Ptr<Kel::Clock> const& clock)
+    : _options(options),
+      _vlans(vlans),
+      _clock(clock),
+      _helper(makeHelper(tables, clock)),
+      _monitor(options.bridge) {}
+
+void KernelVlans::start(EventLoop& loop) {
+  _loop = &loop;
+  takeNews();
+}
+
+// An agent whose bridges cannot be listed counts its interfaces all the same, and tries on.
+void KernelVlans::takeNews() {
+  auto const error = _isWatching ? _monitor.poll() : _monitor.start();
+  if (!_isWatching && _monitor.fd() >= 0) {
+    _isWatching = true;
+    _loop->readableIs(_monitor.fd(), [this] { takeNews(); });
+  }
+  if (error && !_newsIsDue) say("cannot read news of bridges, trying on: " + error.message());
+  _newsIsDue = static_cast<bool>(error);
+  if (!error) follow();
+}
+
+void KernelVlans::turn() {
+  Kel::Seconds const now = _clock->time();
+  bool const isDue = !_lastTry || now < *_lastTry || now - *_lastTry >= kRetry;
+  if (_newsIsDue) takeNews();
+  if (_refused && isDue) follow();
+  bool const offsetsFail = _helper->offsetsNotSaved() != 0;
+  if (offsetsFail && !_offsetsFail)
+    say("the offsets of VLANs could not be kept; should the agent end now, counts may double. Is "
+        "the tmpfs of the tables full?");
+  _offsetsFail = offsetsFail;
+}
+
+void KernelVlans::follow() {
+  _lastTry = _clock->time();
+  auto const gone = _monitor.takeGone();
+  for (std::size_t id = VlanId::min; id <= VlanId::max; ++id)
+    if (gone.test(id)) drop(VlanId(id));
+  Bridge const* const bridge = _monitor.vlans().served();
+  _helper->bridgeIs(bridge ? bridge->ifindex : 0);
+  if (std::exchange(_isFirst, false)) dropStrangers();
+  if (bridge)
+    describe(*bridge);
+  else
+    tellOnce(_options.bridge.empty() ? ""
+                                     : "VLANs are not counted: there is no bridge " +
+                                           _options.bridge + " that filters by VLANs");
+}
+
+// Rows that an agent before left, of another bridge or of none, or without what they need to go on.
+void KernelVlans::dropStrangers() {
+  for (VlanId const vlanId : _vlans.withRows())
+    if (!_helper->continues(vlanId)) _vlans.dropRows(vlanId);
+  auto const& there = _monitor.vlans().vlans();
+  auto const rows = _vlans.withRows();
+  std::set<VlanId> const kept(rows.begin(), rows.end());
+  _helper->forEachKept([&](VlanId vlanId) {
+    if (!there.test(vlanId.value()) || !kept.contains(vlanId)) _helper->vlanDel(vlanId);
+  });
+}
+
+void KernelVlans::describe(Bridge const& bridge) {
+  std::uint64_t const unsupported = isCounted(bridge) ? uncounted() : Bridging::kNoVlanCounters;
+  _helper->bridgeIs(bridge.ifindex);
+  auto const& there = _monitor.vlans().vlans();
+  bool refused = false;
+  for (std::size_t id = VlanId::min; id <= VlanId::max; ++id) {
+    if (!there.test(id)) continue;
+    VlanDescription const description{.vlanId = VlanId(id),
+                                      .bridge = std::string_view(bridge.name),
+                                      .name = {},
+                                      .unsupported = unsupported};
+    auto const at = _told.find(description.vlanId);
+    if (at != _told.end() && at->second == description) continue;
+    if (_vlans.vlanIs(description))
+      _told.insert_or_assign(description.vlanId, description);
+    else
+      refused = true;
+  }
+  if (refused && !_refused)
+    say("some VLANs are not counted for want of room; they are tried again every few seconds");
+  _refused = refused;
+}
+
+bool KernelVlans::isCounted(Bridge const& bridge) {
+  std::string const of = "the VLANs of bridge " + bridge.name;
+  if (bridge.countsPerPort) {
+    tellOnce(of + " are not counted: it counts them for each port apart (vlan_stats_per_port)");
+    return false;
+  }
+  if (bridge.counts) {
+    tellOnce("");
+    return true;
+  }
+  if (!_options.statistics) {
+    tellOnce(
+        of +
+        " are not counted: that is switched off (vlan_stats_enabled); statistics = true in the "
+        "section [vlans] of the configuration lets the agent switch it on");
+    return false;
+  }
+  if (auto const error = Hardware::Linux::switchVlanStatsOn(bridge.ifindex)) {
+    tellOnce(of + " are not counted: that cannot be switched on: " + error.message());
+    return false;
+  }
+  tellOnce("switched the counting of " + of + " on");
+  return true;
+}
+
+void KernelVlans::drop(VlanId vlanId) {
+  _told.erase(vlanId);
+  _vlans.vlanDel(vlanId);
+  _helper->vlanDel(vlanId);
+}
+
+void KernelVlans::tellOnce(std::string const& about) {
+  if (about == _toldOperator) return;
+  _toldOperator = about;
+  if (!about.empty()) say(about);
+}
+
+}  // namespace Agent

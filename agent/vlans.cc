@@ -1,0 +1,90 @@
+#include "agent/vlans.h"
+
+#include <utility>
+
+#include "platform/dov/exception.h"
+
+namespace Agent {
+
+using Bridging::VlanId;
+using Glim::Bridging::VlanCounter;
+
+Vlans::Vlans(Tables const& tables, Kel::Ptr<Kel::Clock> const& clock, Kel::Seconds period)
+    : _live(tables.vlanCounters()),
+      _snapshots(tables.vlanCounterSnapshots()),
+      _descriptions(tables.vlanDescriptions()),
+      _clock(clock),
+      _period(period),
+      _wheel(Kel::make<Wib::TimerWheel>(clock)) {}
+
+bool Vlans::isConfigured(VlanId vlanId) const { return _config->vlanConfig().contains(vlanId); }
+
+// The library finds its rows made: where there is no room, it is not told of the VLAN.
+void Vlans::makeRows(Bridging::VlanDescription const& description) {
+  VlanId const vlanId = description.vlanId;
+  if (!_live->contains(vlanId)) _live->vlanCounterIs(VlanCounter(vlanId));
+  if (!_snapshots->contains(vlanId)) _snapshots->vlanCounterSnapshotIs(VlanCounter(vlanId));
+  _descriptions->descriptionIs(description);
+}
+
+bool Vlans::vlanIs(Bridging::VlanDescription const& description) {
+  VlanId const vlanId = description.vlanId;
+  try {
+    makeRows(description);
+  } catch (Dov::ResourceException const&) {
+    if (!isConfigured(vlanId)) dropRows(vlanId);
+    return false;
+  }
+  if (isConfigured(vlanId)) return true;
+  _config->vlanConfigIs({.vlanId = vlanId});
+  _news = true;
+  return true;
+}
+
+void Vlans::vlanDel(VlanId vlanId) {
+  _config->vlanConfigDel(vlanId);
+  _requests->clearCountersRequestDel(vlanId);
+  dropRows(vlanId);
+}
+
+void Vlans::dropRows(VlanId vlanId) {
+  _live->vlanCounterDel(vlanId);
+  _snapshots->vlanCounterSnapshotDel(vlanId);
+  _descriptions->descriptionDel(vlanId);
+}
+
+void Vlans::dropAllRows() {
+  _live->forEach([this](auto const& row) { dropRows(row.vlanId); });
+}
+
+std::vector<VlanId> Vlans::withRows() const {
+  std::vector<VlanId> all;
+  _live->forEach([&](auto const& row) { all.push_back(row.vlanId); });
+  return all;
+}
+
+// The state machine removes live rows of VLANs that went, and with each its snapshot.
+void Vlans::start(Kel::Ptr<OruHelper::OruVlanCountersHelper> const& helper) {
+  _counters =
+      Oru::Counters::vlanCountersSmFactory(_config, _requests, _live, _snapshots, _wheel, helper);
+  // It set its first wake-up by the period that it begins with.
+  _counters->pollIntervalIs(_period);
+  _counters->handleInitialized();
+  auto const gone = [this](auto const& row) { return !isConfigured(row.vlanId); };
+  _snapshots->forEach([&](auto const& row) {
+    if (gone(row)) _snapshots->vlanCounterSnapshotDel(row.vlanId);
+  });
+  _descriptions->forEach([&](auto const& row) {
+    if (gone(row)) _descriptions->descriptionDel(row.vlanId);
+  });
+  _news = true;
+}
+
+void Vlans::clockWasSet() { _wheel->timeWasSetTo(_clock->time()); }
+
+void Vlans::pollNews() {
+  if (!std::exchange(_news, false)) return;
+  poll();
+}
+
+}  // namespace Agent

@@ -1,0 +1,67 @@
+// The VLANs as the library sees them, their rows, and the state machine that counts them.
+#pragma once
+
+#include "agent/tables.h"
+#include "counters/vlan/helper.h"
+#include "counters/vlan/vlan_counters_sm.h"
+#include "platform/bridging/config.h"
+#include "platform/bridging/vlan_counters_cli_req.h"
+#include "platform/kel/clock.h"
+#include "platform/wib/timer_wheel.h"
+
+namespace Agent {
+
+class Vlans {
+ public:
+  // The tables must outlive it. A poll every `period` seconds.
+  Vlans(Tables const& tables, Kel::Ptr<Kel::Clock> const& clock, Kel::Seconds period);
+
+  // For the chip, which says what VLANs there are.
+
+  // A VLAN is there and described so; told again when that changes. False: there is no room for its
+  // rows, and it is not counted.
+  bool vlanIs(Bridging::VlanDescription const& description);
+  // Its rows go.
+  void vlanDel(Bridging::VlanId vlanId);
+  bool isConfigured(Bridging::VlanId vlanId) const;
+  // Rows that are of nothing which the chip counts now.
+  // REQUIRES: the VLAN is not configured.
+  void dropRows(Bridging::VlanId vlanId);
+  void dropAllRows();
+  // The VLANs with a live row.
+  std::vector<Bridging::VlanId> withRows() const;
+
+  // For the host.
+
+  // Starts counting; what VLANs there are was told before. Rows of others go.
+  void start(Kel::Ptr<OruHelper::OruVlanCountersHelper> const& helper);
+  // The clock was set by somebody.
+  void clockWasSet();
+  // Polls if there are new VLANs: they show true counts from the start, and not only after a
+  // period.
+  void pollNews();
+  // Polls all VLANs now.
+  // REQUIRES: it was started.
+  void poll() { _counters->updateCounters(); }
+
+  Kel::Ptr<Bridging::VlanCountersCliReq> const& requests() const { return _requests; }
+  // Null before the start.
+  Kel::Ptr<Oru::Counters::VlanCountersSm> const& counters() const { return _counters; }
+
+ private:
+  void makeRows(Bridging::VlanDescription const& description);
+
+  Kel::Ptr<Glim::Bridging::VlanCounterDir> const _live;
+  Kel::Ptr<Glim::Bridging::VlanCounterSnapshotDir> const _snapshots;
+  Kel::Ptr<Bridging::AllVlanDescription> const _descriptions;
+  Kel::Ptr<Kel::Clock> const _clock;
+  Kel::Seconds const _period;
+  Kel::Ptr<Wib::TimerWheel> const _wheel;
+  Kel::Ptr<Bridging::Config> const _config = Kel::make<Bridging::Config>();
+  Kel::Ptr<Bridging::VlanCountersCliReq> const _requests =
+      Kel::make<Bridging::VlanCountersCliReq>();
+  Kel::Ptr<Oru::Counters::VlanCountersSm> _counters;
+  bool _news = false;
+};
+
+}  // namespace Agent
