@@ -115,6 +115,25 @@ TEST(ConfigFile, RefusesDropsThatAreNoSection) {
   EXPECT_EQ(errorOf("acl-drops = 'inet acl a'\n"), "agentd.toml:1: must be a section: [acl-drops]");
 }
 
+TEST(ConfigFile, ReadsWhichBridgesVlansAreCountedAndWhetherItMayBeToldToCount) {
+  VlanOptions const none = readConfigText("", "agentd.toml").vlans;
+  EXPECT_EQ(none.bridge, "");
+  EXPECT_FALSE(none.statistics);
+  VlanOptions const vlans =
+      readConfigText("[vlans]\nbridge = 'br0'\nstatistics = true\n", "agentd.toml").vlans;
+  EXPECT_EQ(vlans.bridge, "br0");
+  EXPECT_TRUE(vlans.statistics);
+}
+
+TEST(ConfigFile, RefusesWhatIsNoSettingOfVlans) {
+  EXPECT_EQ(errorOf("vlans = true\n"), "agentd.toml:1: must be a section: [vlans]");
+  EXPECT_EQ(errorOf("[vlans]\nstatistics = 'yes'\n"), "agentd.toml:2: must be true or false");
+  EXPECT_EQ(errorOf("[vlans]\nbridge = ''\n"),
+            "agentd.toml:2: must be the kernel name of a bridge in quotes");
+  EXPECT_THAT(errorOf("[vlans]\nbrige = 'br0'\n"),
+              StartsWith("agentd.toml:2: brige is not a setting of [vlans]"));
+}
+
 TEST(ConfigFile, SaysWhyAFileCannotBeRead) {
   try {
     readConfigFile("/nonexistent/agentd.toml");

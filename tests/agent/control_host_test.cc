@@ -182,7 +182,7 @@ TEST_F(ControlHostTest, TheSocketGoesWithTheAgentAndComesWithTheNext) {
   sut.reset();
   EXPECT_FALSE(std::filesystem::exists(options.tables + "/control"));
   start();
-  EXPECT_EQ(ask({{"op", "ls"}})["names"], Json({"countersSm"}));
+  EXPECT_EQ(ask({{"op", "ls"}})["names"], Json({"countersSm", "vlanCountersSm"}));
 }
 
 TEST_F(ControlHostTest, WithoutASocketTheAgentCountsAllTheSame) {

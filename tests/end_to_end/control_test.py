@@ -66,7 +66,7 @@ class AskedOverTheSocket(Asking):
 
     def test_what_there_is_is_listed(self):
         self.start_agent()
-        self.assertEqual(self.well("ls"), "countersSm\n")
+        self.assertEqual(self.well("ls"), "countersSm\nvlanCountersSm\n")
         attributes = [line.split("\t") for line in self.well("ls", "countersSm").splitlines()]
         self.assertIn(["counterPollPeriod", "value", "get,set"], attributes)
         self.assertIn(["portCountersSm", "collection", "ls"], attributes)
@@ -174,14 +174,14 @@ class AskedOverTheSocket(Asking):
         self.assertTrue(pathlib.Path(self.tables, "control").is_socket())
         self.refused(NO_AGENT, "ls")
         self.start_agent()
-        self.assertEqual(self.well("ls"), "countersSm\n")
+        self.assertEqual(self.well("ls"), "countersSm\nvlanCountersSm\n")
 
     def test_a_second_agent_leaves_the_firsts_socket(self):
         self.start_agent()
         second = subprocess.run(self.agent_command(*self.CHIP), capture_output=True, text=True,
                                 timeout=PATIENCE, check=False)
         self.assertEqual(second.returncode, 1)
-        self.assertEqual(self.well("ls"), "countersSm\n")
+        self.assertEqual(self.well("ls"), "countersSm\nvlanCountersSm\n")
 
     def test_a_stopped_agent_is_not_waited_for_for_ever(self):
         self.start_agent()
@@ -232,7 +232,7 @@ class AskedOverTheSocket(Asking):
         self.tables = str(pathlib.Path(self.tables, "d" * 150))
         os.mkdir(self.tables)
         self.start_agent()
-        self.assertEqual(self.well("ls"), "countersSm\n")
+        self.assertEqual(self.well("ls"), "countersSm\nvlanCountersSm\n")
 
     def test_it_is_asked_by_hand(self):
         self.start_agent()
