@@ -106,10 +106,7 @@ void Host::clockWasSetBy(Kel::Seconds step) {
 
 Kel::Seconds Host::turn() {
   Kel::Seconds const next = _clockDriver.turn();
-  if (std::exchange(_clockWasSet, false)) {
-    _vlans.clockWasSet();
-    _tables.noSampleAfter(_clock->time());
-  }
+  if (std::exchange(_clockWasSet, false)) _tables.noSampleAfter(_clock->time());
   _chip->turn();
   _controlPlane.classesAre(_chip->coppClasses());
   retryRefused();

@@ -13,7 +13,6 @@ Vlans::Vlans(Tables const& tables, Kel::Ptr<Kel::Clock> const& clock, Kel::Secon
     : _live(tables.vlanCounters()),
       _snapshots(tables.vlanCounterSnapshots()),
       _descriptions(tables.vlanDescriptions()),
-      _clock(clock),
       _period(period),
       _wheel(Kel::make<Wib::TimerWheel>(clock)) {}
 
@@ -79,8 +78,6 @@ void Vlans::start(Kel::Ptr<OruHelper::OruVlanCountersHelper> const& helper) {
   });
   _news = true;
 }
-
-void Vlans::clockWasSet() { _wheel->timeWasSetTo(_clock->time()); }
 
 void Vlans::pollNews() {
   if (!std::exchange(_news, false)) return;

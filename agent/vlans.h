@@ -35,8 +35,6 @@ class Vlans {
 
   // Starts counting; what VLANs there are was told before. Rows of others go.
   void start(Kel::Ptr<OruHelper::OruVlanCountersHelper> const& helper);
-  // The clock was set by somebody.
-  void clockWasSet();
   // Polls if there are new VLANs: they show true counts from the start, and not only after a
   // period.
   void pollNews();
@@ -54,7 +52,6 @@ class Vlans {
   Kel::Ptr<Glim::Bridging::VlanCounterDir> const _live;
   Kel::Ptr<Glim::Bridging::VlanCounterSnapshotDir> const _snapshots;
   Kel::Ptr<Bridging::AllVlanDescription> const _descriptions;
-  Kel::Ptr<Kel::Clock> const _clock;
   Kel::Seconds const _period;
   Kel::Ptr<Wib::TimerWheel> const _wheel;
   Kel::Ptr<Bridging::Config> const _config = Kel::make<Bridging::Config>();

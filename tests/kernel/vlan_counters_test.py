@@ -224,6 +224,13 @@ class VlanCounters(Reader, WithVlans):
         self.await_totals(10, 6, 600)
         self.assertIn("switched", self.what_it_said())
 
+    def test_a_bridge_that_counts_at_its_ports_is_told_as_not_counted(self):
+        self.ip("link del br0")
+        self.ports(10, bridge=VlanBridge(self, "br1", stats_per_port=True))
+        self.start_agent()
+        self.await_description(10, bridge="br1", unsupported=NO_COUNTER)
+        self.assertIn("vlan_stats_per_port", self.what_it_said())
+
     def test_a_clear_takes_what_was_counted_and_the_total_goes_on(self):
         self.ports(10)
         self.start_agent()
