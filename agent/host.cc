@@ -90,7 +90,8 @@ void Host::keepControl() {
     _control = std::make_unique<ControlServer>(
         *_loop, _directory,
         ControlRequests(
-            tree, Clearing(_counters, _cliRequests, _tables, [this] { return _clock->time(); })),
+            tree, Clearing(_counters, _cliRequests, _tables, [this] { return _clock->time(); }),
+            VlanClearing(_vlans.counters(), _vlans.requests())),
         _steady);
     _controlFails = false;
   } catch (std::runtime_error const& error) {
