@@ -329,7 +329,9 @@ TEST_F(VlansOfTheHost, ArePolledOnAndStampedTrulyWhenTheClockIsSet) {
     EXPECT_NEAR(vlan(kFirst)->lastUpdate, time.now(), 0.3) << step;
     turnsFor(2.0);
     EXPECT_NEAR(vlan(kFirst)->lastUpdate, time.now(), 1.2) << step;
-    if (step > 0.0) EXPECT_GT(vlan(kFirst)->counts.inOctets, before);
+    if (step > 0.0) {
+      EXPECT_GT(vlan(kFirst)->counts.inOctets, before);
+    }
     sut.reset();
   }
 }
@@ -347,15 +349,6 @@ TEST_F(VlansOfTheHost, RowsOfVlansThatWentWhileNoAgentRanGo) {
                                                   Bridging::VlanId(kFirst + 2)));
   EXPECT_FALSE(
       rowOf<Bridging::VlanDescription>(Bridging::kVlanDescriptions, Bridging::VlanId(kFirst + 2)));
-}
-
-TEST_F(VlansOfTheHost, WithoutRoomAreNotCountedAndNothingElseSuffers) {
-  options.vlanInterfaces = 4;
-  start({.maxRows = 3});
-  turnsFor(3.0);
-  EXPECT_TRUE(vlan(kFirst + 2));
-  EXPECT_FALSE(vlan(kFirst + 3));
-  EXPECT_GT(vlan(kFirst)->counts.inOctets, 0u);
 }
 
 }  // namespace
