@@ -67,37 +67,43 @@ void ControlPlane::vanish() {
   _policyMap = nullptr;
 }
 
+// Each that comes is reset, for which the chip reads its classes anew: `classes` is read before.
 void ControlPlane::change(CoppClassNames const& classes) {
-  std::vector<Kel::Name> gone;
+  std::vector<Kel::Name> gone, come;
   for (auto const& [name, status] : _policyMap->cmap())
     if (!classes.contains(Qos::CoppClassName(name.view()))) gone.push_back(name);
-  for (auto const& name : gone) _policyMap->cmapDel(name);
   for (auto const& name : classes) {
-    Kel::Name const key = className(name);
-    if (!_policyMap->cmap().contains(key)) _policyMap->cmapIs(key, kProgrammed);
+    Kel::Name key = className(name);
+    if (!_policyMap->cmap().contains(key)) come.push_back(std::move(key));
   }
+  for (auto const& name : gone) _policyMap->cmapDel(name);
+  for (auto const& name : come) _policyMap->cmapIs(name, kProgrammed);
 }
 
 void ControlPlane::watch() {
-  std::string const there = kPolicyMap + " of the control plane is there, with " +
-                            std::to_string(_policyMap->cmap().size()) + " classes";
+  std::size_t const count = _policyMap->cmap().size();
+  std::string const with = ", with " + std::to_string(count) + (count == 1 ? " class" : " classes");
   auto const types = _counters->coppTypeSm(MapType::controlPlane);
   if (!types || types->coppPMapName().view() != kCoppPolicyMap) {
-    say(there + ", and not watched: " +
+    say(kPolicyMap + with + ", is not watched: " +
         (types ? "coppPMapName is " + types->coppPMapName().str() : "its type is not watched"));
     return;
   }
   try {
-    types->coppSmIs(kName, _policyMap, _counters->platformHelper());
-    say(there);
+    _coppSm = types->coppSmIs(kName, _policyMap, _counters->platformHelper());
+    say(kPolicyMap + " is watched" + with);
   } catch (std::exception const& exception) {  // somebody made it by name, with another status
-    say(there + ", and not watched: " + exception.what());
+    say(kPolicyMap + with + ", is not watched: " + exception.what());
   }
 }
 
+// Somebody may have deleted it, and made another one under its name.
 void ControlPlane::unwatch() {
-  if (auto const types = _counters->coppTypeSm(MapType::controlPlane)) types->coppSmDel(kName);
-  say(kPolicyMap + " of the control plane is gone");
+  auto const types = _counters->coppTypeSm(MapType::controlPlane);
+  bool const isWatched = _coppSm && types && types->coppSm(kName) == _coppSm;
+  _coppSm = nullptr;
+  if (isWatched) types->coppSmDel(kName);
+  say(kPolicyMap + (isWatched ? " is no longer watched" : " is gone"));
 }
 
 }  // namespace Agent

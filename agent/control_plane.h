@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "agent/chip.h"
+#include "counters/copp/copp_sm.h"
 #include "counters/counters_sm.h"
 #include "platform/oru/common_sm_data.h"
 #include "platform/qos/policy_map_status.h"
@@ -50,7 +51,8 @@ class ControlPlane {
   Kel::Ptr<Qos::AclSliceHwStatus> const _aclSlice;
   Kel::Ptr<Kel::Dir> const _aclSliceDir;
   Kel::Ptr<Qos::PolicyMapTypeHwStatus> const _type;
-  Kel::Ptr<Qos::PolicyMapHwStatus> _policyMap;  // while there is one
+  Kel::Ptr<Qos::PolicyMapHwStatus> _policyMap;      // while there is one
+  Kel::Ptr<Oru::Counters::CountersCoppSm> _coppSm;  // of it, as it was made here
   Kel::Ptr<Oru::Counters::CountersSm> _counters;
 };
 

@@ -2,6 +2,7 @@
 
 #include <system_error>
 
+#include "agent/clock_driver.h"
 #include "agent/control_plane.h"
 #include "agent/log.h"
 #include "hardware/linux/glim_offset_store.h"
@@ -58,7 +59,8 @@ Kel::Ptr<LinuxCountersHelper> makeHelper(AclDropMap const& aclDrops, bool keepCo
                     .offsets = tables.add<Hardware::Linux::CoppOffsetTable>(
                         Hardware::Linux::kCoppOffsets, kMaxCoppClasses),
                     .policyMap = std::string(kCoppPolicyMap),
-                    .keepsRows = keepCounters}}));
+                    .keepsRows = keepCounters,
+                    .steady = &ClockDriver::sinceBoot}}));
 }
 
 }  // namespace

@@ -10,6 +10,8 @@ bool isBefore(ClassCounts const& a, ClassCounts const& b) {
   return isBefore(a.pkts, b.pkts) || isBefore(a.octets, b.octets);
 }
 
+std::uint64_t later(std::uint64_t a, std::uint64_t b) { return isBefore(a, b) ? b : a; }
+
 ClassCounts operator+(ClassCounts const& a, ClassCounts const& b) {
   return {a.pkts + b.pkts, a.octets + b.octets};
 }
@@ -21,8 +23,9 @@ ClassCounts operator-(ClassCounts const& a, ClassCounts const& b) {
 
 ClassAccount::ClassAccount(std::optional<ClassCounts> const& published,
                            std::optional<StoredClassOffsets> const& stored) {
-  if (!published || !stored || isBefore(*published, stored->offsets)) return;
-  totals_ = *published;
+  if (!published || !stored) return;
+  totals_ = {later(published->pkts, stored->offsets.pkts),
+             later(published->octets, stored->offsets.octets)};
   stored_ = stored;
 }
 

@@ -36,10 +36,16 @@ struct StoredClassOffsets {
 ///
 /// A counter started anew if it is another one, or if either of its counts went backwards. A reset
 /// by somebody else that is made up for by new traffic before the next reading cannot be told.
+///
+/// An agent that dies after keeping an offset and before publishing leaves totals lower than the
+/// offset; the offset was a total, so nothing is lost. One that dies between the kernel's reset and
+/// the keeping of the offset leaves what a reset by somebody else does: what came since the last
+/// reading is lost; and if the counter passes its old count before the next reading, all that it
+/// had counted until the reset.
 class ClassAccount {
  public:
   /// `published` are the totals as they stand in the class's row, `stored` what was kept last. With
-  /// one of them missing, or totals lower than the offsets, there is nothing to continue.
+  /// one of them missing there is nothing to continue.
   ClassAccount(std::optional<ClassCounts> const& published,
                std::optional<StoredClassOffsets> const& stored);
 

@@ -37,8 +37,9 @@ CoppClasses::CoppClasses(Parts parts, NftCounterSource& source, std::uint64_t ge
       now_(std::move(now)),
       say_(std::move(say)) {}
 
-void CoppClasses::sayOnce(std::string const& about, std::string const& why) {
-  if (told_.insert(about).second) say_(why);
+void CoppClasses::sayOnce(std::set<std::string>& told, std::string const& about,
+                          std::string const& why) {
+  if (told.insert(about).second) say_(why);
 }
 
 void CoppClasses::refresh() {
@@ -55,27 +56,59 @@ void CoppClasses::refresh() {
 
 void CoppClasses::cannotRead(std::error_code error) {
   if (error == std::errc::operation_not_permitted || error == std::errc::permission_denied) {
-    sayOnce(kNoPermission,
+    sayOnce(told_, kNoPermission,
             "control-plane policing classes are not counted: reading the nftables "
             "table " +
                 kTable.text() + " needs CAP_NET_ADMIN");
     classes_.reset();
   } else if (isAbsence(error)) {
     removeRowsBut({});
+    toldOf_.clear();
     classes_.reset();
   } else {
-    sayOnce(kReading, "the nftables table " + kTable.text() +
-                          " cannot be read, trying on: " + error.message());
+    sayOnce(
+        told_, kReading,
+        "the nftables table " + kTable.text() + " cannot be read, trying on: " + error.message());
   }
 }
 
 void CoppClasses::take(NftTable const& table) {
   tableHandle_ = table.handle;
-  Names present;
+  forgetToldBut(table);
+  Names living;
   for (NftCounter const& counter : table.counters)
-    if (isClassName(counter.name) && count(counter)) present.insert(CoppClassName(counter.name));
-  removeRowsBut(present);
-  classes_ = std::move(present);
+    if (isClassName(counter.name)) living.insert(CoppClassName(counter.name));
+  removeRowsBut(living);
+  Names counted;
+  std::size_t refused = 0;
+  std::string first;
+  for (NftCounter const& counter : table.counters) {
+    if (!CoppClassName::isName(counter.name) || !living.contains(counter.name)) continue;
+    std::string why = count(counter);
+    while (!why.empty() && makeRoom(living)) why = count(counter);
+    if (why.empty())
+      counted.insert(CoppClassName(counter.name));
+    else if (refused++ == 0)
+      first = counter.name + " is not counted: " + why;
+  }
+  sayRefused(refused, first);
+  classes_ = std::move(counted);
+}
+
+void CoppClasses::forgetToldBut(NftTable const& table) {
+  if (toldOf_.empty()) return;
+  std::set<std::string_view> present;
+  for (NftCounter const& counter : table.counters) present.insert(counter.name);
+  std::erase_if(toldOf_, [&](std::string const& name) { return !present.contains(name); });
+}
+
+// One line however many there are, and another only when there are more than ever since there was
+// room for all.
+void CoppClasses::sayRefused(std::size_t refused, std::string const& first) {
+  if (refused > toldRefused_)
+    say_(refused == 1 ? "policing class " + first
+                      : std::to_string(refused) + " policing classes are not counted; " + first);
+  toldRefused_ = refused == 0 ? 0 : std::max(refused, toldRefused_);
 }
 
 bool CoppClasses::isClassName(std::string const& name) {
@@ -85,10 +118,10 @@ bool CoppClasses::isClassName(std::string const& name) {
   std::string shown = name;
   std::replace_if(
       shown.begin(), shown.end(), [](char c) { return !isPrintable(c); }, '?');
-  sayOnce("name " + name, "the counter '" + shown + "' of the nftables table " + kTable.text() +
-                              " is not counted: the name of a class has 1 to " +
-                              std::to_string(CoppClassName::kMaxLength) +
-                              " characters and no blanks");
+  sayOnce(toldOf_, name,
+          "the counter '" + shown + "' of the nftables table " + kTable.text() +
+              " is not counted: the name of a class has 1 to " +
+              std::to_string(CoppClassName::kMaxLength) + " characters and no blanks");
   return false;
 }
 
@@ -104,32 +137,38 @@ ClassAccount& CoppClasses::account(CoppClassName const& className) {
   if (found) published = ClassCounts{row.pkts, row.octets};
   CoppOffsetRow offsets;
   parts_.offsets->safeLookup(className, found, offsets);
-  if (found) stored = offsets.stored();
+  if (found && offsets.generation == generation_) stored = offsets.stored();
   ClassAccount const fresh(published, stored);
   if (!fresh.continues()) removeRow(className);
   return accounts_.emplace(className, fresh).first->second;
 }
 
-// False: there is no room for the class.
-bool CoppClasses::count(NftCounter const& counter) {
+// Answers why there is no room for the class; nothing if there is.
+std::string CoppClasses::count(NftCounter const& counter) {
   CoppClassName const className(counter.name);
   ClassAccount& account = this->account(className);
   account.advance({generation_, tableHandle_, counter.handle}, {counter.pkts, counter.octets});
-  std::string const about = "room " + counter.name;
   try {
     // Its offsets have their place before the class has its row.
-    if (!saveOffsets(className, account) && !parts_.rows->contains(className)) {
-      sayOnce(about, "policing class " + counter.name + " is not counted: no room for its offsets");
-      return false;
-    }
+    if (!saveOffsets(className, account) && !parts_.rows->contains(className))
+      return "no room for its offsets";
     parts_.rows->counterIs(row(className, account));
   } catch (Dov::ResourceException const& exception) {
-    sayOnce(about, "policing class " + counter.name + " is not counted: " + exception.message());
-    return false;
+    return exception.message();
   }
-  told_.erase(about);
   goneSince_.erase(className);
-  return true;
+  return {};
+}
+
+// The class that went first makes room for one that is there. False: none went.
+bool CoppClasses::makeRoom(Names const& living) {
+  std::optional<Qos::CoppClassCounter> oldest;
+  parts_.rows->forEach([&](Qos::CoppClassCounter const& row) {
+    if (!living.contains(row.className) && (!oldest || row.lastUpdate < oldest->lastUpdate))
+      oldest = row;
+  });
+  if (oldest) removeRow(oldest->className);
+  return oldest.has_value();
 }
 
 // Where they cannot be kept, counting goes on and they are tried again.
@@ -156,16 +195,18 @@ Qos::CoppClassCounter CoppClasses::row(CoppClassName const& className,
 }
 
 void CoppClasses::reset(std::string_view className) {
-  if (!classes_ || !CoppClassName::isName(className) || !classes_->contains(className)) return;
+  if (!classes_ || !CoppClassName::isName(className)) return;
+  refresh();
+  if (!classes_ || !classes_->contains(className)) return;
   std::string const name(className);
   auto const reading = source_.reset({kTable.family, kTable.name, name});
-  std::string const about = "reset " + name;
   if (reading.error) {
     if (!isAbsence(reading.error))
-      sayOnce(about, "policing class " + name + " cannot be reset: " + reading.error.message());
+      sayOnce(toldOf_, name,
+              "policing class " + name + " cannot be reset: " + reading.error.message());
     return;
   }
-  told_.erase(about);
+  toldOf_.erase(name);
   NftCounter const& counter = reading.counter;
   ClassAccount& account = this->account(className);
   account.reset({generation_, tableHandle_, counter.handle}, {counter.pkts, counter.octets});
@@ -177,7 +218,7 @@ void CoppClasses::reset(std::string_view className) {
   parts_.rows->counterIs(row);
 }
 
-void CoppClasses::removeRowsBut(Names const& present) {
+void CoppClasses::removeRowsBut(Names const& living) {
   bool const isFirst = std::exchange(isFirst_, false);
   if (isFirst)
     parts_.offsets->forEach([this](CoppOffsetRow const& offsets) {
@@ -185,14 +226,15 @@ void CoppClasses::removeRowsBut(Names const& present) {
     });
   // Those that never had room have no row either.
   std::erase_if(accounts_, [&](auto const& each) {
-    return !present.contains(each.first) && !parts_.rows->contains(each.first);
+    return !living.contains(each.first) && !parts_.rows->contains(each.first);
   });
   if (parts_.keepsRows) return;
+  Kel::Seconds const now = parts_.steady();
   parts_.rows->forEach([&](Qos::CoppClassCounter const& row) {
-    if (present.contains(row.className)) return;
-    Kel::Seconds const since = goneSince_.try_emplace(row.className, now_()).first->second;
+    if (living.contains(row.className)) return;
+    Kel::Seconds const since = goneSince_.try_emplace(row.className, now).first->second;
     // What an agent before left went while nobody was there to see.
-    if (isFirst || now_() - since >= kReloadGrace) removeRow(row.className);
+    if (isFirst || now - since >= kReloadGrace) removeRow(row.className);
   });
 }
 

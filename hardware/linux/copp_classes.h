@@ -19,7 +19,8 @@ namespace Hardware::Linux {
 ///
 /// The chip has a CPU port while there is that table. Classes come and go with their counters; the
 /// row of a class that went stays for `kReloadGrace`, so that a ruleset which is loaded in two
-/// steps loses no totals, or for good where rows are kept.
+/// steps loses no totals, or for good where rows are kept; but for want of room those go first that
+/// went first. Rows of another network namespace, or run of the machine, begin anew.
 ///
 /// Without CAP_NET_ADMIN, or without nftables, there is no CPU port; the former is told once.
 class CoppClasses {
@@ -30,10 +31,11 @@ class CoppClasses {
   static constexpr Kel::Seconds kReloadGrace = 10.0;
 
   struct Parts {
-    Kel::Ptr<Table> rows{};               // null: the agent counts no classes
-    Kel::Ptr<CoppOffsetTable> offsets{};  // what its totals need to be continued; with the rows
-    std::string policyMap{};              // which the classes are said to belong to
-    bool keepsRows = false;               // of classes that went
+    Kel::Ptr<Table> rows{};                  // null: the agent counts no classes
+    Kel::Ptr<CoppOffsetTable> offsets{};     // what its totals need to be continued; with the rows
+    std::string policyMap{};                 // which the classes are said to belong to
+    bool keepsRows = false;                  // of classes that went
+    std::function<Kel::Seconds()> steady{};  // a clock that nobody sets; with the rows
   };
   /// What is given by reference must outlive it. `now` is the agent's clock, `say` tells the
   /// operator, `generation` is that of `LinkIdentity`.
@@ -45,7 +47,9 @@ class CoppClasses {
   void refresh();
 
   /// Reset the counter of one class: it is set to 0 in the kernel, which is no loss to its totals,
-  /// and the row says at which totals. Does nothing where there is no such class.
+  /// and the row says at which totals. Does nothing where there is no such class. The table is read
+  /// first unless it was at this tick: what a ruleset had counted that was replaced since is known
+  /// by the handle of its table, which the reset does not tell.
   void reset(std::string_view className);
 
   /// The classes as they were read last; no value: there is no CPU port.
@@ -56,12 +60,15 @@ class CoppClasses {
   void take(NftTable const& table);
   bool isClassName(std::string const& name);
   ClassAccount& account(Qos::CoppClassName const& className);
-  bool count(NftCounter const& counter);
+  std::string count(NftCounter const& counter);
+  bool makeRoom(Names const& living);
+  void sayRefused(std::size_t refused, std::string const& first);
+  void forgetToldBut(NftTable const& table);
   bool saveOffsets(Qos::CoppClassName const& className, ClassAccount& account);
   Qos::CoppClassCounter row(Qos::CoppClassName const& className, ClassAccount const& account);
-  void removeRowsBut(Names const& present);
+  void removeRowsBut(Names const& living);
   void removeRow(Qos::CoppClassName const& className);
-  void sayOnce(std::string const& about, std::string const& why);
+  void sayOnce(std::set<std::string>& told, std::string const& about, std::string const& why);
 
   Parts const parts_;
   NftCounterSource& source_;
@@ -72,10 +79,13 @@ class CoppClasses {
   std::uint64_t tableHandle_ = 0;
   std::optional<Names> classes_;
   std::map<Qos::CoppClassName, ClassAccount> accounts_;
-  // Rows of classes that went, and since when.
+  // Rows of classes that went, and since when by the steady clock.
   std::map<Qos::CoppClassName, Kel::Seconds> goneSince_;
   bool isFirst_ = true;
-  std::set<std::string> told_;  // what the operator knows
+  // What the operator knows: of the table, of its counters by their names, and of how many classes
+  // without room at most.
+  std::set<std::string> told_, toldOf_;
+  std::size_t toldRefused_ = 0;
 };
 
 }  // namespace Hardware::Linux

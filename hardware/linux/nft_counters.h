@@ -74,7 +74,8 @@ class NftCounterSource {
     NftCounter counter{};  // as it stood when it was set to 0
     std::error_code error{};
   };
-  /// Set a counter to 0 and tell what it had counted, in one step: nothing is lost between the two.
+  /// Set a counter to 0 and tell what it had counted, with one question: nobody's reading or reset
+  /// comes between the two. Packets that another processor counts at that moment may be in neither.
   virtual ResetReading reset(NftCounterName const& counter) = 0;
 };
 

@@ -21,10 +21,14 @@ using testing::IsEmpty;
 class Helper : public OruHelper::OruHelperCountersSm {
  public:
   explicit Helper(Support::CallLog& l) : OruHelperCountersSm("helper"), log(l) {}
-  void resetCpuQueueCounters(Kel::Name name) override { log("reset", name); }
+  void resetCpuQueueCounters(Kel::Name name) override {
+    log("reset", name);
+    if (onReset) onReset();
+  }
   void initializeCpuPort(Kel::String name) override { log("cpu port", name); }
   void getCoppCounters() override { log("poll"); }
   Support::CallLog& log;
+  std::function<void()> onReset;
 };
 
 class ControlPlaneTest : public ::testing::Test {
@@ -78,9 +82,12 @@ TEST_F(ControlPlaneTest, CpuPortComesWithItsPolicyMapAndIsToldOfInTheLog) {
   EXPECT_THAT(classes(), ElementsAre("bgp", "icmp"));
   EXPECT_EQ(policyMap()->platformHelper(), helper);
   EXPECT_EQ(policyMap()->type(), MapType::controlPlane);
-  EXPECT_EQ(said(),
-            "oru-agentd: policy map copp-system-policy of the control plane is there, with 2 "
-            "classes\n");
+  EXPECT_EQ(said(), "oru-agentd: policy map copp-system-policy is watched, with 2 classes\n");
+}
+
+TEST_F(ControlPlaneTest, OneClassIsOneInTheLog) {
+  classesAre({"bgp"});
+  EXPECT_EQ(said(), "oru-agentd: policy map copp-system-policy is watched, with 1 class\n");
 }
 
 TEST_F(ControlPlaneTest, ClassesThatAreThereAtTheStartAreNotReset) {
@@ -127,7 +134,7 @@ TEST_F(ControlPlaneTest, CpuPortThatGoesTakesItsPollerAndItsPolicyMapAlong) {
   EXPECT_FALSE(counters->cpuPortCountersSm("Cpu"));
   EXPECT_FALSE(policyMap());
   EXPECT_TRUE(sut.sliceStatus()->pmapType().begin()->second->pmap().empty());
-  EXPECT_THAT(said(), HasSubstr("policy map copp-system-policy of the control plane is gone\n"));
+  EXPECT_THAT(said(), HasSubstr("policy map copp-system-policy is no longer watched\n"));
 }
 
 TEST_F(ControlPlaneTest, PolicyMapUnderAnotherNameIsNotWatched) {
@@ -144,7 +151,32 @@ TEST_F(ControlPlaneTest, MemberThatSomebodyMadeOfAnotherStatusStaysAndIsTold) {
   types()->coppSmIs(name, other, helper);
   classesAre({"bgp"});
   EXPECT_EQ(policyMap()->pmap(), other);
-  EXPECT_THAT(said(), HasSubstr("not watched: "));
+  noCpuPort();
+  ASSERT_TRUE(policyMap());
+  EXPECT_EQ(policyMap()->pmap(), other);
+  std::string const text = said();
+  EXPECT_THAT(text, HasSubstr("not watched: "));
+  EXPECT_THAT(text, HasSubstr("copp-system-policy is gone\n"));
+}
+
+TEST_F(ControlPlaneTest, MemberThatSomebodyMadeInPlaceOfTheAgentsStays) {
+  Kel::Name const name("copp-system-policy");
+  classesAre({"bgp"});
+  types()->coppSmDel(name);
+  auto const other = Kel::make<Qos::PolicyMapHwStatus>();
+  types()->coppSmIs(name, other, helper);
+  noCpuPort();
+  ASSERT_TRUE(policyMap());
+  EXPECT_EQ(policyMap()->pmap(), other);
+}
+
+// The chip reads its classes anew when one is reset.
+TEST_F(ControlPlaneTest, ClassesMayChangeWhileThoseThatComeAreReset) {
+  classesAre({"bgp"});
+  CoppClassNames names{"bgp", "icmp", "ospf"};
+  helper->onReset = [&] { names.clear(); };
+  sut.classesAre(&names);
+  EXPECT_THAT(classes(), ElementsAre("bgp", "icmp", "ospf"));
 }
 
 TEST_F(ControlPlaneTest, SlicesStandInTheirDirectories) {

@@ -117,7 +117,7 @@ class PolicingClasses(OnPolicedLinks):
                           copp_ospf=(4, 4 * 80), copp_default=(2, 2 * (HEADERS + 10)))
         self.assertEqual(self.rows()["copp-ntp"]["policyMap"], "copp-system-policy")
         self.assertEqual(self.rows()["copp-ntp"]["lastReset"], 0.0)
-        self.assertIn("policy map copp-system-policy of the control plane is there, with 10 classes",
+        self.assertIn("policy map copp-system-policy is watched, with 10 classes",
                       self.what_it_said())
 
     def test_the_library_holds_the_policy_map_and_its_classes(self):
@@ -197,8 +197,8 @@ class PolicingClasses(OnPolicedLinks):
         await_that("no classes", lambda: self.rows() == {})
         _, said = self.stop_agent(signal.SIGTERM)
         self.assertEqual(said.splitlines(), [
-            "oru-agentd: policy map copp-system-policy of the control plane is there, with 10 classes",
-            "oru-agentd: policy map copp-system-policy of the control plane is gone"])
+            "oru-agentd: policy map copp-system-policy is watched, with 10 classes",
+            "oru-agentd: policy map copp-system-policy is no longer watched"])
 
     def test_without_the_privilege_it_is_said_once(self):
         if not shutil.which("capsh"):

@@ -96,9 +96,23 @@ TEST(ClassAccount, WithoutOneOfRowAndOffsetsBeginsAnew) {
   }
 }
 
-TEST(ClassAccount, TotalsBelowTheOffsetsAreOfSomethingElse) {
-  EXPECT_FALSE(
-      ClassAccount(ClassCounts{2, 200}, StoredClassOffsets{kSource, {3, 100}}).continues());
+TEST(ClassAccount, TotalsThatWereNotPublishedAfterTheirOffsetGoOnFromTheOffset) {
+  ClassAccount before = fresh();
+  before.advance(kSource, {5, 500});
+  ClassCounts const published = before.totals();
+  before.reset(kSource, {6, 600});
+  for (auto const& [source, counts] :
+       {std::pair(kSource, ClassCounts{2, 200}), std::pair(kAnother, ClassCounts{2, 200})}) {
+    ClassAccount sut(published, before.stored());
+    EXPECT_TRUE(sut.continues());
+    sut.advance(source, counts);
+    EXPECT_EQ(sut.totals(), (ClassCounts{8, 800}));
+  }
+}
+
+TEST(ClassAccount, OfTotalsAndOffsetsEachCountGoesOnFromTheLater) {
+  ClassAccount const sut(ClassCounts{2, 200}, StoredClassOffsets{kSource, {3, 100}});
+  EXPECT_EQ(sut.totals(), (ClassCounts{3, 200}));
 }
 
 TEST(ClassAccount, TotalsWrap) {

@@ -27,8 +27,9 @@ class CoppClassesTest : public ::testing::Test {
   // Over the same tables and the same kernel.
   void startAgent(bool keeps = false) {
     sut.emplace(
-        CoppClasses::Parts{rows, offsets, "copp-system-policy", keeps}, kernel, 1,
-        [this] { return now; }, [this](std::string const& text) { said.push_back(text); });
+        CoppClasses::Parts{rows, offsets, "copp-system-policy", keeps, [this] { return steady; }},
+        kernel, generation, [this] { return now; },
+        [this](std::string const& text) { said.push_back(text); });
   }
   NftCounter& counter(std::string const& name) {
     auto& all = kernel.table.table.counters;
@@ -46,6 +47,7 @@ class CoppClassesTest : public ::testing::Test {
   }
   void poll(Kel::Seconds later = 2.0) {
     now += later;
+    steady += later;
     sut->refresh();
   }
   Qos::CoppClassCounter row(char const* name) { return rows->lookup(name); }
@@ -56,7 +58,8 @@ class CoppClassesTest : public ::testing::Test {
     return names;
   }
 
-  double now = 1000.0;
+  double now = 1000.0, steady = 20.0;
+  std::uint64_t generation = 1;
   Support::TemporaryTables tables;
   Kel::Ptr<CoppClasses::Table> rows = tables.table<CoppClasses::Table>("coppCounters");
   Kel::Ptr<CoppOffsetTable> offsets = tables.table<CoppOffsetTable>("coppOffsets");
@@ -184,6 +187,65 @@ TEST_F(CoppClassesTest, ResetThatFailsIsToldAndChangesNothing) {
   EXPECT_THAT(said, ElementsAre(HasSubstr("icmp cannot be reset")));
 }
 
+TEST_F(CoppClassesTest, ResetUnderARulesetThatReplacedTheLastOneLosesNothing) {
+  counter("icmp").pkts = 5;
+  poll();
+  kernel.table.table.handle = 41;  // its counters have the handles of the old ones
+  counter("icmp").pkts = 8;
+  now += 1.0;
+  sut->reset("icmp");
+  EXPECT_EQ(row("icmp").pkts, 13u);
+  EXPECT_EQ(row("icmp").resetPkts, 13u);
+}
+
+TEST_F(CoppClassesTest, ResetOfAClassThatWentWithItsTableDoesNothing) {
+  counter("icmp").pkts = 5;
+  poll();
+  fails(std::errc::no_such_file_or_directory);
+  now += 1.0;
+  sut->reset("icmp");
+  EXPECT_FALSE(sut->classes());
+  EXPECT_EQ(row("icmp").lastReset, 0.0);
+}
+
+TEST_F(CoppClassesTest, ResetsOfOneTickReadTheTableOnce) {
+  counter("bgp");
+  counter("icmp");
+  poll();
+  kernel.asked.clear();
+  now += 1.0;
+  sut->reset("bgp");
+  sut->reset("icmp");
+  EXPECT_THAT(kernel.asked,
+              ElementsAre("inet copp", "reset inet copp bgp", "reset inet copp icmp"));
+}
+
+// An agent that was killed between the two.
+TEST_F(CoppClassesTest, ResetWhoseOffsetsWereKeptAndWhoseRowWasNotPublishedLosesNothing) {
+  counter("icmp").pkts = 5;
+  poll();
+  auto const published = row("icmp");
+  counter("icmp").pkts = 6;
+  sut->reset("icmp");
+  rows->counterIs(published);
+  counter("icmp").pkts = 2;
+  startAgent();
+  poll();
+  EXPECT_EQ(row("icmp").pkts, 8u);
+}
+
+TEST_F(CoppClassesTest, RowsOfAnotherNetworkNamespaceBeginAnew) {
+  for (bool const keeps : {false, true}) {
+    counter("icmp").pkts = 500;
+    poll();
+    ++generation;
+    counter("icmp").pkts = 3;
+    startAgent(keeps);
+    poll();
+    EXPECT_EQ(row("icmp").pkts, 3u);
+  }
+}
+
 TEST_F(CoppClassesTest, NewRulesetExtendsTheTotals) {
   counter("icmp").pkts = 5;
   poll();
@@ -256,6 +318,20 @@ TEST_F(CoppClassesTest, RowOfAClassThatStaysAwayIsRemovedWithItsOffsets) {
   EXPECT_EQ(row("icmp").pkts, 6u);
 }
 
+TEST_F(CoppClassesTest, ClockThatIsSetChangesNothingOfHowLongARowStays) {
+  for (double const step : {3600.0, -3600.0}) {
+    counter("icmp");
+    poll();
+    removeCounter("icmp");
+    poll();
+    now += step;
+    poll(CoppClasses::kReloadGrace - 1.0);
+    EXPECT_TRUE(rows->contains("icmp"));
+    poll(1.0);
+    EXPECT_FALSE(rows->contains("icmp"));
+  }
+}
+
 TEST_F(CoppClassesTest, RowsGoWithTheTable) {
   counter("icmp").pkts = 5;
   poll();
@@ -304,6 +380,16 @@ TEST_F(CoppClassesTest, NamesThatAreNoClassesAreToldOnceAndNotCounted) {
   EXPECT_EQ(rows->members(), 1u);
 }
 
+TEST_F(CoppClassesTest, CounterThatIsNoClassIsToldAgainWhenItComesBack) {
+  counter("a b");
+  poll();
+  removeCounter("a b");
+  poll();
+  counter("a b");
+  poll();
+  EXPECT_EQ(said.size(), 2u);
+}
+
 class FullCoppTables : public CoppClassesTest {
  protected:
   static constexpr int kRoom = 1024;  // of these tables
@@ -318,16 +404,56 @@ class FullCoppTables : public CoppClassesTest {
 
 TEST_F(FullCoppTables, ClassWithoutRoomForItsRowIsToldOnceAndCountedWhenThereIs) {
   startAgent(true);
-  fill(rows);
+  for (int i = 0; i < kRoom; ++i) counter("other" + std::to_string(i));
   counter("icmp").pkts = 5;
   poll();
   poll();
-  EXPECT_THAT(classes(), IsEmpty());
-  EXPECT_THAT(said, ElementsAre(HasSubstr("icmp is not counted")));
-  rows->counterDel("other1");
+  EXPECT_EQ(classes().size(), std::size_t{kRoom});
+  EXPECT_THAT(said, ElementsAre(HasSubstr("class icmp is not counted")));
+  removeCounter("other1");
   poll();
   EXPECT_EQ(row("icmp").pkts, 5u);
-  EXPECT_THAT(classes(), ElementsAre("icmp"));
+  EXPECT_TRUE(sut->classes()->contains("icmp"));
+  EXPECT_EQ(said.size(), 1u);
+}
+
+TEST_F(FullCoppTables, ClassesWithoutRoomAreToldInOneLineAndAgainWhenTheyGrowMore) {
+  for (int i = 0; i < kRoom + 88; ++i) counter("class" + std::to_string(i));
+  poll();
+  poll();
+  EXPECT_THAT(said, ElementsAre(HasSubstr("88 policing classes are not counted; class1024 is")));
+  counter("another");
+  poll();
+  EXPECT_EQ(said.size(), 2u);
+}
+
+TEST_F(FullCoppTables, ClassesThatWentGiveTheirRoomToThoseThatAreThereTheFirstGoneFirst) {
+  for (bool const keeps : {false, true}) {
+    startAgent(keeps);
+    kernel.table.table.counters.clear();
+    for (int i = 0; i < kRoom; ++i) counter("old" + std::to_string(i));
+    poll();
+    removeCounter("old7");
+    poll();
+    kernel.table.table.counters.clear();
+    counter("new");
+    poll();
+    EXPECT_THAT(classes(), ElementsAre("new"));
+    EXPECT_FALSE(rows->contains("old7"));
+    EXPECT_TRUE(rows->contains("old8"));
+    EXPECT_THAT(said, IsEmpty());
+  }
+}
+
+TEST_F(FullCoppTables, RowsThatAnAgentBeforeLeftHoldNoRoomAtTheFirstReading) {
+  for (int i = 0; i < kRoom; ++i) counter("old" + std::to_string(i));
+  poll();
+  kernel.table.table.counters.clear();
+  for (int i = 0; i < kRoom; ++i) counter("new" + std::to_string(i));
+  startAgent();
+  poll();
+  EXPECT_EQ(classes().size(), std::size_t{kRoom});
+  EXPECT_THAT(said, IsEmpty());
 }
 
 TEST_F(FullCoppTables, ClassWithoutRoomForItsOffsetsIsNotCounted) {
