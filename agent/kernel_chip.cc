@@ -80,6 +80,7 @@ void KernelChip::start(EventLoop& loop) {
   if (auto const error = _monitor.start(events))
     throw std::system_error(error, "cannot list the links of this machine");
   handle(events);
+  _sync.listed();
   lookForClasses();
   loop.readableIs(_monitor.fd(), [this] { takeNews(); });
   _kernelVlans.start(loop);

@@ -38,6 +38,7 @@ void LinkSync::handle(LinkEvent const& event) {
 void LinkSync::update(Link const& link) {
   auto const [at, isNew] = _links.try_emplace(link.ifindex, Known{link, {}, {}});
   Known& known = at->second;
+  known.isNew = isNew && _listed;
   bool const renamed = known.link.name != link.name;
   known.link = link;
   auto const wanted = _names.of(link.name, link.ifindex, link.vlanId);
@@ -53,6 +54,7 @@ void LinkSync::update(Link const& link) {
     say("link " + link.name + " is not counted: the configuration gives Ethernet" +
         std::to_string(link.ifindex) + " to another link; give this one a name too");
   }
+  known.isNew = false;
 }
 
 void LinkSync::serve(Known& known, LinkNames::Answer const& wanted) {
@@ -74,7 +76,7 @@ bool LinkSync::begin(Known const& known, LinkNames::Answer const& wanted) {
   bool const isSame = rows == PortLinks::RowsOf::thisLink;
   bool const isKept =
       isSame || (rows == PortLinks::RowsOf::another && wanted.isNamed && _interfaces.keeps());
-  bool const moves = known.lastServedAs && !(isSame && known.lastServedAs == intfId);
+  bool const moves = isSame ? known.lastServedAs && known.lastServedAs != intfId : !known.isNew;
   // Should it not be told what the link counted before it moved: better a new total than a wrong
   // one.
   bool const anew = !isKept || (moves && !_ports.moveTo(intfId, link));

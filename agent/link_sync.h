@@ -38,9 +38,11 @@ class PortLinks {
 //
 // Rows that are there when a link becomes an interface are continued when they are of this very
 // link: then an agent before counted it. Rows of anything else are dropped and the interface begins
-// anew, except where counters are kept and the configuration gives the interface its name: its
-// totals then go on with another link. If that link was another interface before, what it counted
-// as such is not counted again.
+// anew, except where counters are kept and the interface has its name from the configuration or is
+// a VLAN's: its totals then go on with another link. What that link had counted when it took the
+// rows over is not added: it may have been in them before, or have been another interface. Only of
+// a link that is new, which it is if it appeared after the agent began and is that interface at
+// once, all that it counted is added.
 //
 // Of two links that are to be the same interface, the first has it, and the other gets it when the
 // first is gone; that a link is not counted for such a reason is told to the operator.
@@ -51,6 +53,9 @@ class LinkSync {
 
   void handle(Hardware::Linux::LinkEvent const& event);
 
+  // All links that were there when the agent began have been told.
+  void listed() { _listed = true; }
+
   // Tries the links again for which there was no room.
   void serveRefused();
 
@@ -60,6 +65,7 @@ class LinkSync {
     Link link;
     std::optional<Pekt::IntfId> servedAs;
     std::optional<Pekt::IntfId> lastServedAs;
+    bool isNew = false;
   };
 
   void update(Link const& link);
@@ -73,6 +79,7 @@ class LinkSync {
   PortLinks& _ports;
   std::map<int, Known> _links;  // by ifindex
   std::map<Pekt::IntfId, int> _servedBy;
+  bool _listed = false;
 };
 
 Interface::IntfDescription description(Pekt::IntfId const& intfId,

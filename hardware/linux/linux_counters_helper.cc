@@ -76,11 +76,12 @@ bool LinuxCountersHelper::reserve(Pekt::IntfId const& intfId, int ifindex) {
 
 bool LinuxCountersHelper::moveTo(Pekt::IntfId const& intfId, int ifindex) {
   auto const counts = read(intfId, ifindex);
-  auto const qdiscs = readQdiscs(ifindex);
-  if (!counts || !qdiscs) return false;
+  if (!counts) return false;
   PortAccount port(parts_.publishedRow(intfId), parts_.offsets->load(intfId));
   port.moveTo(identityOf(ifindex), *counts);
   if (isVlan(intfId)) return parts_.offsets->save(intfId, *port.stored());
+  auto const qdiscs = readQdiscs(ifindex);
+  if (!qdiscs) return false;
   QueueAccount queues(parts_.publishedQueues(intfId), parts_.queueOffsets->load(intfId));
   // Whatever the number of its queues: those of which nothing is taken in count anew.
   queues.moveTo(identityOf(ifindex), queueReading(*qdiscs, 1));

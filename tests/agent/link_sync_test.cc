@@ -332,8 +332,37 @@ TEST_F(LinkSyncNamedAfterAnAgent, KeptRowsBeginAnewWhenItCannotBeToldWhatALinkBr
 TEST_F(LinkSyncNamedAfterAnAgent, ALinkThatIsNewMovesFromNowhere) {
   entities.ocsd->keepIntfCountersIs(true);
   addRows("Ethernet1", RowsOf::another);
+  sut.listed();
   appear(link(7, "eth0"));
   EXPECT_THAT(ports.moved, IsEmpty());
+  EXPECT_EQ(octets("Ethernet1"), 500u);
+}
+
+TEST_F(LinkSyncNamedAfterAnAgent, ALinkThatWasThereBeforeTheAgentBringsNoCountsToKeptRows) {
+  entities.ocsd->keepIntfCountersIs(true);
+  addRows("Ethernet1", RowsOf::another);
+  appear(link(7, "eth0"));
+  EXPECT_THAT(ports.moved, ElementsAre("Ethernet1 to 7"));
+  EXPECT_EQ(octets("Ethernet1"), 500u);
+}
+
+TEST_F(LinkSyncNamedAfterAnAgent, TheVeryLinkOfKeptRowsDoesNotMove) {
+  entities.ocsd->keepIntfCountersIs(true);
+  addRows("Ethernet1", RowsOf::thisLink);
+  appear(link(7, "eth0"));
+  EXPECT_THAT(ports.moved, IsEmpty());
+}
+
+TEST_F(LinkSyncNamedAfterAnAgent, ALinkThatWaitedForTheInterfaceBringsNoCountsToKeptRows) {
+  entities.ocsd->keepIntfCountersIs(true);
+  sut.listed();
+  appear(link(7, "eth0"));
+  testing::internal::CaptureStderr();
+  appear(link(9, "eth0"));
+  testing::internal::GetCapturedStderr();
+  addRows("Ethernet1", RowsOf::another);
+  vanish(link(7, "eth0"));
+  EXPECT_THAT(ports.moved, ElementsAre("Ethernet1 to 9"));
 }
 
 TEST_F(LinkSyncTest, ALinkWithoutRoomForItsOffsetsIsRefusedUntilThereIs) {

@@ -23,10 +23,14 @@ class Ports : public PortLinks {
   void linkDel(Pekt::IntfId const& id) override { _log("port", id, "has no link"); }
   RowsOf rowsOf(Pekt::IntfId const&, Link const&) override { return rows; }
   bool reserve(Pekt::IntfId const&, Link const&) override { return true; }
-  bool moveTo(Pekt::IntfId const&, Link const&) override { return true; }
+  bool moveTo(Pekt::IntfId const&, Link const& link) override {
+    movedTo = link.ifindex;
+    return true;
+  }
   void forget(Pekt::IntfId const&) override {}
 
   RowsOf rows = RowsOf::nobody;
+  int movedTo = 0;
 
  private:
   Support::CallLog& _log;
@@ -190,6 +194,13 @@ TEST_F(KeptVlanInterfaces, RowGoesOnWithAnotherLinkOfTheVlanAndItsRatesBeginAnew
   appear(vlan(8, "eth0.10"));
   EXPECT_EQ(row("Vlan10").statistics.inUcastPkts, 5u);
   EXPECT_EQ(row("Vlan10").rates.inPktsRate, 0.0);
+}
+
+TEST_F(KeptVlanInterfaces, RowGoesOnWithoutWhatAnotherLinkOfTheVlanHadCounted) {
+  rowIs("Vlan10", 5);
+  ports.rows = PortLinks::RowsOf::another;
+  appear(vlan(8, "eth0.10"));
+  EXPECT_EQ(ports.movedTo, 8);
 }
 
 TEST_F(KeptVlanInterfaces, LeftoverRowsStay) {

@@ -12,6 +12,7 @@ namespace Hardware::Linux {
 namespace {
 
 using Linux::Test::FakeLinks;
+using Linux::Test::FakeQdiscs;
 using RowsOf = LinuxCountersHelper::RowsOf;
 
 // What a kernel says of a link of a kind with data, in either order.
@@ -55,6 +56,9 @@ class VlanInterfaceTest : public ::testing::Test {
     links = fakeLinks.get();
     parts.links = std::move(fakeLinks);
     parts.offsets = std::make_unique<Linux::Test::SharedStore<StoredOffsets>>(kept);
+    auto fakeQdiscs = std::make_unique<FakeQdiscs>();
+    qdiscs = fakeQdiscs.get();
+    parts.qdiscs = std::move(fakeQdiscs);
     parts.publishedRow = [this](Pekt::IntfId const&) {
       return row ? std::optional(asPort(*row)) : std::nullopt;
     };
@@ -83,6 +87,7 @@ class VlanInterfaceTest : public ::testing::Test {
   MemoryOffsetStore kept;
   double now = 100.0;
   FakeLinks* links = nullptr;
+  FakeQdiscs* qdiscs = nullptr;
   Kel::Ptr<LinuxCountersHelper> sut;
   Kel::Ptr<OruTypes::VlanIntfCounters> previous;
 };
@@ -214,6 +219,33 @@ TEST_F(VlanInterfaceTest, RowMovesToALinkWithoutWhatThatCountedBefore) {
   links->links[9].rx_packets = 1003;
   poll();
   EXPECT_EQ(row->statistics.inUcastPkts, 13u);
+}
+
+TEST_F(VlanInterfaceTest, RowMovesWhetherOrNotDisciplinesCanBeRead) {
+  links->links[7].rx_packets = 10;
+  poll();
+  qdiscs->error = std::make_error_code(std::errc::no_buffer_space);
+  EXPECT_TRUE(sut->moveTo(kVlan, 7));
+}
+
+// As agents do whose --interfaces choose the one and the other.
+TEST_F(VlanInterfaceTest, TwoLinksThatHaveTheRowInTurnsAddEachFrameOnce) {
+  links->links[7].rx_packets = 5;
+  links->links[9].rx_packets = 3;  // nobody counts it
+  poll();
+  std::uint64_t total = 5;
+  for (int const ifindex : {9, 7, 9, 7}) {
+    startAgent();
+    EXPECT_EQ(sut->rowsOf(kVlan, ifindex), RowsOf::another);
+    ASSERT_TRUE(sut->moveTo(kVlan, ifindex));
+    sut->deleteVlanIntfCounters(kVlan);
+    linkIs(ifindex);
+    ASSERT_TRUE(sut->initializeVlanIntfCounters(kVlan, 10));
+    links->links[ifindex].rx_packets += 2;
+    poll();
+    total += 2;
+    EXPECT_EQ(row->statistics.inUcastPkts, total);
+  }
 }
 
 TEST_F(VlanInterfaceTest, KeepsOffsetsAndNoneOfQueues) {
