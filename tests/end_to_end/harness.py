@@ -36,6 +36,7 @@ def await_that(what, condition):
             return value
         if time.monotonic() > deadline:
             raise AssertionError(f"waited {PATIENCE} s in vain for: {what}")
+        time.sleep(0.02)  # the programs that are waited for need the processor
 
 
 class Programs(unittest.TestCase):

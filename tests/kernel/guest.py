@@ -8,7 +8,9 @@ Prints what the command prints, and ends with its exit status. The command finds
 system as it is here, read-only, in the same working directory; /run, /dev/shm and $TMPDIR are its own
 and writable. It needs neither root nor virtualization here.
 
-  77   there is no such kernel here: it is not installed, or it does not start; the reason is printed
+  77   there is no such kernel here: it is not installed, or it does not come to running its first
+       process; the reason is printed. With ORU_KERNEL_TESTS=required in the environment that is a
+       failure, 1
   124  the guest did not end within the time limit, and was killed
   125  the guest ended without the command's exit status: it crashed
 """
@@ -28,6 +30,8 @@ import threading
 KERNEL = "linux.uml"
 MODULES = pathlib.Path("/usr/lib/uml/modules")
 SKIPPED, HUNG, CRASHED = 77, 124, 125
+# What the guest's first process says first.
+INIT_RUNS = b"guest: init runs\n"
 # What the kernel itself says when it is told to end.
 FAREWELLS = (b"sysrq: Power Off\n", b"reboot: Power down\n")
 
@@ -94,6 +98,7 @@ class Guest:
         self.megabytes = megabytes
         self.process = None
         self.hung = False
+        self.init_ran = False
 
     def prepare(self):
         init = pathlib.Path(__file__).with_name("guest_init.sh")
@@ -139,6 +144,9 @@ class Guest:
             line = line.replace(b"\r\n", b"\n")
             for farewell in FAREWELLS:
                 line = line.removesuffix(farewell)
+            if line == INIT_RUNS:
+                self.init_ran = True
+                continue
             if not self.has_started():
                 preface.append(line)
                 continue
@@ -166,8 +174,19 @@ def outcome(guest, time_limit):
     if not guest.has_started():
         lines = guest.preface.decode(errors="replace").strip().splitlines() or ["it says nothing"]
         print("\n".join(lines[:-1]))
-        return SKIPPED, f"skipped: the kernel of User-Mode Linux does not start here: {lines[-1]}"
+        if guest.init_ran:
+            return CRASHED, f"the guest's first process did not come to the command: {lines[-1]}"
+        return SKIPPED, f"the kernel of User-Mode Linux does not start here: {lines[-1]}"
     return CRASHED, f"the guest ended (status {guest.process.returncode}) before its command did"
+
+
+def skip(why):
+    """The exit status of a skip, after saying so."""
+    print(f"skipped: {why}")
+    if os.environ.get("ORU_KERNEL_TESTS") != "required":
+        return SKIPPED
+    print("guest: the tests in this kernel are required (ORU_KERNEL_TESTS)")
+    return 1
 
 
 def parse(arguments):
@@ -183,17 +202,21 @@ def parse(arguments):
 
 def main():
     options = parse(sys.argv[1:])
-    missing = options.skip_because or what_is_missing()
-    if missing:
-        print(f"skipped: {missing}")
+    if options.skip_because:  # no fault of this machine
+        print(f"skipped: {options.skip_because}")
         return SKIPPED
+    missing = what_is_missing()
+    if missing:
+        return skip(missing)
     with tempfile.TemporaryDirectory(prefix="oru-guest-", ignore_cleanup_errors=True) as folder:
         guest = Guest(folder, options.command, options.preload, options.memory)
         guest.prepare()
         guest.run(options.time_limit)
         status, said = outcome(guest, options.time_limit)
+    if status == SKIPPED and said:
+        return skip(said)
     if said:
-        print(f"guest: {said}" if status != SKIPPED else said)
+        print(f"guest: {said}")
     return status
 
 

@@ -2,6 +2,7 @@
 # The first process of a guest (guest.py): prepares what the kernel and the command need besides the
 # host's files, which are /, read-only; runs the command, and leaves its exit status in the folder
 # ORU_SHARED of the host.
+echo "guest: init runs"  # from here on, whatever fails is ours: guest.py waits for this line
 export PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C.UTF-8
 mount -t proc proc /proc
 mount -t sysfs sys /sys
