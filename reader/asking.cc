@@ -43,9 +43,9 @@ Json Asking::operator()(Json const& question) {
                    "the agent's answer is not understood; oru-counters and oru-agentd must be of "
                    "the same version");
   bool const well = answer["ok"] == true;
-  if (_echo == Echo::all || (_echo == Echo::refusals && !well)) _out << text << '\n';
+  if (_echo == Echo::all) _out << text << '\n';
   if (well) return answer;
-  _told = true;
+  _refusal = answer;
   Json const error = answer.value("error", Json::object());
   throw NoAnswer(exitCodeOf(textOf(error, "code")), printable(textOf(error, "text")));
 }

@@ -20,8 +20,8 @@ struct ControlWorld {
 
 class Asking {
  public:
-  // Which of the agent's answers are printed as they are.
-  enum class Echo { none, refusals, all };
+  // Whether the agent's answers are printed as they are.
+  enum class Echo { none, all };
 
   // Both must outlive it.
   Asking(ControlWorld const& world, std::ostream& out, Echo echo)
@@ -29,14 +29,18 @@ class Asking {
 
   // Asks, and answers what was answered well. Throws NoAnswer for the rest.
   nlohmann::ordered_json operator()(nlohmann::ordered_json const& question);
-  // Whether the agent itself said what is wrong.
-  bool told() const { return _told; }
+  // The answer in which the agent itself said what is wrong; null before it did.
+  nlohmann::ordered_json const& refusal() const { return _refusal; }
+  // Of a command of many questions, the members of its one answer so far. After a failure too: what
+  // was done before it is done.
+  nlohmann::ordered_json& done() { return _done; }
 
  private:
   ControlWorld const& _world;
   std::ostream& _out;
   Echo const _echo;
-  bool _told = false;
+  nlohmann::ordered_json _refusal;
+  nlohmann::ordered_json _done = nlohmann::ordered_json::object();
 };
 
 // Empty where there is no such text.

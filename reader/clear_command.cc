@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "reader/clock_text.h"
@@ -75,12 +76,25 @@ std::vector<std::string> vlansMeant(Options const& options, Snapshot snapshot) {
   return all;
 }
 
+// Makes the answers to several requests one.
+void merge(Json& done, Json answer, char const* these) {
+  answer.erase("ok");
+  if (done.empty()) {
+    done = std::move(answer);
+    return;
+  }
+  done["cleared"] = done.value("cleared", 0u) + answer.value("cleared", 0u);
+  for (Json& name : answer[these]) done[these].push_back(std::move(name));
+  done["time"] = answer.value("time", 0.0);
+}
+
 }  // namespace
 
 void clear(Options const& options, ControlWorld const& world, Asking& ask, std::ostream& out) {
   auto const [these, all, prefix, plural] = subjectOf(options.command);
   if (options.names == std::vector<std::string>{"all"}) {
     Json const answer = ask({{"op", "clear"}, {all, true}});
+    merge(ask.done(), answer, these);
     if (!options.json)
       out << "cleared all " << answer.value("cleared", 0u) << ' ' << plural << " at "
           << clockText(answer.value("time", 0.0)) << '\n';
@@ -94,6 +108,7 @@ void clear(Options const& options, ControlWorld const& world, Asking& ask, std::
     std::vector<std::string> const some(names.begin() + static_cast<std::ptrdiff_t>(from),
                                         names.begin() + static_cast<std::ptrdiff_t>(end));
     Json const answer = ask({{"op", "clear"}, {these, some}});
+    merge(ask.done(), answer, these);
     if (options.json) continue;
     for (std::string const& name : answer.value(these, some))
       out << "cleared " << prefix << printable(name) << " at "

@@ -10,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <cmath>
+#include <sstream>
 
 #include "platform/interface/control_socket.h"
 #include "reader/units.h"
@@ -87,9 +88,10 @@ void ControlClient::waitUntil(double deadline, short events) const {
     int const ready = left <= 0.0 ? 0 : ::poll(&wait, 1, static_cast<int>(std::ceil(left * 1e3)));
     if (ready > 0) return;
     if (ready < 0 && errno == EINTR) continue;
+    std::ostringstream limit;  // 0.5 as it was given
+    limit << _timeout;
     throw NoAnswer(ExitCode::agentFailed,
-                   "the agent at " + _path + " did not answer within " +
-                       std::to_string(static_cast<long>(std::ceil(_timeout))) +
+                   "the agent at " + _path + " did not answer within " + limit.str() +
                        " s; it may be stopped or very busy: see its process, or wait longer with "
                        "--timeout");
   }

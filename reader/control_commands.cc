@@ -41,16 +41,18 @@ Json request(Options const& options) {
   }
 }
 
-// Polls and resets are many questions, and have answers of their own.
-Asking::Echo echoOf(Command command) {
-  bool const own = command == Command::poll || command == Command::clearCopp;
-  return own ? Asking::Echo::refusals : Asking::Echo::all;
+// Those of which one command may be many questions. They have one answer all the same.
+bool asksOften(Command command) {
+  return command == Command::poll || command == Command::clear || command == Command::clearCopp ||
+         command == Command::clearVlans;
 }
 
 // Those that tell what names mean.
 std::vector<Table> namingTables(Command command) {
   if (command == Command::clearCopp) return {Table::coppCounters};
   if (command == Command::clearVlans) return {Table::vlanCounters};
+  if (command == Command::poll)
+    return {Table::counters, Table::descriptions, Table::vlanIntfCounters};
   return {Table::counters, Table::descriptions};
 }
 
@@ -84,20 +86,21 @@ void print(Json const& answer, std::ostream& out) {
       out << printable(name) << '\n';
 }
 
-ExitCode tellNoAnswer(NoAnswer const& none, bool toldAlready, Options const& options,
-                      std::ostream& out, std::ostream& err) {
-  if (options.json && !toldAlready)
-    out << Json{{"ok", false}, {"error", {{"code", "none"}, {"text", none.what()}}}}.dump(
-               -1, ' ', false, Json::error_handler_t::replace)
-        << '\n';
-  return tell({none.problem()}, err);
+void printAnswer(Json answer, Json const& done, std::ostream& out) {
+  for (auto const& [member, value] : done.items()) answer[member] = value;
+  out << answer.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
+}
+
+Json noAnswer(char const* why) {
+  return {{"ok", false}, {"error", {{"code", "none"}, {"text", why}}}};
 }
 
 }  // namespace
 
 ExitCode control(Options const& options, ControlWorld const& world, std::ostream& out,
                  std::ostream& err) {
-  Asking ask(world, out, options.json ? echoOf(options.command) : Asking::Echo::none);
+  bool const often = asksOften(options.command);
+  Asking ask(world, out, options.json && !often ? Asking::Echo::all : Asking::Echo::none);
   try {
     if (options.command == Command::clear || options.command == Command::clearVlans) {
       clear(options, world, ask, out);
@@ -109,14 +112,19 @@ ExitCode control(Options const& options, ControlWorld const& world, std::ostream
       Json const answer = ask(request(options));
       if (!options.json) print(answer, out);
     }
+    if (options.json && often) printAnswer({{"ok", true}}, ask.done(), out);
     return ExitCode::ok;
   } catch (NoAnswer const& none) {
-    return tellNoAnswer(none, ask.told(), options, out, err);
+    bool const refused = !ask.refusal().is_null();
+    if (options.json && (often || !refused))
+      printAnswer(refused ? ask.refusal() : noAnswer(none.what()), ask.done(), out);
+    return tell({none.problem()}, err);
   } catch (Json::exception const&) {
-    return tellNoAnswer({ExitCode::agentFailed,
-                         "the agent's answer is not understood; oru-counters and oru-agentd must "
-                         "be of the same version"},
-                        true, options, out, err);
+    char const* const why =
+        "the agent's answer is not understood; oru-counters and oru-agentd must be of the same "
+        "version";
+    if (options.json && often) printAnswer(noAnswer(why), ask.done(), out);
+    return tell({{ExitCode::agentFailed, why}}, err);
   }
 }
 
@@ -133,7 +141,8 @@ ExitCode control(Options const& options, std::ostream& out, std::ostream& err) {
                         }},
                    out, err);
   } catch (NoAnswer const& none) {
-    return tellNoAnswer(none, false, options, out, err);
+    if (options.json) printAnswer(noAnswer(none.what()), {}, out);
+    return tell({none.problem()}, err);
   }
 }
 

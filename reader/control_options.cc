@@ -174,6 +174,8 @@ std::optional<std::string> ControlOptions::wrong() const {
   if (_namesBesides)
     return "'" + command + "' takes " + clear->takes + ", and no names of interfaces before them";
   if (names.empty()) return "'" + command + "' must be told what: all, or names";
+  if (std::find(names.begin(), names.end(), "") != names.end())
+    return "'" + command + "': a name is empty";
   if (names.size() != 1 && std::find(names.begin(), names.end(), kAll) != names.end())
     return "'" + command + " all' takes no further names";
   return std::nullopt;

@@ -78,6 +78,52 @@ bool mark(std::string const& name, std::string const& kind, Candidates& all) {
   return known;
 }
 
+void update(Pekt::IntfId const& intfId, Kinds const& kinds, Asking& ask) {
+  for (PollKind const* const kind : kinds)
+    ask({{"op", "invoke"},
+         {"path", "countersSm"},
+         {"operation", "updateCounters"},
+         {"arguments", {std::string(kind->counterType), std::string(intfId.view())}}});
+}
+
+// An update that the chip gave nothing for leaves the row as it was, and says nothing. Rows of
+// other kinds bear no time of their own.
+bool wasUpdated(Candidate const& candidate, std::map<Pekt::IntfId, Intf const*> const& after) {
+  bool const timed = std::any_of(
+      candidate.wanted.begin(), candidate.wanted.end(),
+      [](PollKind const* kind) { return kind->name == "port" || kind->name == "vlan"; });
+  auto const at = after.find(candidate.intf.intfId);
+  Interface::IntfStatistics const* const now =
+      at == after.end() ? nullptr : at->second->statistics();
+  if (!timed || !now) return true;
+  Interface::IntfStatistics const* const before = candidate.intf.statistics();
+  return now->lastUpdate != (before ? before->lastUpdate : 0.0);
+}
+
+// Answers the names of those that could not be read.
+std::vector<std::string> tellPolled(std::vector<Candidate const*> const& asked,
+                                    Snapshot const& snapshot, Options const& options, Asking& ask,
+                                    std::ostream& out) {
+  std::map<Pekt::IntfId, Intf const*> after;
+  for (Intf const& intf : snapshot.interfaces) after[intf.intfId] = &intf;
+  std::vector<std::string> unread;
+  Json& polled = ask.done()["polled"] = Json::array();
+  for (Candidate const* const candidate : asked) {
+    std::string const name(candidate->intf.intfId.view());
+    if (!wasUpdated(*candidate, after)) {
+      unread.push_back(name);
+      continue;
+    }
+    Json kinds = Json::array();
+    for (PollKind const* const kind : candidate->wanted) kinds.push_back(kind->name);
+    polled.push_back({{"name", name}, {"kinds", std::move(kinds)}});
+    if (!options.json)
+      out << "polled " << printable(name) << ": " << listed(candidate->wanted) << '\n';
+  }
+  if (polled.empty()) ask.done().erase("polled");
+  return unread;
+}
+
 }  // namespace
 
 PollKind const* pollKindOf(std::string_view name) {
@@ -104,23 +150,21 @@ void poll(Options const& options, ControlWorld const& world, Asking& ask, std::o
       throw NoAnswer(wrong[0].code, wrong[0].text);
     throw nothingPolled(ExitCode::unknownName, "there is no interface " + printableList(unknown));
   }
-  Json polled = Json::array();
-  for (auto const& [intfId, candidate] : all) {
-    if (!candidate.meant) continue;
-    std::string const name(intfId.view());
-    Json kinds = Json::array();
-    for (PollKind const* const kind : candidate.wanted) {
-      ask({{"op", "invoke"},
-           {"path", "countersSm"},
-           {"operation", "updateCounters"},
-           {"arguments", {std::string(kind->counterType), name}}});
-      kinds.push_back(kind->name);
+  std::vector<Candidate const*> asked;
+  try {
+    for (auto const& [intfId, candidate] : all) {
+      if (!candidate.meant) continue;
+      update(intfId, candidate.wanted, ask);
+      asked.push_back(&candidate);
     }
-    polled.push_back({{"name", name}, {"kinds", std::move(kinds)}});
-    if (!options.json)
-      out << "polled " << printable(name) << ": " << listed(candidate.wanted) << '\n';
+  } catch (NoAnswer const&) {
+    tellPolled(asked, world.take(), options, ask, out);
+    throw;
   }
-  if (options.json) out << Json{{"ok", true}, {"polled", std::move(polled)}}.dump() << '\n';
+  auto const unread = tellPolled(asked, world.take(), options, ask, out);
+  if (!unread.empty())
+    throw NoAnswer(ExitCode::agentFailed,
+                   printableList(unread) + " could not be read just now; try again");
 }
 
 }  // namespace Show

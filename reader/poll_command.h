@@ -26,8 +26,10 @@ PollKind const* pollKindOf(std::string_view name);
 std::string pollKindNames();
 
 // Polls what the options name, and tells it to `out`. An update of what has no poller does nothing
-// and says nothing, so the agent is asked first what it has. Throws NoAnswer; where a name means no
-// interface, or none with a poller that is asked for, nothing was polled.
+// and says nothing, so the agent is asked first what it has; and of what the chip gives nothing for
+// it says nothing either, so the rows that bear a time are compared with those before. Throws
+// NoAnswer: where a name means no interface, or none with a poller that is asked for, nothing was
+// polled; else what was polled is told all the same.
 void poll(Options const& options, ControlWorld const& world, Asking& ask, std::ostream& out);
 
 }  // namespace Show

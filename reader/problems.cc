@@ -20,7 +20,8 @@ std::string_view whyMissing(Table table) {
     case Table::vlanIntfCounters:
       return "the agent counts no VLAN interfaces; it may be of an older version";
     case Table::coppCounters:
-      return "the agent's chip has no control-plane policing, or the agent is of an older version";
+      return "the agent's chip has no control-plane policing, or the agent is of an older version "
+             "or has not started in full yet";
     case Table::vlanCounters:
     case Table::vlanCounterSnapshots:
     case Table::vlanDescriptions:

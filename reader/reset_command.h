@@ -9,9 +9,13 @@
 namespace Show {
 
 // Resets the classes that the options name, all of them for "all", and tells it to `out`. Classes
-// are reset by the state machine of their policy map, which must be watched. The rows are read
-// before and after, since a class that went meanwhile is passed over without a word. Throws
-// NoAnswer; where a name means no class, or a policy map is not watched, nothing was reset.
+// are reset by the state machine of their policy map, which must be watched. It passes over a class
+// that its policy map does not have now without a word; so every class is read first, and one whose
+// row that leaves as it was has gone. Those that "all" or a pattern means are passed over, and
+// told.
+//
+// Throws NoAnswer. Where a name means no class or one that has gone, or a policy map is not
+// watched, nothing was reset; else the classes before the one that failed were, and are told.
 void resetClasses(Options const& options, ControlWorld const& world, Asking& ask,
                   std::ostream& out);
 

@@ -215,5 +215,21 @@ TEST_F(ControlCommands, ManyNamesGoInSeveralRequests) {
   for (auto const& line : asked) EXPECT_LT(line.size(), 64u * 1024);
 }
 
+TEST_F(ControlCommands, TheAnswersToSeveralRequestsAreOneAsJson) {
+  for (int i = 1; i <= 1000; ++i) addIntf(("Ethernet" + std::to_string(i)).c_str(), "");
+  options.json = true;
+  std::string const first = R"({"ok":true,"cleared":512,"names":["Ethernet1"],"time":1.5})";
+  answers = {first, R"({"ok":true,"cleared":488,"names":["Ethernet2"],"time":2.5})"};
+  EXPECT_EQ(clear({"*"}), ExitCode::ok);
+  EXPECT_EQ(
+      out.str(),
+      "{\"ok\":true,\"cleared\":1000,\"names\":[\"Ethernet1\",\"Ethernet2\"],\"time\":2.5}\n");
+  answers = {first, R"({"ok":false,"error":{"code":"failed","text":"why"}})"};
+  EXPECT_EQ(clear({"*"}), ExitCode::agentFailed);
+  EXPECT_EQ(out.str(), R"({"ok":false,"error":{"code":"failed","text":"why"},)"
+                       R"("cleared":512,"names":["Ethernet1"],"time":1.5})"
+                       "\n");
+}
+
 }  // namespace
 }  // namespace Show

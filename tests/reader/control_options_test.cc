@@ -117,6 +117,12 @@ TEST_F(ControlCommandLine, TooFewAndTooManyWordsAreWrong) {
   EXPECT_EQ(parse({"ls", "countersSm", "a", "b"}), ExitCode::usage);
 }
 
+TEST_F(ControlCommandLine, NamesAreNotEmpty) {
+  EXPECT_EQ(parse({"poll", ""}), ExitCode::usage);
+  EXPECT_THAT(err.str(), HasSubstr("'poll': a name is empty"));
+  EXPECT_EQ(parse({"clear", "copp", "copp-bgp", ""}), ExitCode::usage);
+}
+
 TEST_F(ControlCommandLine, TheTimeoutIsWithinBounds) {
   EXPECT_EQ(parse({"ls"}), std::nullopt);
   EXPECT_EQ(sut.timeout, 10.0);

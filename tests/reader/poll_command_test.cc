@@ -40,12 +40,17 @@ class PollCommand : public AskedAgent {
     EXPECT_EQ(question["operation"], "updateCounters");
     EXPECT_EQ(question["arguments"].size(), 2u);
     if (!refusal.empty()) return refusal;
-    polled.push_back(question["arguments"][0].get<std::string>() + " " +
-                     question["arguments"][1].get<std::string>());
+    std::string const type = question["arguments"][0], name = question["arguments"][1];
+    if (name == failsAt) return R"({"ok":false,"error":{"code":"failed","text":"oh"}})";
+    polled.push_back(type + " " + name);
+    for (Intf& intf : snapshot.interfaces)
+      if (intf.intfId == Pekt::IntfId(name) && (type == "1" || type == "3") && name != unread)
+        intf.counters->statistics.lastUpdate += 1.0;
     return R"({"ok":true})";
   }
   std::map<std::string, std::vector<std::string>> keys;
   std::string refusal;
+  std::string failsAt, unread;  // the interface that cannot be polled, or of which nothing is read
   std::vector<std::string> polled;
 };
 
@@ -124,6 +129,32 @@ TEST_F(PollCommand, AsJsonItIsOneAnswer) {
   EXPECT_EQ(poll({"nope"}), ExitCode::unknownName);
   EXPECT_EQ(out.str(), R"({"ok":false,"error":{"code":"none","text":"there is no interface nope, )"
                        R"(and nothing was polled"}})"
+                       "\n");
+}
+
+TEST_F(PollCommand, WhatTheChipGaveNothingForIsNotSaidToBePolled) {
+  unread = "Ethernet2";
+  EXPECT_EQ(poll({"all"}), ExitCode::agentFailed);
+  EXPECT_EQ(err.str(), "oru-counters: Ethernet2 could not be read just now; try again\n");
+  EXPECT_EQ(out.str(),
+            "polled Cpu: cpu\n"
+            "polled Ethernet1: port, queue, acl\n"
+            "polled Vlan7: vlan\n");
+  unread = "Vlan7";
+  EXPECT_EQ(poll({"Vlan7"}, "vlan"), ExitCode::agentFailed);
+  EXPECT_EQ(out.str(), "");
+  unread = "Ethernet1";
+  EXPECT_EQ(poll({"Ethernet1"}, "queue"), ExitCode::ok);  // their rows bear no time
+}
+
+TEST_F(PollCommand, WhatWasPolledBeforeAFailureIsTold) {
+  failsAt = "Ethernet2";
+  EXPECT_EQ(poll({"Ethernet*"}, "port"), ExitCode::agentFailed);
+  EXPECT_EQ(out.str(), "polled Ethernet1: port\n");
+  options.json = true;
+  EXPECT_EQ(poll({"Ethernet*"}, "port"), ExitCode::agentFailed);
+  EXPECT_EQ(out.str(), R"({"ok":false,"error":{"code":"failed","text":"oh"},)"
+                       R"("polled":[{"name":"Ethernet1","kinds":["port"]}]})"
                        "\n");
 }
 

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <nlohmann/json.hpp>
+#include <set>
 
 #include "tests/reader/asked_agent.h"
 
@@ -22,6 +23,7 @@ class ResetCommand : public AskedAgent {
       row.className = name;
       row.policyMap = std::string_view("copp-system-policy");
       row.lastReset = 1000.0;
+      row.lastUpdate = 1500.0;
       snapshot.classes.push_back(row);
     }
     snapshot.tables[Table::coppCounters].answer = Glim::Answer::ok;
@@ -37,9 +39,18 @@ class ResetCommand : public AskedAgent {
       std::string const at = path + "/" + question["attribute"].get<std::string>();
       return nlohmann::json{{"ok", true}, {"names", keys[at]}}.dump();
     }
-    EXPECT_EQ(question["operation"], "handleClass");
     if (!refusal.empty()) return refusal;
+    if (question["operation"] == "updateCounters") {
+      EXPECT_EQ(question["arguments"], (nlohmann::json{"2", "Cpu"}));
+      for (auto& row : snapshot.classes)
+        if (!gone.contains(std::string(row.className.view())) && chipReads) row.lastUpdate += 1.0;
+      return R"({"ok":true})";
+    }
+    EXPECT_EQ(question["operation"], "handleClass");
     std::string const name = question["arguments"].at(0);
+    if (name == goesFirst) gone.insert(name);
+    if (gone.contains(name)) return R"({"ok":true})";
+    if (name == failsAt) return R"({"ok":false,"error":{"code":"failed","text":"oh"}})";
     done.push_back(path + " " + name);
     for (auto& row : snapshot.classes)
       if (row.className == Qos::CoppClassName(name) && chipResets) row.lastReset = 2000.0;
@@ -48,9 +59,12 @@ class ResetCommand : public AskedAgent {
   std::map<std::string, std::vector<std::string>> keys{
       {"countersSm/coppTypeSm", {"0"}},
       {"countersSm/coppTypeSm/0/coppSm", {"copp-system-policy"}},
+      {"countersSm/cpuPortCountersSm", {"Cpu"}},
       {"countersSm/coppDynamicTypeSm", {}}};
   std::string refusal;
-  bool chipResets = true;
+  bool chipResets = true, chipReads = true;
+  std::set<std::string> gone;      // rows that are kept, and that nobody counts
+  std::string goesFirst, failsAt;  // the class that goes before its reset, or cannot be reset
   std::vector<std::string> done;
 };
 
@@ -118,8 +132,71 @@ TEST_F(ResetCommand, WithoutTheTableNothingIsAsked) {
 TEST_F(ResetCommand, AsJsonItIsOneAnswer) {
   options.json = true;
   EXPECT_EQ(reset({"copp-bgp"}), ExitCode::ok);
-  EXPECT_EQ(out.str(), R"({"ok":true,"reset":[{"name":"copp-bgp","time":2000.0}]})"
+  EXPECT_EQ(out.str(), R"({"ok":true,"reset":[{"name":"copp-bgp","time":2000.0}],"gone":[]})"
                        "\n");
+}
+
+TEST_F(ResetCommand, AllPassesOverWhatIsGoneAndTellsIt) {
+  gone = {"copp-arp", "copp-ospf"};
+  EXPECT_EQ(reset({"all"}), ExitCode::ok);
+  EXPECT_EQ(out.str(),
+            "reset copp-bgp at 1970-01-01 00:33:20\n"
+            "not there any more: copp-arp, copp-ospf\n");
+  EXPECT_EQ(err.str(), "");
+  options.json = true;
+  EXPECT_EQ(reset({"copp-*"}), ExitCode::agentFailed);  // it was reset at that time already
+  snapshot.classes[1].lastReset = 1000.0;
+  EXPECT_EQ(reset({"copp-*"}), ExitCode::ok);
+  EXPECT_EQ(out.str(), R"({"ok":true,"reset":[{"name":"copp-bgp","time":2000.0}],)"
+                       R"("gone":["copp-arp","copp-ospf"]})"
+                       "\n");
+}
+
+TEST_F(ResetCommand, ANamedClassThatIsGoneIsToldAndNothingIsReset) {
+  gone = {"copp-bgp"};
+  for (auto const& names : {std::vector<std::string>{"copp-arp", "copp-bgp"}, {"copp-b*"}}) {
+    EXPECT_EQ(reset(names), ExitCode::unknownName);
+    EXPECT_EQ(err.str(), "oru-counters: not there any more: copp-bgp, and nothing was reset\n");
+    EXPECT_THAT(done, IsEmpty());
+  }
+}
+
+TEST_F(ResetCommand, AClassThatGoesMeanwhileIsPassedOverToo) {
+  goesFirst = "copp-bgp";
+  EXPECT_EQ(reset({"all"}), ExitCode::ok);
+  EXPECT_EQ(done.size(), 2u);
+  EXPECT_THAT(out.str(), HasSubstr("\nnot there any more: copp-bgp\n"));
+  gone.clear();
+  EXPECT_EQ(reset({"copp-bgp"}), ExitCode::agentFailed);
+  EXPECT_THAT(err.str(), HasSubstr("class copp-bgp was not reset: it is not there any more"));
+}
+
+TEST_F(ResetCommand, WhatWasResetBeforeAFailureIsTold) {
+  failsAt = "copp-bgp";
+  EXPECT_EQ(reset({"all"}), ExitCode::agentFailed);
+  EXPECT_EQ(out.str(), "reset copp-arp at 1970-01-01 00:33:20\n");
+  snapshot.classes[0].lastReset = 1000.0;
+  options.json = true;
+  EXPECT_EQ(reset({"all"}), ExitCode::agentFailed);
+  EXPECT_EQ(out.str(), R"({"ok":false,"error":{"code":"failed","text":"oh"},)"
+                       R"("reset":[{"name":"copp-arp","time":2000.0}],"gone":[]})"
+                       "\n");
+}
+
+TEST_F(ResetCommand, AChipThatCannotBeReadIsNoClassThatIsGone) {
+  chipReads = false;
+  EXPECT_EQ(reset({"all"}), ExitCode::agentFailed);
+  EXPECT_THAT(err.str(), HasSubstr("no class could be read"));
+  EXPECT_THAT(done, IsEmpty());
+}
+
+TEST_F(ResetCommand, AllOfNoneSaysSoToThoseWhoMayReset) {
+  snapshot.classes.clear();
+  EXPECT_EQ(reset({"all"}), ExitCode::ok);
+  EXPECT_EQ(out.str(), "No classes.\n");
+  keys["countersSm/cpuPortCountersSm"].clear();
+  refusal = R"({"ok":false,"error":{"code":"noPermission","text":"not you"}})";
+  EXPECT_EQ(reset({"all"}), ExitCode::noPermission);
 }
 
 }  // namespace

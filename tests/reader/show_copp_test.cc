@@ -131,7 +131,8 @@ TEST_F(ShowCopp, WithoutItsTableItSaysWhatThatMeans) {
   EXPECT_THAT(out.str(), IsEmpty());
   EXPECT_EQ(err.str(),
             "oru-counters: there is no table /tables/coppCounters.glim: the agent's chip has no "
-            "control-plane policing, or the agent is of an older version\n");
+            "control-plane policing, or the agent is of an older version or has not started in "
+            "full yet\n");
 }
 
 TEST_F(ShowCopp, WithoutAnyItSaysSo) {
