@@ -21,8 +21,11 @@ bool Vlans::isConfigured(VlanId vlanId) const { return _config->vlanConfig().con
 // The library finds its rows made: where there is no room, it is not told of the VLAN.
 void Vlans::makeRows(Bridging::VlanDescription const& description) {
   VlanId const vlanId = description.vlanId;
-  if (!_live->contains(vlanId)) _live->vlanCounterIs(VlanCounter(vlanId));
-  if (!_snapshots->contains(vlanId)) _snapshots->vlanCounterSnapshotIs(VlanCounter(vlanId));
+  // A snapshot without a live row is of a VLAN that was there before.
+  bool const isNew = !_live->contains(vlanId);
+  if (isNew) _live->vlanCounterIs(VlanCounter(vlanId));
+  if (isNew || !_snapshots->contains(vlanId))
+    _snapshots->vlanCounterSnapshotIs(VlanCounter(vlanId));
   _descriptions->descriptionIs(description);
 }
 

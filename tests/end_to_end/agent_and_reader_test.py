@@ -381,7 +381,7 @@ class WithoutHardware(Programs):
         status, said = self.await_the_agents_end()
         self.assertEqual(status, 1)
         self.assertRegex(said,
-                         r"\Aoru-agentd: policy map [^\n]* is there[^\n]*\n"
+                         r"\Aoru-agentd: policy map [^\n]* is watched[^\n]*\n"
                          r"oru-agentd: the file of table \S+ was removed[^\n]*\n\Z")
 
     def test_traces_of_the_chosen_levels_go_to_standard_error(self):

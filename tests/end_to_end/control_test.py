@@ -210,7 +210,7 @@ class AskedOverTheSocket(Asking):
             self.skipTest("another user may not run the program where it is")
         self.start_agent()
         self.assertEqual(self.well("get", "countersSm", "initialized", user=NOBODY), "true\n")
-        self.assertEqual(self.well("ls", user=NOBODY), "countersSm\n")
+        self.assertEqual(self.well("ls", user=NOBODY), "countersSm\nvlanCountersSm\n")
         # Nor does it learn where things lie in the agent.
         self.assertEqual(self.well("get", "countersSm", "ocsd", user=NOBODY),
                          "Oru::OruCommonSmData\n")
@@ -241,7 +241,7 @@ class AskedOverTheSocket(Asking):
             client.connect(self.tables + "/control")
             stream = client.makefile("rw", encoding="utf-8")
             for request, answer in (
-                    ('{"op":"ls"}', {"ok": True, "names": ["countersSm"]}),
+                    ('{"op":"ls"}', {"ok": True, "names": ["countersSm", "vlanCountersSm"]}),
                     ('{"op":"get","path":"countersSm","attribute":"initialized"}',
                      {"ok": True, "value": "true"})):
                 stream.write(request + "\n")
