@@ -63,8 +63,9 @@ void BridgeVlans::update() {
   if (now != served_) gone_ |= vlans_;
   served_ = now;
   VlanSet all;
+  // A bridge is a member of itself, also while nothing but its VLANs was told of it.
   for (auto const& [ifindex, member] : members_)
-    if (now && member.bridge == *now) all |= member.vlans;
+    if (now && (member.bridge == *now || ifindex == *now)) all |= member.vlans;
   gone_ |= vlans_ & ~all;
   vlans_ = all;
 }

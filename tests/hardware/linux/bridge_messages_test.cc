@@ -175,6 +175,24 @@ TEST_F(BridgeMessages, AMessageThatIsCutAnywhereIsReadAsFarAsItGoes) {
   }
 }
 
+// Of a bridge that is made now, the news of its VLANs comes alone.
+TEST(BridgeVlans, ThoseOfTheBridgeItselfAreKnownFromNewsAlone) {
+  constexpr int bridge = 5, port = 6, other = 7;
+  VlanSet const one = VlanSet().set(1);
+  BridgeVlans sut;
+  sut.bridgeIs({.ifindex = bridge, .name = "br0", .filters = true});
+  sut.vlansAdd(bridge, one);
+  sut.vlansAdd(other, VlanSet().set(2));  // nobody knows whose port that is
+  EXPECT_EQ(sut.vlans(), one);
+  sut.memberIs(port, bridge, one);
+  sut.vlansDel(port, one);
+  EXPECT_EQ(sut.vlans(), one);
+  EXPECT_EQ(sut.takeGone(), VlanSet());
+  sut.vlansDel(bridge, one);
+  EXPECT_EQ(sut.vlans(), VlanSet());
+  EXPECT_EQ(sut.takeGone(), one);
+}
+
 TEST(BridgeVlans, OfSeveralThatFilterTheFirstIsServed) {
   BridgeVlans sut;
   sut.bridgeIs({.ifindex = 9, .name = "br9", .filters = true});
