@@ -35,8 +35,6 @@ class ClockDriver {
   static Kel::Seconds sinceBoot();  // time asleep included
 
  private:
-  void wakeEverybody(Kel::Seconds now);
-
   Kel::Ptr<Kel::Clock> const _clock;
   OnStep const _onStep;
   Steady const _steady;

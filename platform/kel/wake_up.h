@@ -10,10 +10,13 @@ namespace Kel {
 void requireTime(Seconds when);
 
 // Base of Source::NotifieeConst: a reactor that sets a time, and is called once when its source has
-// reached it. A wake-up belongs to one source: it stays behind when the reactor moves on.
+// reached it. A wake-up belongs to one source: it stays behind when the reactor moves on. While the
+// reactor's notifications are off, its source knows nothing of the wake-up and has no work with it;
+// notifications that come on arm it again.
 //
 // Timer is what the source keeps of a wake-up in the reactor itself; its `_timeMin` is 0.0 before
-// the first. The source offers, for whoever may read it, arm(timer) and disarm(timer).
+// the first. The source offers, for whoever may read it, arm(reactor) and disarm(reactor); the
+// latter answers whether the reactor was armed.
 template <class Source, class Timer>
 class TimedNotifiee : public NotifieeOn<Source>, private Timer {
  public:
@@ -31,7 +34,15 @@ class TimedNotifiee : public NotifieeOn<Source>, private Timer {
     auto const* const from = source();
     if (from != nullptr) from->disarm(*this);
     Timer::_timeMin = when;
-    if (from != nullptr) from->arm(*this);
+    _waiting = from != nullptr;
+    armIfHeard();
+  }
+
+  void hasNotificationActiveIs(bool active) override {
+    NotifieeOn<Source>::hasNotificationActiveIs(active);
+    auto const* const from = source();
+    if (!active && from != nullptr && from->disarm(*this)) _waiting = true;
+    armIfHeard();
   }
 
   void notifierIs(Ptr<PtrInterface const> const& object) override {
@@ -43,10 +54,18 @@ class TimedNotifiee : public NotifieeOn<Source>, private Timer {
   friend Source;
 
   Source const* source() const { return static_cast<Source const*>(this->baseNotifier().get()); }
+  void armIfHeard() {
+    if (!_waiting || !this->hasNotificationActive()) return;
+    source()->arm(*this);
+    _waiting = false;
+  }
   void leave() {
     if (auto const* const from = source()) from->disarm(*this);
+    _waiting = false;
     Timer::_timeMin = 0.0;
   }
+
+  bool _waiting = false;  // a wake-up for when notifications are on
 };
 
 }  // namespace Kel

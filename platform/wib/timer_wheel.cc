@@ -10,10 +10,6 @@
 namespace Wib {
 namespace {
 
-// What waits for notifications to be on again is looked at this often, in seconds: nobody tells the
-// wheel of it.
-constexpr Kel::Seconds kLookAgain = 0.5;
-
 bool inOrder(WheelTimer const* a, WheelTimer const* b) {
   return std::tie(a->_timeMin, a->_sequence) < std::tie(b->_timeMin, b->_sequence);
 }
@@ -84,7 +80,7 @@ void TimerWheel::arm(Reactor& reactor) const {
   if (_onSystemClock && timer._list != kFar) _onSystemClock->runAt(timeOf(tickFor(timer._timeMin)));
 }
 
-void TimerWheel::disarm(Reactor& reactor) const { take(reactor); }
+bool TimerWheel::disarm(Reactor& reactor) const { return take(reactor); }
 
 void TimerWheel::put(WheelTimer& timer) const {
   Tick const tick = tickFor(timer._timeMin);
@@ -106,13 +102,14 @@ void TimerWheel::append(WheelTimer& timer, std::uint32_t list) const {
   head._prev = &timer;
 }
 
-void TimerWheel::take(WheelTimer& timer) const {
-  if (timer._next == &timer) return;
+bool TimerWheel::take(WheelTimer& timer) const {
+  if (timer._next == &timer) return false;
   timer._prev->_next = timer._next;
   timer._next->_prev = timer._prev;
   timer._next = timer._prev = &timer;
   if (timer._list < kDue && empty(timer._list))
     _occupied[timer._list / kSlots] &= ~(std::uint64_t{1} << timer._list % kSlots);
+  return true;
 }
 
 WheelTimer* TimerWheel::taken(std::uint32_t list) const {
@@ -178,10 +175,10 @@ void TimerWheel::run(bool everybody) {
   sortRunning();
   while (WheelTimer* const timer = taken(kRunning)) {
     auto& reactor = static_cast<Reactor&>(*timer);
-    if (reactor.listening() && (everybody || timer->_timeMin <= time()))
-      Kel::deliver(reactor, [&reactor] { reactor.onTime(); });
-    else
+    if (!everybody && timer->_timeMin > time())
       put(*timer);
+    else if (reactor.listening())
+      Kel::deliver(reactor, [&reactor] { reactor.onTime(); });
   }
   if (_onSystemClock) _onSystemClock->runAt(nextRun());
 }
@@ -202,10 +199,8 @@ void TimerWheel::sortRunning() try {
 
 Kel::Seconds TimerWheel::nextRun() const {
   Kel::Seconds next = kNever;
-  for (WheelTimer const* timer = _lists[kDue]._next; timer != &_lists[kDue]; timer = timer->_next) {
-    bool const listening = static_cast<Reactor const&>(*timer).listening();
-    next = std::min(next, listening ? timer->_timeMin : time() + kLookAgain);
-  }
+  for (WheelTimer const* timer = _lists[kDue]._next; timer != &_lists[kDue]; timer = timer->_next)
+    if (static_cast<Reactor const&>(*timer).listening()) next = std::min(next, timer->_timeMin);
   if (std::uint32_t const level = firstLevel(); level < kLevels)
     next = std::min(next, timeOf(startOf(level)));
   return next;

@@ -69,12 +69,8 @@ class TimerWheel : public Kel::Notifier {
 
   // The current time, seconds since the epoch: the system clock's, or what was set last.
   Kel::Seconds time() const;
-  // Calls everybody who is due; each once, however far time went. Time that goes back delays those
-  // who wait, as it does on a clock. REQUIRES, as does timeWasSetTo: no system clock.
+  // The clock's orders. REQUIRES: no system clock.
   void timeIs(Kel::Seconds now);
-  // The time was set by somebody, and what is armed was meant by another time: calls everybody
-  // once, at the time `now`, so that they arm themselves by it. A handler that sets the time itself
-  // ends that: the others wait by the time that it set.
   void timeWasSetTo(Kel::Seconds now);
 
   // When the wheel wants to run: not after the earliest wake-up, and before it only to move
@@ -94,14 +90,14 @@ class TimerWheel : public Kel::Notifier {
   enum List : std::uint32_t { kDue = kSlots * kLevels, kRunning, kFar, kLists };
 
   void arm(Reactor& reactor) const;
-  void disarm(Reactor& reactor) const;
+  bool disarm(Reactor& reactor) const;
 
   static Tick tickAt(Kel::Seconds time);
   static Tick tickFor(Kel::Seconds wakeUp);
   static Kel::Seconds timeOf(Tick tick) { return static_cast<double>(tick) / kTicksPerSecond; }
   void put(WheelTimer& timer) const;
   void append(WheelTimer& timer, std::uint32_t list) const;
-  void take(WheelTimer& timer) const;
+  bool take(WheelTimer& timer) const;  // out of its list; answers whether it stood in one
   // The first of a list, taken out of it; null when there is none.
   WheelTimer* taken(std::uint32_t list) const;
   bool empty(std::uint32_t list) const { return _lists[list]._next == &_lists[list]; }

@@ -1,39 +1,16 @@
 // What the clock and the timer wheel promise alike.
-#include <gtest/gtest.h>
+#include "tests/platform/kel/source_of_time.h"
 
 #include <limits>
 #include <stdexcept>
 
-#include "platform/kel/clock.h"
 #include "platform/kel/exceptions.h"
-#include "platform/wib/timer_wheel.h"
-#include "tests/platform/kel/alarm.h"
 
 namespace KelTest {
 namespace {
 
 using Kel::Ptr;
 
-template <class Source>
-class SourceOfTime : public testing::Test {
- protected:
-  using Alarm = KelTest::Alarm<Source>;
-  Ptr<Alarm> alarm(std::string const& name, Kel::Seconds when = 0.0) {
-    return Alarm::armed(sut, journal, name, when);
-  }
-
-  Ptr<Journal> journal = Kel::make<Journal>();
-  Ptr<Source> sut = Kel::make<Source>();
-};
-
-using Sources = testing::Types<Kel::Clock, Wib::TimerWheel>;
-class SourceNames {
- public:
-  template <class Source>
-  static std::string GetName(int) {
-    return std::is_same_v<Source, Kel::Clock> ? "Clock" : "TimerWheel";
-  }
-};
 TYPED_TEST_SUITE(SourceOfTime, Sources, SourceNames);
 
 TYPED_TEST(SourceOfTime, ANewReactorHasNoWakeUp) {
@@ -120,26 +97,6 @@ TYPED_TEST(SourceOfTime, AWakeUpMovedDuringARunIsNotDeliveredInIt) {
   EXPECT_EQ(this->journal->lines(), (Lines{"b"}));
 }
 
-TYPED_TEST(SourceOfTime, AWakeUpStaysPendingWhileNotificationsAreOff) {
-  auto const a = this->alarm("a", 10.0), b = this->alarm("b", 11.0);
-  a->hasNotificationActiveIs(false);
-  this->sut->timeIs(20.0);
-  EXPECT_EQ(this->journal->taken(), (Lines{"b"}));
-  a->hasNotificationActiveIs(true);
-  EXPECT_EQ(this->journal->taken(), Lines{});  // not before the clock runs
-  this->sut->timeIs(20.0);
-  EXPECT_EQ(this->journal->taken(), (Lines{"a"}));
-  this->sut->timeIs(30.0);
-  EXPECT_EQ(this->journal->taken(), Lines{});
-}
-
-TYPED_TEST(SourceOfTime, AZombieIsNotCalled) {
-  auto const a = this->alarm("a", 10.0);
-  a->kelMarkedForDeletionIs(true);
-  this->sut->timeIs(20.0);
-  EXPECT_EQ(this->journal->lines(), Lines{});
-}
-
 TYPED_TEST(SourceOfTime, AReactorThatMovesLeavesItsWakeUpBehind) {
   auto const a = this->alarm("a", 10.0);
   auto const other = Kel::make<TypeParam>();
@@ -203,22 +160,6 @@ TYPED_TEST(SourceOfTime, SurvivesTheEndOfAllThatHeldIt) {
   EXPECT_EQ(this->journal->lines(), (Lines{"a"}));
 }
 
-TYPED_TEST(SourceOfTime, AHandlerMaySetTheTime) {
-  auto const a = this->alarm("a", 10.0), b = this->alarm("b", 11.0), c = this->alarm("c", 30.0);
-  this->journal->on("a", [&] { this->sut->timeIs(40.0); });
-  this->sut->timeIs(20.0);
-  EXPECT_EQ(this->journal->lines(), (Lines{"a", "b", "c"}));  // each once
-  EXPECT_EQ(this->sut->time(), 40.0);
-}
-
-TYPED_TEST(SourceOfTime, MayBeSetBack) {
-  auto const a = this->alarm("a", 10.0);
-  this->sut->timeIs(5.0);
-  this->sut->timeIs(3.0);
-  EXPECT_EQ(this->sut->time(), 3.0);
-  EXPECT_EQ(this->journal->lines(), Lines{});
-}
-
 TYPED_TEST(SourceOfTime, GoesOnAfterAHandlerThatThrows) {
   auto const a = this->alarm("a", 10.0), b = this->alarm("b", 11.0);
   auto const before = Kel::notificationExceptions();
@@ -244,24 +185,6 @@ TYPED_TEST(SourceOfTime, AWakeUpAtTheEndOfTimeStaysAway) {
   a->timeMinIs(2e9);
   this->sut->timeIs(1e12);
   EXPECT_EQ(this->journal->lines(), (Lines{"a"}));
-}
-
-TYPED_TEST(SourceOfTime, SetBackItMakesThoseWhoWaitWait) {
-  auto const a = this->alarm("a", 1000.0), b = this->alarm("b", 2.0);
-  this->sut->timeIs(1.0);
-  this->sut->timeIs(-3.0);
-  this->sut->timeIs(1.5);
-  auto const c = this->alarm("c", 1.75);
-  this->sut->timeIs(1.7);
-  EXPECT_EQ(this->journal->lines(), Lines{});
-  this->sut->timeIs(999.0);
-  EXPECT_EQ(this->journal->taken(), (Lines{"c", "b"}));
-  this->sut->timeIs(500.0);
-  auto const d = this->alarm("d", 600.0);
-  this->sut->timeIs(599.0);
-  EXPECT_EQ(this->journal->lines(), Lines{});
-  this->sut->timeIs(1000.0);
-  EXPECT_EQ(this->journal->lines(), (Lines{"d", "a"}));
 }
 
 }  // namespace
