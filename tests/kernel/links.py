@@ -66,14 +66,14 @@ class VlanBridge:
     that is sent there arrives at the port. Stations take what comes to them and never answer.
     """
 
-    def __init__(self, test, name="br0", stats_per_port=False):
+    def __init__(self, test, name="br0", stats_per_port=False, default_pvid=0):
         self.test = test
         self.name = name
         per_port = " vlan_stats_per_port 1" if stats_per_port else ""
-        # No VLAN by default, no snooping and no spanning tree: it forwards what it is given, at
-        # once, and sends nothing of its own.
+        # No snooping and no spanning tree: it forwards what it is given, at once, and sends nothing
+        # of its own. Unless told otherwise neither it nor its ports are in a VLAN by default.
         test.ip(f"link add {name} type bridge vlan_filtering 1 vlan_stats_enabled 1{per_port}"
-                " vlan_default_pvid 0 mcast_snooping 0 stp_state 0")
+                f" vlan_default_pvid {default_pvid} mcast_snooping 0 stp_state 0")
         test.ip(f"link set {name} arp off up")
 
     def add_port(self, port, *vlans):
