@@ -1,7 +1,4 @@
-// Registers the unit's types with the framework when the library is loaded.
-//
-// This file is linked into the shared object itself: in a static library the
-// linker would drop it, since nothing refers to it.
+// Registers the unit's types with the framework while the library is loaded.
 #include "counters/copp/copp_type_sm.h"
 #include "counters/counters_sm.h"
 #include "counters/pollers/cpu_port_counters_sm.h"
@@ -14,31 +11,17 @@
 namespace Oru::Counters {
 namespace {
 
-struct Unit {
-  Kel::String const ns = "ns-";
-
-  static constexpr Kel::TypeNode const* kTypes[] = {&VlanIntfCountersSm::_kelType,
-                                                    &CountersCoppTypeSm::_kelType,
-                                                    &CountersDynamicCoppSm::_kelType,
-                                                    &CpuPortCountersSm::_kelType,
-                                                    &IntfAclDropCountersSm::_kelType,
-                                                    &IntfQueueCountersSm::_kelType,
-                                                    &PortCountersSm::_kelType,
-                                                    &VlanCountersSm::_kelType,
-                                                    &CountersDynamicCoppTypeSm::_kelType,
-                                                    &CountersSm::_kelType,
-                                                    &CountersCoppSm::_kelType};
-
-  Unit() {
-    for (auto const* type : kTypes) Kel::typeNodeIs(*type);
-  }
-  ~Unit() {
-    for (auto const* type : kTypes) Kel::typeNodeDel(*type);
-  }
-  Unit(Unit const&) = delete;
-  Unit& operator=(Unit const&) = delete;
-};
-Unit const unit;
+Kel::UnitTypes const types{&VlanIntfCountersSm::_kelType,
+                           &CountersCoppTypeSm::_kelType,
+                           &CountersDynamicCoppSm::_kelType,
+                           &CpuPortCountersSm::_kelType,
+                           &IntfAclDropCountersSm::_kelType,
+                           &IntfQueueCountersSm::_kelType,
+                           &PortCountersSm::_kelType,
+                           &VlanCountersSm::_kelType,
+                           &CountersDynamicCoppTypeSm::_kelType,
+                           &CountersSm::_kelType,
+                           &CountersCoppSm::_kelType};
 
 }  // namespace
 }  // namespace Oru::Counters

@@ -19,7 +19,7 @@
 #include <utility>
 
 #include "platform/glim/glim_map.h"
-#include "platform/kel/ptr_interface.h"
+#include "platform/kel/notifier.h"
 
 namespace Glim {
 
@@ -29,8 +29,15 @@ using MapOf = GlimMap<KeyOf<Record>, ValueOf<Record>, OpsOf<Record>,
                       SlotAllocator<KeyOf<Record>, ValueOf<Record>>, ConquerWriter>;
 
 template <class RecordType>
-class Collection : public Kel::PtrInterface {
+class Collection : public Kel::Notifier {
  public:
+  class NotifieeConst : public Kel::NotifieeOn<Collection> {
+   public:
+    // The table is lost: it has been detached. (Changes of its rows are for readers to see.)
+    virtual void onAttached() {}
+  };
+  class Notifiee : public NotifieeConst {};
+
   using Record = RecordType;
   using Key = KeyOf<Record>;
   using Slot = Glim::Slot<Record>;
@@ -97,14 +104,12 @@ class Collection : public Kel::PtrInterface {
     return _map.writer() != nullptr ? &_map.writer()->conquest() : nullptr;
   }
 
- protected:
-  // Called with false when the table is lost. That it is ready, a derived class knows from its own
-  // construction.
-  virtual void collectionReady(bool) {}
-
  private:
   GlimMapCallbacks callbacks() {
-    return {[this](bool ready) { collectionReady(ready); }, [] {}};
+    return {[this](bool ready) {
+              if (!ready) notify(&NotifieeConst::onAttached);
+            },
+            [] {}};
   }
 
   Dov::Platform::DebugHandler& _debugHandler;

@@ -46,6 +46,13 @@ struct QueueCounts {
     dropOctets += other.dropOctets;
     return *this;
   }
+  QueueCounts& operator-=(QueueCounts const& other) {
+    pkts -= other.pkts;
+    octets -= other.octets;
+    dropPkts -= other.dropPkts;
+    dropOctets -= other.dropOctets;
+    return *this;
+  }
   bool operator==(QueueCounts const&) const = default;
 };
 

@@ -16,12 +16,14 @@
 //   }
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <functional>
 #include <string>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
+#include <utility>
 
 #include "platform/kel/strep.h"
 #include "platform/kel/type_node.h"
@@ -221,9 +223,37 @@ auto currentParameter(Sm const& sm, WatchedParameter<M> const& p) {
 [[noreturn]] void throwReinstantiation(std::string_view parameter, std::string const& wanted,
                                        std::string const& current);
 
-// Throws at the first parameter, in constructor order, with which `sm` was not
-// made; `args` are the constructor's.
-template <class Sm, class... Args>
+// The order in which parameters are compared: that of the constructor, unless a type states another
+// in its `static constexpr std::array<std::string_view, n> names`.
+struct ConstructorOrder {};
+
+template <class Sm>
+constexpr auto comparedNames() {
+  return std::apply(
+      []<class... Items>(Items const&... item) {
+        std::array<std::string_view, sizeof...(Items)> names{};
+        std::size_t n = 0;
+        auto const add = [&]<class Item>(Item const& i) {
+          if constexpr (requires(Sm const& sm) { currentParameter(sm, i); }) names[n++] = i.name;
+        };
+        (add(item), ...);
+        return std::pair(names, n);
+      },
+      Sm::kelDescription().items);
+}
+
+template <class Sm, class Order>
+constexpr bool namesEachParameterOnce() {
+  auto const [names, n] = comparedNames<Sm>();
+  if (Order::names.size() != n) return false;
+  for (std::size_t i = 0; i < n; ++i)
+    if (std::count(Order::names.begin(), Order::names.end(), names[i]) != 1) return false;
+  return true;
+}
+
+// Throws at the first parameter, in Order, with which `sm` was not made; `args` are the
+// constructor's.
+template <class Order = ConstructorOrder, class Sm, class... Args>
 void requireSameParameters(Sm const& sm, Args const&... args) {
   static_assert(sizeof...(Args) == parameterCount<Sm>,
                 "kelDescription() lists each of the constructor's parameters");
@@ -236,8 +266,16 @@ void requireSameParameters(Sm const& sm, Args const&... args) {
       if (!(now == want)) throwReinstantiation(item.name, toStrep(want), toStrep(now));
     }
   };
-  [&]<std::size_t... i>(std::index_sequence<i...>) {
-    (check(std::get<i>(items), std::get<i>(wanted)), ...);  // parameters come first
+  [&]<std::size_t... i>(std::index_sequence<i...>) {  // parameters come first
+    if constexpr (std::is_same_v<Order, ConstructorOrder>) {
+      (check(std::get<i>(items), std::get<i>(wanted)), ...);
+    } else {
+      static_assert(namesEachParameterOnce<Sm, Order>(), "an order names each parameter once");
+      for (std::string_view const name : Order::names)
+        ((std::get<i>(items).name == name ? check(std::get<i>(items), std::get<i>(wanted))
+                                          : void()),
+         ...);
+    }
   }
   (std::index_sequence_for<Args...>{});
 }
@@ -350,10 +388,16 @@ struct AttributeTable<Sm, std::index_sequence<i...>> {
 // The type node of a described class:
 //   constinit Kel::TypeNode const PortCountersSm::_kelType = Kel::typeNode<PortCountersSm>();
 template <class Sm>
-constexpr TypeNode typeNode() {
+constexpr TypeNode typeNode(TypeNode::NewEntity newEntity = nullptr) {
   constexpr std::size_t n = std::tuple_size_v<decltype(Sm::kelDescription().items)>;
   return TypeNode(Sm::kelDescription().typeName,
-                  AttributeTable<Sm, std::make_index_sequence<n>>::rows);
+                  AttributeTable<Sm, std::make_index_sequence<n>>::rows, newEntity);
+}
+
+// The same of an entity that directories can make (Dir::newEntity), from its name alone.
+template <class X>
+constexpr TypeNode entityTypeNode() {
+  return typeNode<X>([](Name const& name) -> Ptr<Entity> { return make<X>(name); });
 }
 
 }  // namespace Kel

@@ -51,6 +51,12 @@ class Dir : public Entity {
   void entityPtrIs(Name const& name, Ptr<Entity> const& entity);
   void entityPtrDel(Name const& name);
 
+  // Finds the entity of this name, or makes it and files it. The type is that of a unit that is
+  // loaded, by its name. Throws RangeException where there is no such type, OpNotSupportedException
+  // where directories cannot make objects of it, and NameInUseException where the entity of this
+  // name is of another type; the directory is then as it was.
+  Ptr<Entity> newEntity(std::string_view type, Name const& name);
+
  private:
   RbTreeMap<Ptr<Entity>, Name> _entityPtr;
 };

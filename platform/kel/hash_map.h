@@ -43,8 +43,9 @@ class BucketKey {
   Key _key;
 };
 
-// Iteration is in bucket order and survives any change made meanwhile.
-template <class Value, class KeyType>
+// Iteration is in bucket order and survives any change made meanwhile. Order is that in which the
+// parameters of a member that is set again are compared.
+template <class Value, class KeyType, class Order = ConstructorOrder>
 class HashMap {
  public:
   using Key = KeyType;
@@ -56,13 +57,13 @@ class HashMap {
   requires MadeFrom<Value, Params...> Ptr<Value> newMember(Key const& key,
                                                            Params const&... params) {
     if (Ptr<Value> const found = member(key)) {
-      requireSameParameters(*found, params...);
+      requireSameParameters<Order>(*found, params...);
       return found;
     }
     Ptr<Value> const made = constructed<Value>(params...);
     // Its constructor may have had somebody else file one meanwhile.
     if (Ptr<Value> const found = member(key)) {
-      requireSameParameters(*found, params...);
+      requireSameParameters<Order>(*found, params...);
       return found;
     }
     _members.emplace(key, made);

@@ -128,18 +128,20 @@ class Notifier : public PtrInterface {
   NotifieeList const* notifieeList() const override { return &_notifiees; }
 
  protected:
-  // Every notifiee registered on an X is an X::NotifieeConst (NotifieeOn sees to
-  // that), so the callback's class needs no check.
   template <class N>
   void notify(void (N::*callback)()) const {
     Ptr<Notifier const> const alive(this);
-    _notifiees.each([&](auto& n) { (static_cast<N&>(n).*callback)(); });
+    _notifiees.each([&](auto& n) {
+      if (N* const told = notifieeAs<N>(n)) (told->*callback)();
+    });
   }
   template <class N, class Parameter, class Key>
   void notify(void (N::*callback)(Parameter), Key const& key) const {
     Ptr<Notifier const> const alive(this);
     Key const held = key;  // the caller's may go with the member it names
-    _notifiees.each([&](auto& n) { (static_cast<N&>(n).*callback)(held); });
+    _notifiees.each([&](auto& n) {
+      if (N* const told = notifieeAs<N>(n)) (told->*callback)(held);
+    });
   }
 
   // A scalar attribute: an unchanged value tells nobody.
@@ -179,20 +181,34 @@ class Notifier : public PtrInterface {
 
  private:
   friend class PtrInterface::NotifieeConst;
+
+  // Every notifiee registered on an X is an X::NotifieeConst (NotifieeOn sees to that), so that the
+  // callback's class needs no check. It does where X is a kind of Y that can be watched by itself:
+  // those who watch the Y in it know nothing of what X adds.
+  template <class N>
+  static N* notifieeAs(PtrInterface::NotifieeConst& notifiee) {
+    if constexpr (N::kOfADerivedNotifier)
+      return dynamic_cast<N*>(&notifiee);
+    else
+      return static_cast<N*>(&notifiee);
+  }
+
   mutable NotifieeList _notifiees;
 };
 
-// Base of X::NotifieeConst: a reactor that can watch an X and nothing else.
-template <class X>
-class NotifieeOn : public PtrInterface::NotifieeConst {
+// Base of X::NotifieeConst: a reactor that can watch an X and nothing else. Where X derives from a
+// Y that can be watched by itself, the second argument is Y::NotifieeConst.
+template <class X, class Base = PtrInterface::NotifieeConst>
+class NotifieeOn : public Base {
  public:
+  static constexpr bool kOfADerivedNotifier = !std::is_same_v<Base, PtrInterface::NotifieeConst>;
+
   // An object of another type is taken as none.
   void notifierIs(Ptr<PtrInterface const> const& object) override {
-    PtrInterface::NotifieeConst::notifierIs(
-        Ptr<PtrInterface const>(dynamic_cast<X const*>(object.get())));
+    Base::notifierIs(Ptr<PtrInterface const>(dynamic_cast<X const*>(object.get())));
   }
   Ptr<X const> notifier() const {
-    return Ptr<X const>(static_cast<X const*>(baseNotifier().get()));
+    return Ptr<X const>(static_cast<X const*>(this->baseNotifier().get()));
   }
 };
 

@@ -35,30 +35,16 @@ class ReactorOwner : public PtrInterface {
 };
 
 template <class Self, class Base>
-class StateMachine : public Base {
+class StateMachine : public Typed<Self, Base> {
  public:
   // Reaches the reactors, then the children in the collections.
   void hasNotificationActiveIs(bool active) override;
-  TypeNode const* fwkType() const override { return &Self::_kelType; }
   // Reaches the reactors, not the children.
   void kelDoZombieReactors(bool zombie) override;
   void zeroReferencesIs(bool zero) override;
 
-  // A constructor that throws comes back through operator delete, so that what
-  // was recorded is taken back and the memory freed.
-  static void* operator new(std::size_t size) noexcept {
-    AllocTrackTypeInfo::trackAllocation(Self::_kelType, size);
-    void* const memory = PtrInterface::kelMemAlloc(size);
-    if (!memory) AllocTrackTypeInfo::trackDeallocation(Self::_kelType, size);
-    return memory;
-  }
-  static void operator delete(void* memory, std::size_t size) noexcept {
-    AllocTrackTypeInfo::trackDeallocation(Self::_kelType, size);
-    PtrInterface::kelMemFree(memory);
-  }
-
  protected:
-  using Base::Base;
+  using Typed<Self, Base>::Typed;
 
  private:
   Self& self() { return static_cast<Self&>(*this); }

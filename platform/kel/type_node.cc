@@ -54,6 +54,19 @@ void typeNodeIs(TypeNode const& type) { registry().push_back(&type); }
 void typeNodeDel(TypeNode const& type) { std::erase(registry(), &type); }
 std::span<TypeNode const* const> typeNodes() { return registry(); }
 
+TypeNode const* registeredType(std::string_view name) {
+  for (TypeNode const* const type : registry())
+    if (type->name() == name) return type;
+  return nullptr;
+}
+
+UnitTypes::UnitTypes(std::initializer_list<TypeNode const*> types) : _types(types) {
+  for (TypeNode const* const type : _types) typeNodeIs(*type);
+}
+UnitTypes::~UnitTypes() {
+  for (TypeNode const* const type : _types) typeNodeDel(*type);
+}
+
 Attribute const& TypeNode::attribute(std::string_view name) const {
   for (Attribute const& a : _attributes)
     if (a.name == name) return a;

@@ -17,14 +17,18 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "platform/kel/ptr_interface.h"
+#include "platform/kel/text.h"
 
 namespace Kel {
+
+class Entity;
 
 enum class AttributeKind : std::uint8_t {
   parameter,   // given at construction
@@ -54,10 +58,16 @@ struct Attribute {
 
 class TypeNode {
  public:
-  constexpr TypeNode(std::string_view name, std::span<Attribute const> attributes)
-      : _name(name), _attributes(attributes) {}
+  // Makes an object of an entity's type for a directory that files it under its name.
+  using NewEntity = Ptr<Entity> (*)(Name const& name);
+
+  constexpr TypeNode(std::string_view name, std::span<Attribute const> attributes,
+                     NewEntity maker = nullptr)
+      : _name(name), _attributes(attributes), _newEntity(maker) {}
 
   std::string_view name() const { return _name; }
+  // Null of a type of which directories cannot make objects.
+  NewEntity newEntity() const { return _newEntity; }
   // In declaration order.
   std::span<Attribute const> attributes() const { return _attributes; }
   // Throws OpNotSupportedException when there is none. Two operations may share
@@ -70,6 +80,7 @@ class TypeNode {
 
   std::string_view _name;
   std::span<Attribute const> _attributes;
+  NewEntity _newEntity;
   // Atomic: the last reference may be dropped on any thread.
   mutable std::atomic<std::size_t> _liveObjects = 0;
   mutable std::atomic<std::size_t> _liveBytes = 0;
@@ -79,6 +90,23 @@ class TypeNode {
 void typeNodeIs(TypeNode const& type);
 void typeNodeDel(TypeNode const& type);  // its unit is unloaded
 std::span<TypeNode const* const> typeNodes();
+// Null where there is none of this name.
+TypeNode const* registeredType(std::string_view name);
+
+// The types of a source unit, registered from when it is loaded until it is unloaded: a static
+// object of a source that is linked into the shared object itself. (In a static library the linker
+// would drop it, since nothing refers to it.)
+class UnitTypes {
+ public:
+  UnitTypes(std::initializer_list<TypeNode const*> types);
+  ~UnitTypes();
+  UnitTypes(UnitTypes const&) = delete;
+  UnitTypes& operator=(UnitTypes const&) = delete;
+
+ private:
+  String const _namespace = "ns-";
+  std::vector<TypeNode const*> const _types;
+};
 
 enum class AttributeOp : std::uint8_t { read, set, invoke, iterNonnull, iterKey, iterObj, iterDel };
 
@@ -115,6 +143,29 @@ struct AllocTrackTypeInfo {
     std::size_t bytes = 0;
   };
   static Live live(TypeNode const& type);
+};
+
+// An object of the type Self::_kelType, which it answers and under which it is counted.
+template <class Self, class Base>
+class Typed : public Base {
+ public:
+  TypeNode const* fwkType() const override { return &Self::_kelType; }
+
+  // A constructor that throws comes back through operator delete, so that what
+  // was recorded is taken back and the memory freed.
+  static void* operator new(std::size_t size) noexcept {
+    AllocTrackTypeInfo::trackAllocation(Self::_kelType, size);
+    void* const memory = PtrInterface::kelMemAlloc(size);
+    if (!memory) AllocTrackTypeInfo::trackDeallocation(Self::_kelType, size);
+    return memory;
+  }
+  static void operator delete(void* memory, std::size_t size) noexcept {
+    AllocTrackTypeInfo::trackDeallocation(Self::_kelType, size);
+    PtrInterface::kelMemFree(memory);
+  }
+
+ protected:
+  using Base::Base;
 };
 
 }  // namespace Kel

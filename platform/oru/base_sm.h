@@ -3,7 +3,7 @@
 
 #include <exception>
 
-#include "platform/kel/ptr_interface.h"
+#include "platform/kel/notifier.h"
 
 namespace Oru {
 
@@ -16,7 +16,7 @@ class OruCommonSmData;
 // flag is as it was before, so that the start can be tried again. A state machine whose
 // handleInitialized() sets the flag itself, because it may also be called
 // directly, opens an Initializing there; the hook is then not run a second time.
-class OruBaseSm : public Kel::PtrInterface {
+class OruBaseSm : public Kel::Notifier {
  public:
   // Slots, in contract order.
   virtual void handleInitialized() {}

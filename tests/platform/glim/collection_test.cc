@@ -122,6 +122,26 @@ TEST_F(GlimCollection, AWalkVisitsWhatIsAddedAheadOfIt) {
   EXPECT_EQ(seen, (std::vector<std::uint64_t>{1, 2, 3, 4}));
 }
 
+TEST_F(GlimCollection, TellsThoseWhoWatchItThatItIsLost) {
+  class Watcher : public Collection<Small>::NotifieeConst {
+   public:
+    explicit Watcher(Kel::Ptr<Collection<Small> const> const& table) {
+      notifierIs(table);
+      isRegisteredNotifieeIs(true);
+      hasNotificationActiveIs(true);
+    }
+    void onAttached() override { attached.push_back(notifier()->attached()); }
+    std::vector<bool> attached;
+  };
+  Table<Small> const other = makeTable<Small>({}, "other");
+  auto const watcher = Kel::make<Watcher>(Kel::Ptr<Collection<Small> const>(sut));
+  sut->write({{1}, 10});
+  other->detach();
+  EXPECT_EQ(watcher->attached, std::vector<bool>{});
+  sut->detach();
+  EXPECT_EQ(watcher->attached, std::vector<bool>{false});
+}
+
 TEST_F(GlimCollection, AWalkEndsAtADetach) {
   for (std::uint64_t key = 1; key <= 3; ++key) sut->write({{key}, 0});
   int visits = 0;

@@ -307,6 +307,22 @@ TEST(TypeNode, RegistersInOrder) {
   ASSERT_EQ(nodes.size(), before + 2);
   EXPECT_EQ(nodes[before], &Station::_kelType);
   EXPECT_EQ(nodes[before + 1], &Child::_kelType);
+  Kel::typeNodeDel(Station::_kelType);
+  Kel::typeNodeDel(Child::_kelType);
+}
+
+TEST(UnitTypes, AreRegisteredInOrderWhileTheUnitIsThere) {
+  std::size_t const before = Kel::typeNodes().size();
+  {
+    Kel::UnitTypes const unit{&Child::_kelType, &Station::_kelType};
+    auto const nodes = Kel::typeNodes();
+    ASSERT_EQ(nodes.size(), before + 2);
+    EXPECT_EQ(nodes[before], &Child::_kelType);
+    EXPECT_EQ(nodes[before + 1], &Station::_kelType);
+    EXPECT_EQ(Kel::registeredType("KelTest::Station"), &Station::_kelType);
+  }
+  EXPECT_EQ(Kel::typeNodes().size(), before);
+  EXPECT_EQ(Kel::registeredType("KelTest::Station"), nullptr);
 }
 
 TEST(Strep, OfAPointerIsItsTypeAndAddress) {

@@ -2,6 +2,7 @@
 // one differs.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <ostream>
 
 #include "platform/kel/exceptions.h"
@@ -44,6 +45,10 @@ class Filed : public Kel::StateMachine<Filed, Kel::ReactorOwner> {
   double _period;
 };
 constinit Kel::TypeNode const Filed::_kelType = Kel::typeNode<Filed>();
+
+struct PeriodFirst {
+  static constexpr std::array<std::string_view, 3> names{"period", "model", "range"};
+};
 
 class Reinstantiation : public StationTest {
  protected:
@@ -103,6 +108,23 @@ TEST_F(Reinstantiation, NamesTheFirstDifferenceInDeclarationOrder) {
   filedIs(model, {1, 9}, 5.0);
   EXPECT_EQ(refusal(model, {2, 9}, 2.5), text("_range", "low 2 high 9", "low 1 high 9"));
   EXPECT_TRUE(refusal(other, {2, 9}, 2.5).find("_model") != std::string::npos);
+}
+
+TEST_F(Reinstantiation, NamesTheFirstDifferenceInTheOrderThatItsCollectionStates) {
+  Kel::HashMap<Filed, Kel::Name, PeriodFirst> members;
+  auto const wanted = [&](Ptr<Child const> const& withModel, Range const& range, double period) {
+    try {
+      members.newMember("a", withModel, Kel::Name("a"), range, period);
+    } catch (Kel::NameInUseException const& e) {
+      return std::string(e.what());
+    }
+    return std::string("not refused");
+  };
+  EXPECT_EQ(wanted(model, {1, 9}, 5.0), "not refused");
+  EXPECT_EQ(wanted(model, {1, 9}, 5.0), "not refused");
+  EXPECT_EQ(wanted(other, {2, 9}, 2.5), text("_period", "2.5", "5"));
+  EXPECT_TRUE(wanted(other, {2, 9}, 5.0).find("attribute _model ") != std::string::npos);
+  EXPECT_EQ(wanted(model, {2, 9}, 5.0), text("_range", "low 2 high 9", "low 1 high 9"));
 }
 
 TEST_F(Reinstantiation, RefusedLeavesTheMemberAsItWas) {
