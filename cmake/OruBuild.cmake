@@ -38,6 +38,20 @@ function(oru_folder name)
   target_link_libraries(${name} PUBLIC oru_settings ${ARG_USES})
 endfunction()
 
+# A shared object that is put together from its own sources and the objects of folders, and that is
+# installed (packaging/): who links it there has its headers, but none of the settings above.
+#   oru_shared_object(OruCountersSm SOURCES registration.cc FOLDERS counters counters_vlan
+#     USES OruPlatform)
+function(oru_shared_object name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;FOLDERS;USES" ${ARGN})
+  add_library(${name} SHARED ${ARG_SOURCES})
+  target_link_libraries(${name} PUBLIC $<BUILD_INTERFACE:oru_settings> ${ARG_USES})
+  target_compile_features(${name} PUBLIC cxx_std_20)
+  foreach(folder ${ARG_FOLDERS})
+    target_sources(${name} PRIVATE $<TARGET_OBJECTS:${folder}>)
+  endforeach()
+endfunction()
+
 # A test program: oru_test(kel_clock_test SOURCES clock_test.cc USES OruPlatform)
 # One that starts threads has the label `threads`, and the target threads_tests builds all of
 # those: it is them that the thread sanitizer is for.
