@@ -29,8 +29,15 @@ class Chip {
   // std::system_error when the machine does not say.
   virtual void start(EventLoop& loop) = 0;
 
-  // Tells the interfaces again that were refused for want of room.
+  // Tells the interfaces and VLANs again that were refused for want of room.
   virtual void retellRefused() = 0;
+
+  // Whether the VLANs that there are were told, so that rows of others may go. Where not, the
+  // machine could not say yet, and is asked on.
+  virtual bool vlansAreTold() const { return true; }
+
+  // Whether the VLAN's counts were read when it was last polled.
+  virtual bool couldRead(Bridging::VlanId) const { return true; }
 
   // The counters that this interface's hardware cannot count. No value: that cannot be told just
   // now.

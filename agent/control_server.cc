@@ -21,7 +21,7 @@ ControlServer::ControlServer(EventLoop& loop, std::string const& directory,
                              ControlRequests requests, std::function<Kel::Seconds()> steady,
                              PeerUser peerUser)
     : _loop(loop),
-      _requests(std::move(requests)),
+      _requests(std::make_unique<ControlRequests>(std::move(requests))),
       _steady(std::move(steady)),
       _peerUser(std::move(peerUser)),
       _socket(directory) {
@@ -116,7 +116,7 @@ void ControlServer::drop(int fd) {
 void ControlServer::serve(Connection const& connection) {
   _lastServed = connection->fd();
   if (auto const line = connection->takeLine()) {
-    connection->answer(_requests.answer(*line, connection->mayWrite()), _steady());
+    connection->answer(_requests->answer(*line, connection->mayWrite()), _steady());
   } else {
     connection->lastAnswer(
         controlErrorLine({ControlCode::tooLong, "a line has at most " +

@@ -40,6 +40,11 @@ class ControlServer {
   ControlServer(ControlServer const&) = delete;
   ControlServer& operator=(ControlServer const&) = delete;
 
+  // What clients ask is carried out by these from now on.
+  void requestsAre(ControlRequests requests) {
+    _requests = std::make_unique<ControlRequests>(std::move(requests));
+  }
+
   // Carries out what there is, as far as this turn goes. To be called in each turn of the loop,
   // after the activity's clock was brought to the present. Answers in how many seconds it wants to
   // be called again; 0 where there is more.
@@ -63,7 +68,7 @@ class ControlServer {
   void drop(int fd);
 
   EventLoop& _loop;
-  ControlRequests _requests;
+  std::unique_ptr<ControlRequests> _requests;
   std::function<Kel::Seconds()> const _steady;
   PeerUser const _peerUser;
   ControlSocket const _socket;

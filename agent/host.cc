@@ -20,9 +20,10 @@ constexpr Kel::Seconds kValidation = 2.0;
 // Queueing disciplines change without news of the link.
 constexpr Kel::Seconds kAskForQueues = 5.0;
 
-std::unique_ptr<Chip> makeChip(Options const& options, LinkNames const& names, Tables& tables,
-                               Interfaces& interfaces, Vlans& vlans,
-                               Kel::Ptr<Kel::Clock> const& clock) {
+std::unique_ptr<Chip> makeChip(Options const& options, Host::ChipMaker const& other,
+                               LinkNames const& names, Tables& tables, Interfaces& interfaces,
+                               Vlans& vlans, Kel::Ptr<Kel::Clock> const& clock) {
+  if (other) return other(tables, interfaces, vlans);
   if (options.chip == ChipKind::simulated)
     return std::make_unique<SimulatedChip>(options.ports, options.vlanInterfaces, options.seed,
                                            tables, interfaces, vlans);
@@ -30,9 +31,20 @@ std::unique_ptr<Chip> makeChip(Options const& options, LinkNames const& names, T
                                       tables, interfaces, vlans, clock);
 }
 
+// Once, until there is room for all of its kind.
+void tellRefused(std::size_t count, std::string const& kind, std::string const& first,
+                 bool& isTold) {
+  if (count != 0 && !isTold)
+    say(std::to_string(count) + ' ' + kind + (count == 1 ? " is" : "s are") +
+        " not counted for want of room, the first is " + first +
+        "; they are tried again every few seconds");
+  isTold = count != 0;
+}
+
 }  // namespace
 
-Host::Host(Options const& options, ClockDriver::Steady steady, Glim::TableLimits const& limits)
+Host::Host(Options const& options, ClockDriver::Steady steady, Glim::TableLimits const& limits,
+           ChipMaker const& chipMaker)
     : _directory(options.tables),
       _period(options.period),
       _clock(Kel::ActivityManagerConfig::clock()),
@@ -41,7 +53,7 @@ Host::Host(Options const& options, ClockDriver::Steady steady, Glim::TableLimits
       _interfaces(_entities, _tables),
       _vlans(_tables, _clock, options.period),
       _names(options.interfaces, options.names),
-      _chip(makeChip(options, _names, _tables, _interfaces, _vlans, _clock)),
+      _chip(makeChip(options, chipMaker, _names, _tables, _interfaces, _vlans, _clock)),
       _steady(std::move(steady)),
       _clockDriver(
           _clock, [this](Kel::Seconds step) { clockWasSetBy(step); }, _steady) {
@@ -74,30 +86,38 @@ void Host::start(EventLoop& loop) {
   _interfaces.removeLeftovers();
   _controlPlane.classesAre(_chip->coppClasses());
   _counters->initializedIs(true);
-  _vlans.start(_chip->vlanHelper());
+  startVlans();
   _loop = &loop;
   keepControl();
+}
+
+void Host::startVlans() {
+  if (_vlans.counters() || !_chip->vlansAreTold()) return;
+  _vlans.start(_chip->vlanHelper());
+  if (_control) _control->requestsAre(controlRequests());
 }
 
 // Without it the agent counts all the same. Somebody may have removed it, and it is made anew.
 void Host::keepControl() {
   if (_control && _control->isThere()) return;
   _control.reset();
-  ObjectTree tree;
-  tree.rootIs("countersSm", _counters);
-  tree.rootIs("vlanCountersSm", _vlans.counters());
   try {
-    _control = std::make_unique<ControlServer>(
-        *_loop, _directory,
-        ControlRequests(
-            tree, Clearing(_counters, _cliRequests, _tables, [this] { return _clock->time(); }),
-            VlanClearing(_vlans.counters(), _vlans.requests())),
-        _steady);
+    _control = std::make_unique<ControlServer>(*_loop, _directory, controlRequests(), _steady);
     _controlFails = false;
   } catch (std::runtime_error const& error) {
     if (!std::exchange(_controlFails, true))
       say(std::string(error.what()) + "; counters cannot be cleared, nor the agent be asked");
   }
+}
+
+ControlRequests Host::controlRequests() {
+  ObjectTree tree;
+  tree.rootIs("countersSm", _counters);
+  if (_vlans.counters()) tree.rootIs("vlanCountersSm", _vlans.counters());
+  return {std::move(tree),
+          Clearing(_counters, _cliRequests, _tables, [this] { return _clock->time(); }),
+          VlanClearing(_vlans.counters(), _vlans.requests(),
+                       [this](Bridging::VlanId vlanId) { return _chip->couldRead(vlanId); })};
 }
 
 void Host::clockWasSetBy(Kel::Seconds step) {
@@ -109,6 +129,7 @@ Kel::Seconds Host::turn() {
   Kel::Seconds const next = _clockDriver.turn();
   if (std::exchange(_clockWasSet, false)) _tables.noSampleAfter(_clock->time());
   _chip->turn();
+  startVlans();
   _controlPlane.classesAre(_chip->coppClasses());
   retryRefused();
   pollNews();
@@ -119,17 +140,17 @@ Kel::Seconds Host::turn() {
 }
 
 void Host::retryRefused() {
-  if (_interfaces.withoutRoom().empty()) return;
+  auto const& interfaces = _interfaces.withoutRoom();
+  if (interfaces.empty()) _refusedIntfsTold = false;
+  if (_vlans.withoutRoom() == 0) _refusedVlansTold = false;
+  if (interfaces.empty() && _vlans.withoutRoom() == 0) return;
   Kel::Seconds const now = _steady();
   if (_lastRetry && now - *_lastRetry < kRetry) return;
   _lastRetry = now;
   _interfaces.forgetWithoutRoom();
   _chip->retellRefused();
-  auto const refused = _interfaces.withoutRoom().size();
-  if (refused != 0 && !_refusalTold)
-    say(std::to_string(refused) + " interfaces are not counted for want of room, the first is " +
-        _interfaces.whyNoRoom() + "; they are tried again every few seconds");
-  _refusalTold = refused != 0;
+  tellRefused(interfaces.size(), "interface", _interfaces.whyNoRoom(), _refusedIntfsTold);
+  tellRefused(_vlans.withoutRoom(), "VLAN", _vlans.whyNoRoom(), _refusedVlansTold);
 }
 
 // An interface shows true counts from the start, and not only after a period.

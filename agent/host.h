@@ -2,9 +2,11 @@
 // turn, which keeps it running.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
+#include <string>
 
 #include "agent/chip.h"
 #include "agent/clock_driver.h"
@@ -19,9 +21,12 @@ namespace Agent {
 
 class Host {
  public:
+  // Another chip than that of the options.
+  using ChipMaker = std::function<std::unique_ptr<Chip>(Tables&, Interfaces&, Vlans&)>;
+
   // Takes the tables over; nothing else happens yet. Throws the Dov family as Tables does.
   explicit Host(Options const& options, ClockDriver::Steady steady = &ClockDriver::sinceBoot,
-                Glim::TableLimits const& limits = {});
+                Glim::TableLimits const& limits = {}, ChipMaker const& chipMaker = {});
   // Ends the pollers. Rows stay as they are.
   ~Host();
 
@@ -38,6 +43,8 @@ class Host {
   void clockWasSetBy(Kel::Seconds step);
   void pollNews();
   void pollNow(Pekt::IntfId const& intfId);
+  void startVlans();
+  ControlRequests controlRequests();
   void retryRefused();
   void askForUnsupported();
   void askForQueues();
@@ -61,7 +68,8 @@ class Host {
   Kel::Seconds _lastBeat = 0.0;
   Kel::Seconds _lastValidation = 0.0;
   std::optional<Kel::Seconds> _lastRetry;
-  bool _refusalTold = false;
+  bool _refusedIntfsTold = false;
+  bool _refusedVlansTold = false;
   std::set<Pekt::IntfId> _unsupportedDue;
   std::optional<Kel::Seconds> _lastAsked;
   std::optional<Kel::Seconds> _queuesLastAsked;

@@ -73,7 +73,7 @@ KernelChip::KernelChip(LinkNames const& names, AclDropMap const& aclDrops, bool 
       _helper(makeHelper(aclDrops, keepCounters, tables, clock)),
       _monitor([this](int ifindex) { return _speed.of(ifindex); }),
       _sync(names, interfaces, *this),
-      _kernelVlans(vlanOptions, tables, vlans, clock) {}
+      _kernelVlans(vlanOptions, KernelVlans::kernelParts(vlanOptions, tables, clock), vlans) {}
 
 void KernelChip::start(EventLoop& loop) {
   Hardware::Linux::LinkMonitor::Events events;

@@ -26,7 +26,14 @@ class KernelChip : public Chip, private PortLinks {
     return _kernelVlans.helper();
   }
   void start(EventLoop& loop) override;
-  void retellRefused() override { _sync.serveRefused(); }
+  void retellRefused() override {
+    _sync.serveRefused();
+    _kernelVlans.retellRefused();
+  }
+  bool vlansAreTold() const override { return _kernelVlans.areTold(); }
+  bool couldRead(Bridging::VlanId vlanId) const override {
+    return _kernelVlans.helper()->couldRead(vlanId);
+  }
   std::optional<Interface::CounterSet> unsupported(Pekt::IntfId const& intfId) override;
   std::optional<std::uint32_t> unsupportedQueue(Pekt::IntfId const& intfId) override;
   CoppClassNames const* coppClasses() const override;

@@ -15,8 +15,6 @@ using Bridging::VlanId;
 using Hardware::Linux::GlimVlanOffsetStore;
 using Hardware::Linux::VlanCountersHelper;
 
-constexpr Kel::Seconds kRetry = 5.0;
-
 // Packets of all kinds count as unicast, as with interfaces whose packets are not told apart.
 std::uint64_t uncounted() {
   std::uint64_t set = 0;
@@ -47,13 +45,17 @@ Kel::Ptr<VlanCountersHelper> makeHelper(Tables& tables, Kel::Ptr<Kel::Clock> con
 
 }  // namespace
 
-KernelVlans::KernelVlans(VlanOptions const& options, Tables& tables, Vlans& vlans,
-                         Kel::Ptr<Kel::Clock> const& clock)
+KernelVlans::Parts KernelVlans::kernelParts(VlanOptions const& options, Tables& tables,
+                                            Kel::Ptr<Kel::Clock> const& clock) {
+  return {.bridges = std::make_unique<Hardware::Linux::BridgeMonitor>(options.bridge),
+          .helper = makeHelper(tables, clock)};
+}
+
+KernelVlans::KernelVlans(VlanOptions const& options, Parts parts, Vlans& vlans)
     : _options(options),
       _vlans(vlans),
-      _clock(clock),
-      _helper(makeHelper(tables, clock)),
-      _monitor(options.bridge) {}
+      _bridges(std::move(parts.bridges)),
+      _helper(std::move(parts.helper)) {}
 
 void KernelVlans::start(EventLoop& loop) {
   _loop = &loop;
@@ -62,10 +64,10 @@ void KernelVlans::start(EventLoop& loop) {
 
 // An agent whose bridges cannot be listed counts its interfaces all the same, and tries on.
 void KernelVlans::takeNews() {
-  auto const error = _isWatching ? _monitor.poll() : _monitor.start();
-  if (!_isWatching && _monitor.fd() >= 0) {
+  auto const error = _isWatching ? _bridges->poll() : _bridges->start();
+  if (!_isWatching && _bridges->fd() >= 0) {
     _isWatching = true;
-    _loop->readableIs(_monitor.fd(), [this] { takeNews(); });
+    _loop->readableIs(_bridges->fd(), [this] { takeNews(); });
   }
   if (error && !_newsIsDue) say("cannot read news of bridges, trying on: " + error.message());
   _newsIsDue = static_cast<bool>(error);
@@ -73,10 +75,7 @@ void KernelVlans::takeNews() {
 }
 
 void KernelVlans::turn() {
-  Kel::Seconds const now = _clock->time();
-  bool const isDue = !_lastTry || now < *_lastTry || now - *_lastTry >= kRetry;
   if (_newsIsDue) takeNews();
-  if (_refused && isDue) follow();
   bool const offsetsFail = _helper->offsetsNotSaved() != 0;
   if (offsetsFail && !_offsetsFail)
     say("the offsets of VLANs could not be kept; should the agent end now, counts may double. Is "
@@ -84,12 +83,16 @@ void KernelVlans::turn() {
   _offsetsFail = offsetsFail;
 }
 
+// What is out of date is told when it no longer is.
+void KernelVlans::retellRefused() {
+  if (areTold() && !_newsIsDue) follow();
+}
+
 void KernelVlans::follow() {
-  _lastTry = _clock->time();
-  auto const gone = _monitor.takeGone();
+  auto const gone = _bridges->takeGone();
   for (std::size_t id = VlanId::min; id <= VlanId::max; ++id)
     if (gone.test(id)) drop(VlanId(id));
-  Bridge const* const bridge = _monitor.vlans().served();
+  Bridge const* const bridge = _bridges->vlans().served();
   _helper->bridgeIs(bridge ? bridge->ifindex : 0);
   if (std::exchange(_isFirst, false)) dropStrangers();
   if (bridge)
@@ -104,7 +107,7 @@ void KernelVlans::follow() {
 void KernelVlans::dropStrangers() {
   for (VlanId const vlanId : _vlans.withRows())
     if (!_helper->continues(vlanId)) _vlans.dropRows(vlanId);
-  auto const& there = _monitor.vlans().vlans();
+  auto const& there = _bridges->vlans().vlans();
   auto const rows = _vlans.withRows();
   std::set<VlanId> const kept(rows.begin(), rows.end());
   _helper->forEachKept([&](VlanId vlanId) {
@@ -115,8 +118,7 @@ void KernelVlans::dropStrangers() {
 void KernelVlans::describe(Bridge const& bridge) {
   std::uint64_t const unsupported = isCounted(bridge) ? uncounted() : Bridging::kNoVlanCounters;
   _helper->bridgeIs(bridge.ifindex);
-  auto const& there = _monitor.vlans().vlans();
-  bool refused = false;
+  auto const& there = _bridges->vlans().vlans();
   for (std::size_t id = VlanId::min; id <= VlanId::max; ++id) {
     if (!there.test(id)) continue;
     VlanDescription const description{.vlanId = VlanId(id),
@@ -125,14 +127,8 @@ void KernelVlans::describe(Bridge const& bridge) {
                                       .unsupported = unsupported};
     auto const at = _told.find(description.vlanId);
     if (at != _told.end() && at->second == description) continue;
-    if (_vlans.vlanIs(description))
-      _told.insert_or_assign(description.vlanId, description);
-    else
-      refused = true;
+    if (_vlans.vlanIs(description)) _told.insert_or_assign(description.vlanId, description);
   }
-  if (refused && !_refused)
-    say("some VLANs are not counted for want of room; they are tried again every few seconds");
-  _refused = refused;
 }
 
 bool KernelVlans::isCounted(Bridge const& bridge) {
@@ -152,7 +148,7 @@ bool KernelVlans::isCounted(Bridge const& bridge) {
         "section [vlans] of the configuration lets the agent switch it on");
     return false;
   }
-  if (auto const error = Hardware::Linux::switchVlanStatsOn(bridge.ifindex)) {
+  if (auto const error = _bridges->switchVlanStatsOn(bridge.ifindex)) {
     tellOnce(of + " are not counted: that cannot be switched on: " + error.message());
     return false;
   }

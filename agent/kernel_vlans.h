@@ -2,7 +2,7 @@
 #pragma once
 
 #include <map>
-#include <optional>
+#include <memory>
 #include <string>
 
 #include "agent/event_loop.h"
@@ -15,13 +15,23 @@ namespace Agent {
 
 class KernelVlans {
  public:
-  // Keeps its counts' offsets in a table of its own. What it is given by reference must outlive it.
-  KernelVlans(VlanOptions const& options, Tables& tables, Vlans& vlans,
-              Kel::Ptr<Kel::Clock> const& clock);
+  struct Parts {
+    std::unique_ptr<Hardware::Linux::BridgeSource> bridges;
+    Kel::Ptr<Hardware::Linux::VlanCountersHelper> helper;
+  };
+  // Those of this machine; the counts' offsets are kept in a table of their own.
+  static Parts kernelParts(VlanOptions const& options, Tables& tables,
+                           Kel::Ptr<Kel::Clock> const& clock);
+
+  // REQUIRES: every part is given. `vlans` must outlive it.
+  KernelVlans(VlanOptions const& options, Parts parts, Vlans& vlans);
 
   Kel::Ptr<Hardware::Linux::VlanCountersHelper> const& helper() const { return _helper; }
   void start(EventLoop& loop);
   void turn();
+  // Whether the VLANs that there are were told: the bridges could be listed once.
+  bool areTold() const { return !_isFirst; }
+  void retellRefused();
 
  private:
   using Bridge = Hardware::Linux::Bridge;
@@ -36,17 +46,14 @@ class KernelVlans {
 
   VlanOptions const _options;
   Vlans& _vlans;
-  Kel::Ptr<Kel::Clock> const _clock;
+  std::unique_ptr<Hardware::Linux::BridgeSource> const _bridges;
   Kel::Ptr<Hardware::Linux::VlanCountersHelper> const _helper;
-  Hardware::Linux::BridgeMonitor _monitor;
   EventLoop* _loop = nullptr;
   bool _isWatching = false;
   bool _isFirst = true;
   bool _newsIsDue = false;  // the last try to read it failed
   bool _offsetsFail = false;
   std::map<Bridging::VlanId, Bridging::VlanDescription> _told;  // to the VLANs
-  bool _refused = false;                                        // some, for want of room
-  std::optional<Kel::Seconds> _lastTry;
   std::string _toldOperator;
 };
 

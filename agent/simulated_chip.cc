@@ -1,6 +1,9 @@
 #include "agent/simulated_chip.h"
 
+#include <utility>
+
 #include "agent/control_plane.h"
+#include "agent/log.h"
 
 namespace Agent {
 
@@ -24,7 +27,6 @@ SimulatedChip::SimulatedChip(std::uint32_t ports, std::uint32_t vlanInterfaces, 
       _coppRows(tables.coppCounters()),
       _interfaces(interfaces),
       _vlans(vlans) {
-  for (auto const& [name, port] : _chip->coppClasses()) _coppClasses.insert(name);
   _helper->coppTableIs(_coppRows, kCoppPolicyMap);
   _helper->queueClearingIs({tables.intfQueueCounters(), tables.intfClearQueueCounters()});
 }
@@ -43,6 +45,14 @@ void SimulatedChip::start(EventLoop&) {
   _vlans.dropAllRows();
   retellRefused();
   _helper->getCoppCounters();
+}
+
+void SimulatedChip::turn() {
+  auto const& refused = _helper->coppWithoutRoom();
+  if (!std::exchange(_refusedClassesTold, !refused.empty()) && !refused.empty())
+    say(std::to_string(refused.size()) +
+        " policing classes are not counted for want of room, the first is " +
+        std::string(refused.begin()->first.view()) + ": " + refused.begin()->second);
 }
 
 // Those that are there are told again too, with the same.

@@ -25,7 +25,8 @@ class SimulatedChip : public Chip {
   // is dropped, the counts of links included.
   void start(EventLoop& loop) override;
   void retellRefused() override;
-  CoppClassNames const* coppClasses() const override { return &_coppClasses; }
+  CoppClassNames const* coppClasses() const override { return &_helper->coppClasses(); }
+  void turn() override;
 
  private:
   std::shared_ptr<Hardware::Simulated::Chip const> const _chip;
@@ -36,7 +37,7 @@ class SimulatedChip : public Chip {
   Kel::Ptr<Hardware::Linux::CoppOffsetTable> const _coppOffsets;
   Kel::Ptr<Hardware::Linux::GlimVlanOffsetStore::Table> const _vlanOffsets;
   Kel::Ptr<Qos::AllCoppClassCounter> const _coppRows;
-  CoppClassNames _coppClasses;
+  bool _refusedClassesTold = false;
   Interfaces& _interfaces;
   Vlans& _vlans;
 };

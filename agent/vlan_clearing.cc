@@ -55,7 +55,7 @@ void VlanClearing::poll(std::vector<VlanId> const& vlanIds) {
   for (VlanId const vlanId : vlanIds) {
     // A chip may find out as it is polled.
     if (!isThere(vlanId)) throw failed(nameOf(vlanId) + " went meanwhile");
-    if (_counters->vlanCounterDir()->vlanCounter(vlanId).lastUpdate < _counters->clock()->time())
+    if (!_couldRead(vlanId))
       throw failed(nameOf(vlanId) + " could not be read just now; try again");
   }
 }

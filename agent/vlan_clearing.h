@@ -2,7 +2,9 @@
 // no more, and what comes after it is.
 #pragma once
 
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "counters/vlan/vlan_counters_sm.h"
@@ -14,10 +16,14 @@ class VlanClearing {
  public:
   // Of an agent that counts no VLANs: every clear is refused.
   VlanClearing() = default;
-  // `requests` are those that `counters` watches.
+  // Whether the chip had counts of the VLAN when it was last polled: its row is stamped all the
+  // same.
+  using CouldRead = std::function<bool(Bridging::VlanId)>;
+
+  // `requests` are those that `counters` watches. REQUIRES: couldRead.
   VlanClearing(Kel::Ptr<Oru::Counters::VlanCountersSm> const& counters,
-               Kel::Ptr<Bridging::VlanCountersCliReq> const& requests)
-      : _counters(counters), _requests(requests) {}
+               Kel::Ptr<Bridging::VlanCountersCliReq> const& requests, CouldRead couldRead)
+      : _counters(counters), _requests(requests), _couldRead(std::move(couldRead)) {}
 
   // Both poll first, and then clear, so that traffic before the call is not shown as traffic after
   // it. REQUIRES: the clock of the counters was brought to the present since the request for it
@@ -45,6 +51,7 @@ class VlanClearing {
 
   Kel::Ptr<Oru::Counters::VlanCountersSm> _counters;
   Kel::Ptr<Bridging::VlanCountersCliReq> _requests;
+  CouldRead _couldRead;
 };
 
 }  // namespace Agent

@@ -1,8 +1,11 @@
 #include "agent/vlans.h"
 
+#include <exception>
 #include <utility>
 
+#include "agent/log.h"
 #include "platform/dov/exception.h"
+#include "platform/kel/strep.h"
 
 namespace Agent {
 
@@ -33,17 +36,26 @@ bool Vlans::vlanIs(Bridging::VlanDescription const& description) {
   VlanId const vlanId = description.vlanId;
   try {
     makeRows(description);
-  } catch (Dov::ResourceException const&) {
+  } catch (Dov::ResourceException const& exception) {
     if (!isConfigured(vlanId)) dropRows(vlanId);
+    _withoutRoom.insert_or_assign(vlanId, exception.message());
     return false;
   }
+  _withoutRoom.erase(vlanId);
   if (isConfigured(vlanId)) return true;
   _config->vlanConfigIs({.vlanId = vlanId});
   _news = true;
   return true;
 }
 
+std::string Vlans::whyNoRoom() const {
+  if (_withoutRoom.empty()) return {};
+  auto const& [vlanId, why] = *_withoutRoom.begin();
+  return "VLAN " + Kel::toStrep(vlanId) + ": " + why;
+}
+
 void Vlans::vlanDel(VlanId vlanId) {
+  _withoutRoom.erase(vlanId);
   _config->vlanConfigDel(vlanId);
   _requests->clearCountersRequestDel(vlanId);
   dropRows(vlanId);
@@ -83,8 +95,12 @@ void Vlans::start(Kel::Ptr<OruHelper::OruVlanCountersHelper> const& helper) {
 }
 
 void Vlans::pollNews() {
-  if (!std::exchange(_news, false)) return;
-  poll();
+  if (!_counters || !std::exchange(_news, false)) return;
+  try {
+    poll();
+  } catch (std::exception const& exception) {
+    say(std::string("the VLANs could not be polled: ") + exception.what());
+  }
 }
 
 }  // namespace Agent

@@ -1,6 +1,10 @@
 // The VLANs as the library sees them, their rows, and the state machine that counts them.
 #pragma once
 
+#include <map>
+#include <string>
+#include <vector>
+
 #include "agent/tables.h"
 #include "counters/vlan/helper.h"
 #include "counters/vlan/vlan_counters_sm.h"
@@ -21,6 +25,9 @@ class Vlans {
   // A VLAN is there and described so; told again when that changes. False: there is no room for its
   // rows, and it is not counted.
   bool vlanIs(Bridging::VlanDescription const& description);
+  // Those that there is no room for, and why the first of them is not counted.
+  std::size_t withoutRoom() const { return _withoutRoom.size(); }
+  std::string whyNoRoom() const;
   // Its rows go.
   void vlanDel(Bridging::VlanId vlanId);
   bool isConfigured(Bridging::VlanId vlanId) const;
@@ -33,10 +40,11 @@ class Vlans {
 
   // For the host.
 
-  // Starts counting; what VLANs there are was told before. Rows of others go.
+  // Starts counting. Rows of VLANs that were not told go.
+  // REQUIRES: all VLANs that there are were told.
   void start(Kel::Ptr<OruHelper::OruVlanCountersHelper> const& helper);
-  // Polls if there are new VLANs: they show true counts from the start, and not only after a
-  // period.
+  // Polls if there are new VLANs and it was started: they show true counts from the start, and not
+  // only after a period. A poll that fails is told, and the next is that of the period.
   void pollNews();
   // Polls all VLANs now.
   // REQUIRES: it was started.
@@ -58,6 +66,7 @@ class Vlans {
   Kel::Ptr<Bridging::VlanCountersCliReq> const _requests =
       Kel::make<Bridging::VlanCountersCliReq>();
   Kel::Ptr<Oru::Counters::VlanCountersSm> _counters;
+  std::map<Bridging::VlanId, std::string> _withoutRoom;  // and why
   bool _news = false;
 };
 

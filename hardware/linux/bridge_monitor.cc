@@ -69,7 +69,7 @@ void BridgeMonitor::takeIn(nlmsghdr const& message) {
   if (readBridgeMessage(message, vlans_)) listIsDue_ = true;
 }
 
-std::error_code switchVlanStatsOn(int bridge) {
+std::error_code BridgeMonitor::switchVlanStatsOn(int bridge) {
   ifinfomsg fixed{};
   fixed.ifi_index = bridge;
   NetlinkRequest request(RTM_NEWLINK, fixed);

@@ -9,28 +9,46 @@
 
 namespace Hardware::Linux {
 
-/// Watches the bridges of this network namespace and their VLANs. Needs no privilege.
+/// Where it is told which bridges there are, and their VLANs.
+class BridgeSource {
+ public:
+  virtual ~BridgeSource() = default;
+
+  /// Join the news, then take the list. May be called again after an error.
+  virtual std::error_code start() = 0;
+  /// Take in all news there is. If news was lost, the list is taken anew. After an error what is
+  /// known may be out of date; the next call tries again.
+  virtual std::error_code poll() = 0;
+  /// For epoll, readable when there is news. -1 before a successful start.
+  virtual int fd() const = 0;
+
+  virtual BridgeVlans const& vlans() const = 0;
+  /// See there.
+  virtual VlanSet takeGone() = 0;
+
+  /// Have a bridge count its VLANs.
+  virtual std::error_code switchVlanStatsOn(int bridge) = 0;
+};
+
+/// The bridges of this network namespace. Needs CAP_NET_ADMIN to switch anything, and else no
+/// privilege.
 ///
 ///   BridgeMonitor monitor("br0");
 ///   monitor.start();                  // vlans() is what there is
 ///   ... whenever monitor.fd() is readable:
 ///   monitor.poll();
-class BridgeMonitor {
+class BridgeMonitor final : public BridgeSource {
  public:
   /// Of the bridge of this name, or of the first that filters by VLANs.
   explicit BridgeMonitor(std::string name = {}, int receiveBufferBytes = 1 << 20);
 
-  /// Join the kernel's news, then take the list. May be called again after an error.
-  std::error_code start();
-  /// Take in all news there is. If news was lost, the list is taken anew. After an error what is
-  /// known may be out of date; the next call tries again.
-  std::error_code poll();
-  /// For epoll, readable when there is news. -1 before a successful start.
-  int fd() const { return news_.fd(); }
+  std::error_code start() override;
+  std::error_code poll() override;
+  int fd() const override { return news_.fd(); }
 
-  BridgeVlans const& vlans() const { return vlans_; }
-  /// See there.
-  VlanSet takeGone() { return vlans_.takeGone(); }
+  BridgeVlans const& vlans() const override { return vlans_; }
+  VlanSet takeGone() override { return vlans_.takeGone(); }
+  std::error_code switchVlanStatsOn(int bridge) override;
   std::uint64_t resynchronisations() const { return resynchronisations_; }
 
  private:
@@ -47,8 +65,5 @@ class BridgeMonitor {
 /// Take in one message of the kernel, of whatever kind. Answers whether it says that something
 /// changed which only a list can tell: a port that left its bridge.
 bool readBridgeMessage(nlmsghdr const& message, BridgeVlans& vlans);
-
-/// Have a bridge count its VLANs. Needs CAP_NET_ADMIN.
-std::error_code switchVlanStatsOn(int bridge);
 
 }  // namespace Hardware::Linux

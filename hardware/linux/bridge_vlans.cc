@@ -12,9 +12,10 @@ void BridgeVlans::bridgeIs(Bridge const& bridge) {
 }
 
 void BridgeVlans::linkDel(int ifindex) {
-  bridges_.erase(ifindex);
-  members_.erase(ifindex);
-  update();
+  leave([&] {
+    bridges_.erase(ifindex);
+    members_.erase(ifindex);
+  });
 }
 
 void BridgeVlans::memberIs(int ifindex, int bridge, VlanSet const& vlans) {
@@ -31,8 +32,7 @@ void BridgeVlans::vlansAdd(int ifindex, VlanSet const& vlans) {
 void BridgeVlans::vlansDel(int ifindex, VlanSet const& vlans) {
   auto const at = members_.find(ifindex);
   if (at == members_.end()) return;
-  at->second.vlans &= ~vlans;
-  update();
+  leave([&] { at->second.vlans &= ~vlans; });
 }
 
 void BridgeVlans::listBegins() {
@@ -57,17 +57,34 @@ Bridge const* BridgeVlans::served() const {
 
 VlanSet BridgeVlans::takeGone() { return std::exchange(gone_, {}); }
 
+// What a list told so far is not all that there is: only of what the change itself takes away it is
+// known that it went.
+template <class Change>
+void BridgeVlans::leave(Change const& change) {
+  VlanSet const before = allOf(served());
+  change();
+  if (listing_) gone_ |= before & ~allOf(served());
+  update();
+}
+
 void BridgeVlans::update() {
+  if (listing_) return;
   Bridge const* const bridge = served();
   std::optional<int> const now = bridge ? std::optional(bridge->ifindex) : std::nullopt;
   if (now != served_) gone_ |= vlans_;
   served_ = now;
-  VlanSet all;
-  // A bridge is a member of itself, also while nothing but its VLANs was told of it.
-  for (auto const& [ifindex, member] : members_)
-    if (now && (member.bridge == *now || ifindex == *now)) all |= member.vlans;
+  VlanSet const all = allOf(bridge);
   gone_ |= vlans_ & ~all;
   vlans_ = all;
+}
+
+// A bridge is a member of itself, also while nothing but its VLANs was told of it.
+VlanSet BridgeVlans::allOf(Bridge const* bridge) const {
+  VlanSet all;
+  if (!bridge) return all;
+  for (auto const& [ifindex, member] : members_)
+    if (member.bridge == bridge->ifindex || ifindex == bridge->ifindex) all |= member.vlans;
+  return all;
 }
 
 }  // namespace Hardware::Linux

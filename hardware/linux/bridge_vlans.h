@@ -33,6 +33,9 @@ struct Bridge {
 /// not filter.
 ///
 /// A list of all bridges and members may come at any time, mixed with news, as with `LinkTable`.
+/// From its beginning until one ends, what is served and its VLANs stay as they were, since the
+/// list tells them one after the other; one that fails is followed by another. What is gone by news
+/// of that time is gone.
 class BridgeVlans {
  public:
   /// Empty name: any bridge.
@@ -63,6 +66,9 @@ class BridgeVlans {
     VlanSet vlans;
   };
   void update();
+  VlanSet allOf(Bridge const* bridge) const;
+  template <class Change>
+  void leave(Change const& change);
 
   std::string const name_;
   std::map<int, Bridge> bridges_;
@@ -70,7 +76,7 @@ class BridgeVlans {
   std::optional<int> served_;
   VlanSet vlans_;
   VlanSet gone_;
-  bool listing_ = false;
+  bool listing_ = false;  // also after a list that failed
   std::set<int> listed_;
 };
 

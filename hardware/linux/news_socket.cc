@@ -15,8 +15,6 @@ namespace {
 
 std::error_code systemError(int number) { return {number, std::generic_category()}; }
 
-// Each failed attempt means that what is listed changed meanwhile.
-constexpr int kListAttempts = 16;
 constexpr int kPatienceMilliseconds = 5000;
 
 }  // namespace
@@ -116,9 +114,10 @@ std::error_code NewsSocket::list(NetlinkRequest& request, Visitor const& visit) 
   return whole ? std::error_code() : systemError(EINTR);
 }
 
-std::error_code listUntilWhole(std::function<std::error_code()> const& listOnce) {
+// Each failed attempt means that what is listed changed meanwhile.
+std::error_code listUntilWhole(std::function<std::error_code()> const& listOnce, int attempts) {
   std::error_code error;
-  for (int attempt = 0; attempt < kListAttempts; ++attempt) {
+  for (int attempt = 0; attempt < attempts; ++attempt) {
     error = listOnce();
     if (error != std::errc::interrupted) break;
   }

@@ -49,7 +49,8 @@ class NewsSocket {
   std::uint32_t sequence_ = 0;
 };
 
-/// Takes a list by `listOnce` (which is as NewsSocket::list) until it is whole, for some times.
-std::error_code listUntilWhole(std::function<std::error_code()> const& listOnce);
+/// Takes a list by `listOnce` until it does not answer `std::errc::interrupted`, so many times at
+/// most.
+std::error_code listUntilWhole(std::function<std::error_code()> const& listOnce, int attempts = 16);
 
 }  // namespace Hardware::Linux

@@ -69,6 +69,11 @@ bool VlanCountersHelper::continues(VlanId vlanId) const {
   return stored && stored->identity == identity();
 }
 
+bool VlanCountersHelper::couldRead(VlanId vlanId) const {
+  auto const at = vlans_.find(vlanId);
+  return at != vlans_.end() && at->second.wasRead;
+}
+
 void VlanCountersHelper::forEachKept(std::function<void(VlanId)> const& visit) {
   parts_.offsets->forEach([&](Pekt::IntfId const& intfId) {
     visit(VlanId(std::string(intfId.view().substr(kPrefix.size()))));
@@ -108,7 +113,9 @@ void VlanCountersHelper::getVlanCounters(VlanId vlanId,
   auto const row = parts_.publishedRow(vlanId);
   if (at == vlans_.end() || !row) return;
   Vlan& vlan = at->second;
-  if (auto const* const counts = read(vlanId)) {
+  auto const* const counts = read(vlanId);
+  vlan.wasRead = counts != nullptr;
+  if (counts) {
     vlan.account.advance(identity(), asPort(*counts));
     // Before anything is published that depends on it.
     save(vlanId, vlan.account);

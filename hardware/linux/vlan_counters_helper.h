@@ -55,6 +55,10 @@ class VlanCountersHelper final : public OruHelper::OruVlanCountersHelper {
   /// The VLANs of which anything is kept.
   void forEachKept(std::function<void(Bridging::VlanId)> const& visit);
 
+  /// Whether the kernel's count was read when the VLAN was last polled. Where it was not, the row
+  /// stands still, and the state machine stamps it all the same.
+  bool couldRead(Bridging::VlanId vlanId) const;
+
   /// How often an offset could not be kept; see LinuxCountersHelper.
   std::uint64_t offsetsNotSaved() const { return offsetsNotSaved_; }
 
@@ -67,6 +71,7 @@ class VlanCountersHelper final : public OruHelper::OruVlanCountersHelper {
   struct Vlan {
     Bridging::VlanCounts base;  // what the row held when the account began
     PortAccount account;
+    bool wasRead = false;
   };
   LinkIdentity identity() const { return {parts_.generation, bridge_}; }
   VlanKernelCounts const* read(Bridging::VlanId vlanId);

@@ -4,6 +4,10 @@
 #include <linux/if_link.h>
 #include <linux/rtnetlink.h>
 
+#include <utility>
+
+#include "hardware/linux/news_socket.h"
+
 namespace Hardware::Linux {
 namespace {
 
@@ -36,7 +40,11 @@ void readVlanStats(nlmsghdr const& message, VlanCountsByBridge& counts) {
   });
 }
 
-VlanStats::VlanStats() : socket_(NETLINK_ROUTE) {}
+VlanStats::VlanStats(Dump dump)
+    : socket_(NETLINK_ROUTE),
+      dump_(dump ? std::move(dump) : [this](NetlinkRequest& request, auto const& visit) {
+        return socket_.dump(request, visit);
+      }) {}
 
 std::error_code VlanStats::refresh(double now) {
   if (fresh_ && now == tick_) return error_;
@@ -47,17 +55,21 @@ std::error_code VlanStats::refresh(double now) {
 }
 
 std::error_code VlanStats::read() {
+  constexpr int kTries = 3;
+  auto error = listUntilWhole([this] { return readOnce(); }, kTries);
+  // Links still come or go. What was told of the others is true.
+  if (error == std::errc::interrupted) error.clear();
+  if (error) counts_.clear();
+  return error;
+}
+
+std::error_code VlanStats::readOnce() {
   ++dumps_;
   counts_.clear();
   if_stats_msg fixed{};
   fixed.filter_mask = IFLA_STATS_FILTER_BIT(IFLA_STATS_LINK_XSTATS);
   NetlinkRequest request(RTM_GETSTATS, fixed);
-  auto error =
-      socket_.dump(request, [this](nlmsghdr const& message) { readVlanStats(message, counts_); });
-  // Links came or went during the dump. What was told of the others is true.
-  if (error == std::errc::interrupted) error.clear();
-  if (error) counts_.clear();
-  return error;
+  return dump_(request, [this](nlmsghdr const& message) { readVlanStats(message, counts_); });
 }
 
 VlanKernelCounts const* VlanStats::find(int bridge, std::uint16_t vlan) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <system_error>
 
@@ -39,10 +40,15 @@ using VlanCountsByBridge = std::map<std::pair<int, std::uint16_t>, VlanKernelCou
 void readVlanStats(nlmsghdr const& message, VlanCountsByBridge& counts);
 
 /// By one dump of `RTM_GETSTATS` with `IFLA_STATS_LINK_XSTATS`. If the dump fails, no VLAN has
-/// counts until the next tick. Needs no privilege.
+/// counts until the next tick. One that was interrupted is asked for again, a few times; after that
+/// VLANs that it left out have no counts until the next tick. Needs no privilege.
 class VlanStats final : public VlanStatsSource {
  public:
-  VlanStats();
+  /// As NetlinkSocket::dump.
+  using Dump = std::function<std::error_code(NetlinkRequest&, NetlinkSocket::Visitor const&)>;
+
+  /// Without `dump`, asks this machine's kernel.
+  explicit VlanStats(Dump dump = {});
 
   std::error_code refresh(double now) override;
   VlanKernelCounts const* find(int bridge, std::uint16_t vlan) const override;
@@ -51,8 +57,10 @@ class VlanStats final : public VlanStatsSource {
 
  private:
   std::error_code read();
+  std::error_code readOnce();
 
   NetlinkSocket socket_;
+  Dump const dump_;
   VlanCountsByBridge counts_;
   double tick_ = 0.0;
   bool fresh_ = false;

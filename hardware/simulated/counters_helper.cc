@@ -1,6 +1,7 @@
 #include "hardware/simulated/counters_helper.h"
 
 #include "counters/pollers/counter_records.h"
+#include "platform/dov/exception.h"
 
 namespace Hardware::Simulated {
 
@@ -151,7 +152,14 @@ Qos::CoppClassCounter CountersHelper::coppRow(Qos::CoppClassName const& classNam
 
 void CountersHelper::getCoppCounters() {
   if (!_coppRows) return;
-  for (auto const& [name, port] : _chip->coppClasses()) _coppRows->counterIs(coppRow(name, port));
+  _coppClasses.clear();
+  _coppWithoutRoom.clear();
+  for (auto const& [name, port] : _chip->coppClasses()) try {
+      _coppRows->counterIs(coppRow(name, port));
+      _coppClasses.insert(name);
+    } catch (Dov::ResourceException const& exception) {
+      _coppWithoutRoom.emplace(name, exception.message());
+    }
 }
 
 void CountersHelper::resetCpuQueueCounters(Kel::Name className) {

@@ -7,7 +7,9 @@
 #pragma once
 
 #include <array>
+#include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -53,12 +55,18 @@ class CountersHelper : public OruHelper::OruHelperCountersSm {
   }
 
   bool aclDropCountersSupported() override { return true; }
-  // Publishes the chip's policing classes, once it was told the table.
+  // Publishes the chip's policing classes, once it was told the table: those that have room there.
   void getCoppCounters() override;
   void resetCpuQueueCounters(Kel::Name className) override;
   void coppTableIs(Kel::Ptr<Qos::AllCoppClassCounter> rows, std::string_view policyMap) {
     _coppRows = std::move(rows);
     _policyMap = policyMap;
+  }
+
+  // The classes that were published last, and those that had no room, with the reason.
+  std::set<Qos::CoppClassName> const& coppClasses() const { return _coppClasses; }
+  std::map<Qos::CoppClassName, std::string> const& coppWithoutRoom() const {
+    return _coppWithoutRoom;
   }
 
   // 0 for a port that the chip does not have.
@@ -82,6 +90,8 @@ class CountersHelper : public OruHelper::OruHelperCountersSm {
   Interface::QueueCounter::Clearing _queueClearing;
   Kel::Ptr<Qos::AllCoppClassCounter> _coppRows;
   std::string _policyMap;
+  std::set<Qos::CoppClassName> _coppClasses;
+  std::map<Qos::CoppClassName, std::string> _coppWithoutRoom;
   std::unordered_map<Pekt::IntfId, QueueSamples, Hash> _lastQueues;  // what increments are since
 };
 

@@ -21,7 +21,7 @@ class ControlOfVlans : public CountedVlans {
     sut.emplace(tree,
                 Clearing(Kel::instance<Box>(Kel::Name("none")), Kel::make<Oru::HwCliConfig>(),
                          tables, [] { return kNow; }),
-                VlanClearing(counters, requests));
+                VlanClearing(counters, requests, couldRead()));
   }
   Json ask(Json const& request, bool mayWrite = true) {
     return Json::parse(sut->answer(request.dump(), mayWrite));

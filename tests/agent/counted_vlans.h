@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <map>
+#include <set>
 
 #include "counters/vlan/helper.h"
 #include "counters/vlan/vlan_counters_sm.h"
@@ -16,7 +17,7 @@
 
 namespace Agent {
 
-// A chip that counts what a test tells it, and the polls.
+// A chip that counts what a test tells it. What it cannot read stands still.
 class CountingChip : public OruHelper::OruVlanCountersHelper {
  public:
   CountingChip() : OruVlanCountersHelper("vlans") {}
@@ -24,9 +25,11 @@ class CountingChip : public OruHelper::OruVlanCountersHelper {
                        Kel::Ptr<OruTypes::VlanCounters> prevCounters) override {
     if (onPoll) onPoll(vlanId);
     prevCounters->countsIs(_polled[vlanId]);
-    newCounters->countsIs(_polled[vlanId] = counts[vlanId]);
+    if (!unreadable.contains(vlanId)) _polled[vlanId] = counts[vlanId];
+    newCounters->countsIs(_polled[vlanId]);
   }
   std::map<Bridging::VlanId, Bridging::VlanCounts> counts;
+  std::set<Bridging::VlanId> unreadable;
   std::function<void(Bridging::VlanId)> onPoll;
 
  private:
@@ -48,6 +51,9 @@ class CountedVlans : public testing::Test {
   void later(Kel::Seconds seconds) { wheel->timeIs(wheel->time() + seconds); }
   std::uint64_t octets(Bridging::VlanId vlanId) {
     return live->vlanCounter(vlanId).counts.inOctets;
+  }
+  std::function<bool(Bridging::VlanId)> couldRead() {
+    return [this](Bridging::VlanId vlanId) { return !chip->unreadable.contains(vlanId); };
   }
   Glim::Bridging::VlanCounter cleared(Bridging::VlanId vlanId) {
     return snapshot->vlanCounterSnapshot(vlanId);

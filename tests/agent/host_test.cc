@@ -351,5 +351,29 @@ TEST_F(VlansOfTheHost, RowsOfVlansThatWentWhileNoAgentRanGo) {
       rowOf<Bridging::VlanDescription>(Bridging::kVlanDescriptions, Bridging::VlanId(kFirst + 2)));
 }
 
+TEST_F(VlansOfTheHost, WithoutRoomAreNotCountedWhileTheOthersAre) {
+  options.vlanInterfaces = 5;
+  testing::internal::CaptureStderr();
+  start({.maxRows = 3});
+  turnsFor(12.0);
+  EXPECT_TRUE(vlan(kFirst));
+  EXPECT_TRUE(vlan(kFirst + 2));
+  EXPECT_FALSE(vlan(kFirst + 3));
+  EXPECT_NEAR(vlan(kFirst + 2)->lastUpdate, time.now(), options.period + 0.2);
+  std::string const said = testing::internal::GetCapturedStderr();
+  // The only one of its kind.
+  auto const line = [&](std::string const& kind) {
+    auto const at = said.find(kind + " are not counted for want of room, the first is ");
+    EXPECT_NE(at, std::string::npos) << kind << " in " << said;
+    if (at == std::string::npos) return std::string();
+    EXPECT_EQ(said.find(kind + " are", at + 1), std::string::npos) << said;
+    return said.substr(at, said.find('\n', at) - at);
+  };
+  EXPECT_THAT(line("2 VLANs"), testing::HasSubstr("VLAN 13: "));
+  EXPECT_THAT(line("2 VLANs"), testing::HasSubstr("tried again every few seconds"));
+  EXPECT_THAT(line("5 interfaces"), testing::HasSubstr("Vlan10: "));
+  EXPECT_THAT(line("3 policing classes"), testing::HasSubstr("copp-ospf: "));
+}
+
 }  // namespace
 }  // namespace Agent

@@ -24,7 +24,7 @@ class VlanClearingTest : public CountedVlans {
     return cleared(v10).lastUpdate == 0.0 && cleared(v20).lastUpdate == 0.0;
   }
   ControlCode code = ControlCode::badRequest;
-  VlanClearing sut{counters, requests};
+  VlanClearing sut{counters, requests, couldRead()};
 };
 
 TEST_F(VlanClearingTest, WhatCameBeforeTheClearIsPolledAndTakenAway) {
@@ -103,8 +103,8 @@ TEST_F(VlanClearingTest, WhatIsNoVlanIdIsRefusedAndNothingIsCleared) {
 }
 
 TEST_F(VlanClearingTest, WithoutVlanCountersItIsRefused) {
-  for (VlanClearing const& none :
-       {VlanClearing(), VlanClearing(nullptr, requests), VlanClearing(counters, nullptr)}) {
+  for (VlanClearing const& none : {VlanClearing(), VlanClearing(nullptr, requests, couldRead()),
+                                   VlanClearing(counters, nullptr, couldRead())}) {
     sut = none;
     for (Names const& ids : {Names{}, {"10"}}) {
       EXPECT_EQ(refusal(ids), "this agent counts no VLANs");
@@ -129,6 +129,20 @@ TEST_F(VlanClearingTest, APollThatFailsClearsNothing) {
     EXPECT_EQ(code, ControlCode::failed);
   }
   EXPECT_TRUE(nothingIsCleared());
+}
+
+TEST_F(VlanClearingTest, WithAVlanThatCannotBeReadNothingIsCleared) {
+  chip->unreadable = {v20};
+  for (Names const& ids : {Names{}, {"10", "20"}}) {
+    EXPECT_EQ(refusal(ids), "nothing was cleared: VLAN 20 could not be read just now; try again");
+    EXPECT_EQ(code, ControlCode::failed);
+  }
+  EXPECT_TRUE(nothingIsCleared());
+  EXPECT_TRUE(requests->clearCountersRequest().empty());
+  EXPECT_EQ(refusal({"10"}), "cleared");
+  chip->unreadable.clear();
+  EXPECT_EQ(refusal({}), "cleared");
+  EXPECT_EQ(cleared(v20).counts.inOctets, 7u);
 }
 
 TEST_F(VlanClearingTest, AVlanThatGoesWithThePollClearsNothing) {

@@ -7,6 +7,7 @@ Tests with links run in a network namespace of their own, for which they need to
 it they are skipped, and if nothing else was asked for the exit status is 77.
 """
 
+import json
 import os
 import pathlib
 import re
@@ -16,7 +17,7 @@ import subprocess
 import time
 
 import harness
-from harness import PATIENCE, OnLinks, Programs, await_that
+from harness import PATIENCE, OnLinks, Programs, Reader, await_that
 
 
 class CountsOnLinks(OnLinks):
@@ -281,7 +282,7 @@ class AgentsComeAndGo(OnLinks):
         self.assertIsNone(self.agent.poll())
 
 
-class WithoutHardware(Programs):
+class WithoutHardware(Reader, Programs):
     CHIP = ["--chip", "simulated", "--ports", "4", "--seed", "3"]
 
     def refused(self, *options):
@@ -357,22 +358,32 @@ class WithoutHardware(Programs):
                          "intfCounters.glim.aside-1: not a table")
         self.assertEqual(pathlib.Path(f"{table}.aside-1").read_text(), "somebody's notes")
 
-    def test_on_a_tmpfs_that_is_full_the_interfaces_with_room_are_served(self):
-        mounted = subprocess.run(["mount", "-t", "tmpfs", "-o", "size=6m,mode=0755", "none",
+    def test_on_a_tmpfs_that_is_full_the_interfaces_and_vlans_with_room_are_served(self):
+        # Some more than the tables begin with: some of them can grow once.
+        mounted = subprocess.run(["mount", "-t", "tmpfs", "-o", "size=7m,mode=0755", "none",
                                   self.tables], stderr=subprocess.DEVNULL, check=False)
         if mounted.returncode != 0:
             self.skipTest("may not mount a tmpfs")
         self.addCleanup(lambda: subprocess.run(["umount", "-l", self.tables], check=True))
-        self.start_agent("--ports", "4000")
+        def refused(kind):
+            told = re.search(rf"(\d+) {kind}s are not counted for want of room, .*No space left on device",
+                             self.what_it_said())
+            return told and int(told[1])
+        def vlans():
+            return json.loads(self.command("show", "vlans", "--json"))["vlans"]
+        self.start_agent("--ports", "4000", "--vlan-interfaces", "2000")
         self.polled("Ethernet1")
-        await_that("it says so", lambda: "No space left on device" in self.what_it_said())
+        self.assertGreater(await_that("it says so", lambda: refused("interface")), 0)
         shown = self.show()["interfaces"]
-        self.assertGreater(len(shown), 100)
+        self.assertGreater(len(shown), 150)
         self.assertLess(len(shown), 4000)
+        self.assertEqual(await_that("of VLANs", lambda: refused("VLAN")), 2000 - len(vlans()))
+        self.assertGreater(len(vlans()), 1000)
         self.stop_agent(signal.SIGKILL)
-        self.start_agent("--ports", "4000")  # over what is full still
+        self.start_agent("--ports", "4000", "--vlan-interfaces", "2000")  # over what is full still
         self.polled("Ethernet1")
         await_that("the same interfaces", lambda: len(self.show()["interfaces"]) == len(shown))
+        await_that("VLANs are polled", lambda: all(each["lastUpdate"] for each in vlans()))
 
     def test_an_agent_whose_tables_are_removed_says_so_and_ends(self):
         self.start_agent()

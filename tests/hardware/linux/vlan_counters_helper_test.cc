@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "hardware/linux/glim_offset_store.h"
+#include "tests/hardware/linux/helper_stand_ins.h"
+#include "tests/hardware/linux/vlan_stand_ins.h"
 #include "tests/support/published_schema.h"
 
 namespace Hardware::Linux {
@@ -13,41 +15,12 @@ namespace {
 
 using Bridging::VlanCounts;
 using Bridging::VlanId;
+using Test::SharedStore;
+using Test::VlanKernel;
+using Test::VlanStatsStandIn;
 
 constexpr int kBridge = 5;
 VlanId const kVlan(10);
-
-class StatsStandIn final : public VlanStatsSource {
- public:
-  explicit StatsStandIn(VlanCountsByBridge& counts, std::error_code& error)
-      : counts_(counts), error_(error) {}
-  std::error_code refresh(double) override { return error_; }
-  VlanKernelCounts const* find(int bridge, std::uint16_t vlan) const override {
-    auto const at = counts_.find({bridge, vlan});
-    return error_ || at == counts_.end() ? nullptr : &at->second;
-  }
-
- private:
-  VlanCountsByBridge& counts_;
-  std::error_code& error_;
-};
-
-// Behind one store of offsets, as the agents of one machine.
-class SharedStore final : public OffsetStore {
- public:
-  explicit SharedStore(MemoryOffsetStore& store) : store_(store) {}
-  std::optional<StoredOffsets> load(Pekt::IntfId const& id) override { return store_.load(id); }
-  bool save(Pekt::IntfId const& id, StoredOffsets const& offsets) override {
-    return store_.save(id, offsets);
-  }
-  void erase(Pekt::IntfId const& id) override { store_.erase(id); }
-  void forEach(std::function<void(Pekt::IntfId const&)> const& visit) override {
-    store_.forEach(visit);
-  }
-
- private:
-  MemoryOffsetStore& store_;
-};
 
 class VlanCountersHelperTest : public testing::Test {
  protected:
@@ -56,8 +29,8 @@ class VlanCountersHelperTest : public testing::Test {
   void agentStarts(int bridge = kBridge) {
     sut = Kel::make<VlanCountersHelper>(
         Kel::Name("test"), VlanCountersHelper::Parts{
-                               .stats = std::make_unique<StatsStandIn>(kernel, error),
-                               .offsets = std::make_unique<SharedStore>(offsets),
+                               .stats = std::make_unique<VlanStatsStandIn>(kernel),
+                               .offsets = sharedStore(),
                                .publishedRow = [this](VlanId) { return row; },
                                .now = [] { return 1.0; },
                                .generation = 1,
@@ -65,8 +38,13 @@ class VlanCountersHelperTest : public testing::Test {
     sut->bridgeIs(bridge);
     sut->initializeVlanCounters(kVlan);
   }
+  std::unique_ptr<OffsetStore> sharedStore() {
+    auto made = std::make_unique<SharedStore<StoredOffsets>>(offsets);
+    store = made.get();
+    return made;
+  }
   void kernelCounts(std::uint64_t in, std::uint64_t out, int bridge = kBridge) {
-    kernel[{bridge, 10}] = {
+    kernel.counts[{bridge, 10}] = {
         .rxOctets = in * 100, .rxPkts = in, .txOctets = out * 100, .txPkts = out};
   }
   // As the state machine does.
@@ -85,9 +63,9 @@ class VlanCountersHelperTest : public testing::Test {
     EXPECT_EQ(row->counts, expected);
   }
 
-  VlanCountsByBridge kernel;
-  std::error_code error;
+  VlanKernel kernel;
   MemoryOffsetStore offsets;
+  SharedStore<StoredOffsets>* store = nullptr;  // of the agent that runs
   std::optional<Glim::Bridging::VlanCounter> row{Glim::Bridging::VlanCounter(kVlan)};
   std::vector<std::string> said;
   Kel::Ptr<VlanCountersHelper> sut;
@@ -157,15 +135,84 @@ TEST_F(VlanCountersHelperTest, RowsOfAnotherBridgeDoNotGoOn) {
 TEST_F(VlanCountersHelperTest, WithoutAReadingTheRowStandsStillAndThatIsToldOnce) {
   kernelCounts(40, 80);
   poll();
-  error = std::make_error_code(std::errc::no_buffer_space);
+  kernel.error = std::make_error_code(std::errc::no_buffer_space);
   poll();
   poll();
   expectRow(40, 80);
   EXPECT_EQ(said.size(), 1u);
-  error = {};
-  kernel.clear();
+  kernel.error = {};
+  kernel.counts.clear();
   poll();
   expectRow(40, 80);
+}
+
+TEST_F(VlanCountersHelperTest, KnowsWhetherTheLastPollOfAVlanReadIt) {
+  kernelCounts(40, 80);
+  EXPECT_FALSE(sut->couldRead(kVlan));
+  EXPECT_FALSE(sut->couldRead(VlanId(11)));
+  poll();
+  EXPECT_TRUE(sut->couldRead(kVlan));
+  kernel.error = std::make_error_code(std::errc::no_buffer_space);
+  poll();
+  EXPECT_FALSE(sut->couldRead(kVlan));
+  kernel.error = {};
+  poll();
+  EXPECT_TRUE(sut->couldRead(kVlan));
+  kernel.counts.clear();
+  poll();
+  EXPECT_FALSE(sut->couldRead(kVlan));
+}
+
+TEST_F(VlanCountersHelperTest, WithoutABridgeNothingIsRead) {
+  kernelCounts(40, 80, 0);
+  kernelCounts(40, 80);
+  poll();
+  sut->bridgeIs(0);
+  poll();
+  EXPECT_FALSE(sut->couldRead(kVlan));
+  expectRow(40, 80);
+}
+
+TEST_F(VlanCountersHelperTest, WhatPassedWhileNothingWasReadIsCountedAfterwards) {
+  kernelCounts(40, 80);
+  poll();
+  kernel.error = std::make_error_code(std::errc::no_buffer_space);
+  kernelCounts(50, 90);
+  poll();
+  kernel.error = {};
+  kernelCounts(60, 100);
+  poll();
+  expectRow(60, 100);
+}
+
+TEST_F(VlanCountersHelperTest, AReadingThatFailsAgainAfterwardsIsToldAgain) {
+  for (int i = 0; i < 2; ++i) {
+    kernel.error = std::make_error_code(std::errc::no_buffer_space);
+    poll();
+    kernel.error = {};
+    poll();
+  }
+  EXPECT_EQ(said.size(), 2u);
+}
+
+TEST_F(VlanCountersHelperTest, AnOffsetThatCouldNotBeKeptIsCountedAndKeptWithTheNextPoll) {
+  store->full = true;
+  kernelCounts(40, 80);
+  poll();
+  EXPECT_EQ(sut->offsetsNotSaved(), 1u);
+  EXPECT_FALSE(sut->continues(kVlan));
+  store->full = false;
+  poll();
+  EXPECT_EQ(sut->offsetsNotSaved(), 1u);
+  EXPECT_TRUE(sut->continues(kVlan));
+}
+
+TEST_F(VlanCountersHelperTest, TellsOfWhichVlansAnythingIsKept) {
+  kernelCounts(40, 80);
+  poll();
+  std::vector<VlanId> kept;
+  sut->forEachKept([&](VlanId vlanId) { kept.push_back(vlanId); });
+  EXPECT_EQ(kept, std::vector<VlanId>{kVlan});
 }
 
 TEST_F(VlanCountersHelperTest, AVlanWithoutARowIsNotPolled) {

@@ -50,6 +50,31 @@ TEST_F(SimulatedCopp, ResetOfWhatIsNoClassMakesNone) {
   EXPECT_EQ(rows->members(), 0u);
 }
 
+TEST_F(SimulatedCopp, ClassesThatHaveNoRoomAreKnownAndTheOthersPublished) {
+  auto const small = tables.table<Qos::AllCoppClassCounter>({.maxRows = 1}, "small");
+  sut->coppTableIs(small, "policy");
+  sut->getCoppCounters();
+  EXPECT_TRUE(small->contains("bgp"));
+  EXPECT_EQ(sut->coppClasses(), std::set<Qos::CoppClassName>{"bgp"});
+  ASSERT_EQ(sut->coppWithoutRoom().size(), 1u);
+  EXPECT_EQ(sut->coppWithoutRoom().begin()->first, Qos::CoppClassName("quiet"));
+  EXPECT_NE(sut->coppWithoutRoom().begin()->second, "");
+}
+
+TEST_F(SimulatedCopp, WhereRoomComesAClassIsPublished) {
+  auto const small = tables.table<Qos::AllCoppClassCounter>({.maxRows = 2}, "small");
+  sut->coppTableIs(small, "policy");
+  Qos::CoppClassCounter other;
+  other.className = "other";
+  small->counterIs(other);
+  sut->getCoppCounters();
+  EXPECT_EQ(sut->coppWithoutRoom().size(), 1u);
+  small->counterDel("other");
+  sut->getCoppCounters();
+  EXPECT_TRUE(sut->coppWithoutRoom().empty());
+  EXPECT_EQ(sut->coppClasses().size(), 2u);
+}
+
 TEST_F(SimulatedCopp, HelperWithoutATablePublishesNothing) {
   auto const other = Kel::make<CountersHelper>(Kel::Name("simulated"), chip);
   other->getCoppCounters();
