@@ -134,7 +134,7 @@ void arming(benchmark::State& state) {
   auto const count = static_cast<std::size_t>(state.range(0));
   Reactors<Wib::TimerWheel> wheel(count);
   Other other(count);
-  Bench::sideBySide(
+  Bench::sideBySide<Bench::ProcessorTime>(
       state, kItems, [&] { wheel.arm(kItems); }, [&] { other.arm(kItems); });
 }
 
@@ -143,7 +143,7 @@ void expiry(benchmark::State& state) {
   auto const count = static_cast<std::size_t>(state.range(0));
   Reactors<Wib::TimerWheel> wheel(count);
   Other other(count);
-  Bench::sideBySide(
+  Bench::sideBySide<Bench::ProcessorTime>(
       state, kItems, [&] { wheel.pass(kItems); }, [&] { other.pass(kItems); });
 }
 
