@@ -64,7 +64,7 @@ void perLink(benchmark::State& state) {
                          benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
-void BM_StatsDump(benchmark::State& state) {
+void oneStatsDump(benchmark::State& state) {
   LinkStats stats;
   double tick = 0.0;
   for (auto _ : state) {
@@ -76,10 +76,10 @@ void BM_StatsDump(benchmark::State& state) {
   }
   perLink(state);
 }
-BENCHMARK(BM_StatsDump)->Unit(benchmark::kMicrosecond);
+BENCHMARK(oneStatsDump)->Unit(benchmark::kMicrosecond);
 
 // All of what a port poller asks of the chip: dump, mapping and totals.
-void BM_Helper(benchmark::State& state) {
+void helpersCounters(benchmark::State& state) {
   double tick = 0.0;
   auto const helper = Kel::make<LinuxCountersHelper>(
       "linux", LinuxCountersHelper::kernelParts(
@@ -105,9 +105,9 @@ void BM_Helper(benchmark::State& state) {
   }
   perLink(state);
 }
-BENCHMARK(BM_Helper)->Unit(benchmark::kMicrosecond);
+BENCHMARK(helpersCounters)->Unit(benchmark::kMicrosecond);
 
-void BM_ProcNetDev(benchmark::State& state) {
+void procNetDev(benchmark::State& state) {
   std::vector<char> text(1 << 20);
   for (auto _ : state) {
     std::FILE* file = std::fopen("/proc/self/net/dev", "r");
@@ -119,9 +119,9 @@ void BM_ProcNetDev(benchmark::State& state) {
   }
   perLink(state);
 }
-BENCHMARK(BM_ProcNetDev)->Unit(benchmark::kMicrosecond);
+BENCHMARK(procNetDev)->Unit(benchmark::kMicrosecond);
 
-void BM_SysClassNet(benchmark::State& state) {
+void sysClassNet(benchmark::State& state) {
   std::vector<std::string> files;
   for (auto const& name : links.names)
     for (auto const& entry :
@@ -141,7 +141,7 @@ void BM_SysClassNet(benchmark::State& state) {
   perLink(state);
   state.counters["files"] = static_cast<double>(files.size());
 }
-BENCHMARK(BM_SysClassNet)->Unit(benchmark::kMicrosecond);
+BENCHMARK(sysClassNet)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 

@@ -31,7 +31,7 @@ if(ORU_SANITIZE)
 endif()
 
 # The objects of one folder; the shared objects are put together from them.
-#   oru_folder(platform_kel SOURCES a.cc b.cc USES platform_dov)
+#   oru_folder(agent SOURCES a.cc b.cc USES OruCountersSm)
 function(oru_folder name)
   cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
   add_library(${name} OBJECT ${ARG_SOURCES})

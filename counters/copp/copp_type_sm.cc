@@ -66,7 +66,7 @@ template <class Self, class Child>
 void CoppTypeSm<Self, Child>::doPrepareToDie() {
   if (auto t = trace(7, {__FILE__, Self::kPrepareToDie.line, Self::kPrepareToDie.function}))
     t << Self::kPrepareToDie.text;
-  for (auto const& [name, member] : _coppSm.walk()) coppSmDel(name);
+  coppSmDelAll();
 }
 
 template <class Self, class Child>

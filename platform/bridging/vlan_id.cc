@@ -7,7 +7,8 @@ namespace Bridging {
 
 VlanId::VlanId(std::uint64_t value) : _value(value) {
   if (value < min || value > max)
-    Kel::throwRangeException("a VLAN id is 1 to 4094, not " + std::to_string(value));
+    Kel::throwRangeException("a VLAN id is " + std::to_string(min) + " to " + std::to_string(max) +
+                             ", not " + std::to_string(value));
 }
 
 VlanId::VlanId(std::string const& text) : VlanId(Kel::fromStrep<std::uint64_t>(text)) {}

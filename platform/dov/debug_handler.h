@@ -1,6 +1,6 @@
 // Where the table library says what it does. Messages carry a level; bit n of the flag byte lets
-// level n through, so that 1 enables level 0 (assertions), 2 enables level 1 (detach, corruption,
-// conquest) and 32 enables level 5 (calls of a detached table, readiness).
+// level n through, so that 1 enables level 0 (assertions), 2 enables level 1 (detach, corruption, a
+// conquest to note) and 32 level 5 (calls of a detached table, readiness, any other conquest).
 #pragma once
 
 #include <cstdint>

@@ -1,6 +1,6 @@
-// The exceptions of the table library. All say that a contract was broken: what the outside world
-// may do at any time (a missing file, a row that is being written) is an answer, never one of
-// these.
+// The exceptions of the table library: a contract was broken, or a table cannot go on in the world
+// as it is (CorruptionDetectedException, ResourceException, an unsafe place). What is met every day
+// (a missing file, a row that is being written) is an answer, never one of these.
 #pragma once
 
 #include <exception>

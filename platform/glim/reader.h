@@ -1,6 +1,6 @@
 // A table of a known record, as another process reads it:
 //
-//   Glim::Reader<DropCounter> drops("/dev/shm/oru/aclDropCounters");
+//   Glim::Reader<DropCounter> drops("/dev/shm/oru-counters/aclDropCounters");
 //   while (display) {
 //     if (drops.refresh() == Glim::Answer::ok) {  // also follows a table that was replaced
 //       drops.forEach([](DropCounter const& row) { show(row); });

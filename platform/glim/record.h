@@ -3,7 +3,7 @@
 //
 //   struct DropCounter {
 //     Pekt::IntfId intfId;
-//     std::uint64_t drops = 0;
+//     std::uint64_t aclDropPkts = 0;
 //   };
 //   template <>
 //   struct Glim::RecordTraits<DropCounter> {
@@ -11,7 +11,7 @@
 //     static constexpr std::string_view name = "DropCounter";
 //     static constexpr std::array fields{
 //         Glim::Field{"intfId", Glim::FieldType::text, offsetof(DropCounter, intfId), sizeof(Key)},
-//         Glim::Field{"drops", Glim::FieldType::u64, offsetof(DropCounter, drops)}};
+//         Glim::Field{"aclDropPkts", Glim::FieldType::u64, offsetof(DropCounter, aclDropPkts)}};
 //     static Key const& key(DropCounter const& record) { return record.intfId; }
 //   };
 //
@@ -25,7 +25,7 @@
 // (migration.h):
 //
 //   static constexpr std::array<std::string_view, 1> formerSchemas{
-//       "DropCounter\nintfId:text:0:48\ndrops:u32:48:1\nreserved:u32:52:1\n"};
+//       "DropCounter\nintfId:text:0:48\naclDropPkts:u32:48:1\nreserved:u32:52:1\n"};
 #pragma once
 
 #include <array>

@@ -1,7 +1,7 @@
 // Where a table's files live: a directory on tmpfs and the table's name, which is the last
 // component of the path.
 //
-//   Glim::RootPath path(debugHandler, "/dev/shm/oru/intfCounters", true);
+//   Glim::RootPath path(debugHandler, "/dev/shm/oru-counters/intfCounters", true);
 //   path.glimName()     intfCounters
 //   path.dataFile()     intfCounters.glim             what readers map
 //   path.lockFile()     intfCounters.lock             held by the writer, closed to everyone else

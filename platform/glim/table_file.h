@@ -39,7 +39,7 @@ std::string_view text(TableStatus::State state);
 
 class TableFile {
  public:
-  // Lets go of what was open. `path` is the file's own, as in "/dev/shm/oru/intfCounters.glim".
+  // Lets go of what was open. `path` is the file's: "/dev/shm/oru-counters/intfCounters.glim".
   // ok, missing, unreadable, unsafe, notATable, otherLayout or truncated. A file that is safe to
   // read and no more can be looked at through fd(), however it answers.
   Answer open(std::string const& path, ReaderOptions const& options);

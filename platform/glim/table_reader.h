@@ -21,7 +21,7 @@ namespace Glim {
 
 class TableReader {
  public:
-  // `path` is the table's root path: directory and name, as in "/dev/shm/oru/intfCounters".
+  // `path` is the table's root path: directory and name ("/dev/shm/oru-counters/intfCounters").
   explicit TableReader(std::string path, ReaderOptions options = {});
 
   std::string const& path() const { return _path; }

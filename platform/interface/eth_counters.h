@@ -14,7 +14,7 @@ namespace Interface {
 // The plain counters of an Ethernet MAC, named after IEEE 802.3 clause 30, the
 // Ethernet-like MIB (RFC 3635) and RMON (RFC 2819).
 enum class EthCounter : std::uint8_t {
-  // The five receive error classes.
+  // The five receive error classes, and symbol errors, which are none.
   alignmentErrors,
   fcsErrors,
   frameTooLongs,

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <string>
 
 #include "platform/interface/statistics.h"
 #include "platform/kel/exceptions.h"
+#include "platform/kel/strep.h"
 
 namespace Interface {
 namespace {
@@ -28,7 +28,8 @@ double optionalCount(Wib::MaybeU63 count) {
 
 LoadInterval::LoadInterval(double seconds) : _seconds(seconds) {
   if (!(seconds >= kMin && seconds <= kMax))
-    Kel::throwRangeException("a load interval is 1 to 600 seconds, not " + std::to_string(seconds));
+    Kel::throwRangeException("a load interval is " + Kel::numberText(kMin) + " to " +
+                             Kel::numberText(kMax) + " seconds, not " + Kel::numberText(seconds));
 }
 
 IntfRates updateIntfMovingAverages(IntfRates const& old, IntfStatistics const& delta, double now,

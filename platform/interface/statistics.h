@@ -25,9 +25,9 @@ struct IntfStatistics {
   Wib::MaybeU63 outBroadcastPkts;
   std::uint64_t inDiscards = 0;
   std::uint64_t outDiscards = 0;
-  std::uint64_t inErrors = 0;  // equals the sum of the five receive error classes
+  std::uint64_t inErrors = 0;  // of Ethernet: the sum of the five receive error classes
   Wib::MaybeU63 inUnknownProtos;
-  std::uint64_t outErrors = 0;  // equals the sum of the five transmit error classes
+  std::uint64_t outErrors = 0;  // of Ethernet: the sum of the five transmit error classes
   double lastUpdate = 0.0;      // time of the sample, seconds since the epoch
 
   bool operator==(IntfStatistics const&) const = default;

@@ -28,8 +28,8 @@ struct VFPtrInterface {
   inline static std::uint8_t enableThreadSafePointers = 0;
 };
 
-// Base of every shared object. One word holds the reference count and two
-// flags: bit 31 marks a zombie, bit 29 says that notification is active.
+// Base of every shared object. One word holds the reference count, below 2^29,
+// and two flags: bit 31 marks a zombie, bit 29 active notification.
 class PtrInterface {
  public:
   class NotifieeConst;

@@ -3,15 +3,15 @@
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
-#include <string>
 
 #include "platform/kel/exceptions.h"
+#include "platform/kel/strep.h"
 
 namespace Kel {
 
 void requirePeriod(Seconds period) {
   if (!std::isfinite(period) || period < 0.0)
-    throwRangeException("a period is 0 or more seconds, not " + std::to_string(period));
+    throwRangeException("a period is 0 or more seconds, not " + numberText(period));
 }
 
 Seconds System::wallClock() {

@@ -20,8 +20,8 @@
 
 namespace Kel {
 
-// Levels are 0 to 31: 8 handler entry and per-poll detail, 7 state machines
-// made and deleted, 6 table rows made, 4 requests gone, 1 errors.
+// Levels are 0 to 31: 8 handlers and polls, 7 state machines that come and go,
+// CPU ports, policy maps and forced updates, 6 rows made, 4 requests gone, 1 errors.
 class TraceHandle {
  public:
   constexpr explicit TraceHandle(std::string_view name) : _name(name) {}

@@ -7,15 +7,19 @@
 #include <map>
 #include <stdexcept>
 
+#include "counters/pollers/cpu_port_counters_sm.h"
 #include "counters/pollers/unit.h"
+#include "counters/pollers/vlan_intf_counters_sm.h"
 #include "tests/counters/counters_fixture.h"
 #include "tests/support/trace_capture.h"
 
 namespace {
 
 using Support::Calls;
+using Support::cpu;
 using Support::eth1;
 using Support::eth2;
+using Support::vlan7;
 
 class CountersSm : public Support::CountersFixture {};
 
@@ -28,6 +32,7 @@ TEST_F(CountersSm, IsMadeWithItsNotificationsOnAndNotInitialized) {
 }
 
 TEST_F(CountersSm, WatchesEveryInputThatItIsGiven) {
+  withQueuesAndDrops();
   make();
   EXPECT_EQ(sut->ocsd(), ocsd);
   EXPECT_EQ(sut->reactOcsd(), ocsd);
@@ -45,6 +50,9 @@ TEST_F(CountersSm, WatchesEveryInputThatItIsGiven) {
   EXPECT_EQ(sut->vlanIntfStatusDir(), vlanIntfStatusDir);
   EXPECT_EQ(sut->allIntfCounters(), allIntfCounters);
   EXPECT_EQ(sut->allIntfClearCounters(), allIntfClearCounters);
+  EXPECT_EQ(sut->allIntfQueueCounters(), allIntfQueueCounters);
+  EXPECT_EQ(sut->allIntfClearQueueCounters(), allIntfClearQueueCounters);
+  EXPECT_EQ(sut->intfAclDropCountersDir(), intfAclDropCountersDir);
 }
 
 TEST_F(CountersSm, MayBeMadeOfNullInputsAlone) {
@@ -135,30 +143,29 @@ TEST_F(CountersSm, EachNotificationReachesItsHandler) {
   make();
   sut->initializedIs(true);
   Support::TraceCapture trace(Oru::Counters::_defaultTraceHandle());
-  auto const reaches = [&](char const* line, auto const& change) {
+  auto const reaches = [&](std::string const& line, auto const& change) {
     trace.clear();
     change();
     ASSERT_FALSE(trace.lines().empty());
     EXPECT_EQ(trace.lines().front(), line);
   };
   std::string const counters = "void Oru::Counters::CountersSm::";
-  auto const line = [&](std::string const& text) { return text; };
   reaches("8 CountersSm::handleIntf(Ethernet1)", [&] { ocsd->intfIs(eth1, false); });
   reaches("8 CountersSm::handleIntf(Ethernet1)", [&] { addConfig(eth1); });
   reaches("8 CountersSm::handleIntf(Ethernet1)", [&] { addStatus(eth1); });
   reaches("7 CountersSm::handleCpuIntf(Cpu)", [&] { ocsd->cpuIntfIs("Cpu", true); });
   std::string const vlan = "8 " + counters + "handleVlanIntf(Pekt::IntfId) vlanIntf: Vlan7";
-  reaches(vlan.c_str(), [&] { ocsd->vlanIntfIs("Vlan7", true); });
-  reaches(vlan.c_str(), [&] {
+  reaches(vlan, [&] { ocsd->vlanIntfIs("Vlan7", true); });
+  reaches(vlan, [&] {
     vlanIntfConfigDir->intfConfigIs("Vlan7", Kel::make<Interface::VlanIntfConfig>());
   });
-  reaches(vlan.c_str(), [&] {
+  reaches(vlan, [&] {
     vlanIntfStatusDir->intfStatusIs("Vlan7", Kel::make<Interface::VlanIntfStatus>());
   });
-  reaches(line("7 " + counters + "handlePolicyMapType(Qos::MapType)type: 1").c_str(), [&] {
+  reaches("7 " + counters + "handlePolicyMapType(Qos::MapType)type: 1", [&] {
     qosSliceHwStatus->pmapTypeIs(Kel::make<Qos::PolicyMapTypeHwStatus>(Qos::MapType::qos));
   });
-  reaches(line("7 " + counters + "handleDynamicPolicyMapType(Qos::MapType)type: 2").c_str(), [&] {
+  reaches("7 " + counters + "handleDynamicPolicyMapType(Qos::MapType)type: 2", [&] {
     qosAclSliceHwStatus->pmapTypeIs(Kel::make<Qos::PolicyMapTypeHwStatus>(Qos::MapType::pbr));
   });
   reaches("8 virtual void Oru::Counters::CountersSm::doClearCounters(Kel::String) Ethernet1",
@@ -323,15 +330,34 @@ TEST_F(CountersSm, ANewPeriodIsForPollersMadeFromThenOn) {
 }
 
 TEST_F(CountersSm, NotificationsOffReachEveryPollerAndReactor) {
-  makeInitialized();
+  withQueuesAndDrops();
+  make();
+  sut->allVlanIntfCountersIs(tables.table<Support::RecordingVlanTable>("vlans", log, "counter"));
+  sut->vlanIntfCounterWriterStatusIs(Kel::make<Interface::VlanIntfCounterWriterStatus>());
+  sut->initializedIs(true);
   addIntf(eth1);
+  addIntf(eth2);
+  ocsd->cpuIntfIs(cpu, true);
+  vlanIntfConfigDir->intfConfigIs(vlan7, Kel::make<Interface::VlanIntfConfig>());
+  vlanIntfStatusDir->intfStatusIs(vlan7, Kel::make<Interface::VlanIntfStatus>());
+  ocsd->vlanIntfIs(vlan7, true);
+  Kel::Ptr<Kel::PtrInterface> const pollers[] = {
+      sut->portCountersSm(eth1),        sut->portCountersSm(eth2),
+      sut->intfQueueCountersSm(eth1),   sut->intfQueueCountersSm(eth2),
+      sut->intfAclDropCountersSm(eth1), sut->intfAclDropCountersSm(eth2),
+      sut->cpuPortCountersSm(cpu),      sut->vlanIntfCountersSm(vlan7)};
   log.clear();
   sut->hasNotificationActiveIs(false);
-  EXPECT_FALSE(sut->portCountersSm(eth1)->hasNotificationActive());
-  addIntf(eth2);
+  for (auto const& poller : pollers)
+    EXPECT_FALSE(poller->hasNotificationActive()) << Kel::typeText(*poller);
+  addIntf("Ethernet3");
+  ocsd->cpuIntfIs("Cpu2", true);
+  ocsd->vlanIntfDel(vlan7);
+  time.runFor(60.0);
   EXPECT_EQ(log.calls(), Calls{});
   sut->hasNotificationActiveIs(true);
-  EXPECT_TRUE(sut->portCountersSm(eth1)->hasNotificationActive());
+  for (auto const& poller : pollers)
+    EXPECT_TRUE(poller->hasNotificationActive()) << Kel::typeText(*poller);
 }
 
 TEST_F(CountersSm, ItsEndDeletesThePollersAndLeavesRowsAndWriterStatus) {

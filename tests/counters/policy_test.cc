@@ -142,8 +142,11 @@ TEST_F(PolicyMapTypes, EntriesOfTheDirectoriesChangeNothing) {
 
 TEST_F(PolicyMapTypes, ATypeThatIsNotThereIsTracedAlone) {
   make();
+  Support::TraceCapture const trace(Oru::Counters::_defaultTraceHandle());
   sut->handlePolicyMapType(MapType::controlPlane);
   sut->handleDynamicPolicyMapType(MapType::controlPlane);
+  EXPECT_EQ(trace.lines(), (Calls{function + "handlePolicyMapType(Qos::MapType)type: 0",
+                                  function + "handleDynamicPolicyMapType(Qos::MapType)type: 0"}));
   EXPECT_EQ(sut->coppTypeSm().size() + sut->coppDynamicTypeSm().size(), 0u);
 }
 

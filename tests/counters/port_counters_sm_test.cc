@@ -405,9 +405,15 @@ TEST_F(PortCountersSm, ForgetsItsPreviousSampleWhenTold) {
 
 TEST_F(PortCountersSm, AveragesOverTheDefaultWhereNothingIsConfigured) {
   start();
+  globalIntfConfig->loadIntervalIs(Interface::LoadInterval(10.0));
   EXPECT_EQ(sut->globalIntfConfigDel(), globalIntfConfig);
+  time.runFor(600.0);  // the average covers more than any interval
+  chip().inOctets = 1'000'000;
   time.runFor(5.0);
-  EXPECT_EQ(row(eth1).rates.lastUpdate, time.now());
+  double const rate = row(eth1).rates.inBitsRate;
+  EXPECT_GT(rate, 0.0);
+  time.runFor(300.0);
+  EXPECT_NEAR(row(eth1).rates.inBitsRate / rate, std::exp(-1.0), 1e-9);
   sut->globalIntfConfigIs(globalIntfConfig);
   EXPECT_EQ(sut->globalIntfConfig(), globalIntfConfig);
 }

@@ -58,6 +58,11 @@ TEST(SlotOrder, PolicyMaps) {
   expectZombieMarkingAfterTheDestructors<Oru::Counters::CountersDynamicCoppTypeSm>();
 }
 
+TEST(SlotOrder, HelpersNotifieeBeginsBehindThatOfEveryNotifiee) {
+  EXPECT_EQ(slot(&OruHelper::OruHelperCountersSm::NotifieeConst::onQueueCountersIncrement),
+            slot(&Kel::PtrInterface::NotifieeConst::actsm) + 1);
+}
+
 TEST(SlotOrder, HelperContract) {
   using H = OruHelper::OruHelperCountersSm;
   std::size_t const first = slot(&Kel::PtrInterface::fwkType) + 3;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <stdexcept>
 
 #include "counters/pollers/unit.h"
@@ -228,25 +229,18 @@ TEST_F(VlanIntfCountersSm, ARowThatTheTableRefusesLosesNothing) {
 }
 
 TEST_F(VlanIntfCountersSm, MissingConfigurationsAreDefaultIntervals) {
-  auto const rateOf = [this](Kel::Ptr<Poller> const& poller) {
-    sut = poller;
-    table->counterDel(vlan7);
-    helper->vlanSample = {};
-    sut->initializedIs(true);
-    for (int poll = 0; poll < 10; ++poll) {
-      helper->vlanSample.inOctets += poll < 5 ? 1000 : 9000;
-      time.runFor(5.0);
-    }
-    EXPECT_EQ(row().statistics.inOctets, 50000u);
-    return row().rates.inBitsRate;
-  };
   auto const exceptions = Kel::notificationExceptions();
-  globalIntfConfig->loadIntervalIs(Interface::LoadInterval(300.0));
-  double const byDefault = rateOf(make());
-  EXPECT_GT(byDefault, 0.0);
-  EXPECT_EQ(rateOf(Poller::VlanIntfCountersSmIs(ocsd, vlan7, 5.0, time.clock(), helper, nullptr,
-                                                nullptr, nullptr, table)),
-            byDefault);
+  sut = Poller::VlanIntfCountersSmIs(ocsd, vlan7, 5.0, time.clock(), helper, nullptr, nullptr,
+                                     nullptr, table);
+  sut->initializedIs(true);
+  time.runFor(600.0);  // the average covers more than any interval
+  helper->vlanSample.inOctets = 50'000;
+  time.runFor(5.0);
+  EXPECT_EQ(row().statistics.inOctets, 50'000u);
+  double const rate = row().rates.inBitsRate;
+  EXPECT_GT(rate, 0.0);
+  time.runFor(300.0);
+  EXPECT_NEAR(row().rates.inBitsRate / rate, std::exp(-1.0), 1e-9);
   EXPECT_EQ(Kel::notificationExceptions(), exceptions);
 }
 

@@ -164,7 +164,7 @@ class ReaderInAnotherLanguage(Tables):
     def test_the_examples_of_the_page_are_so(self):
         page = (ROOT / "docs" / "table-format.md").read_text()
         t = table_reader
-        schema = b"DropCounter\nintfId:text:0:48\ndrops:u64:48:1\n"
+        schema = b"DropCounter\nintfId:text:0:48\naclDropPkts:u64:48:1\n"
         live = t.row_seed(3, 7, t.LIVE)
         checksum = t.row_checksum(range(1, 11), live)
         name = t.interface_name_hash(b"Ethernet1".ljust(48, b"\0"))

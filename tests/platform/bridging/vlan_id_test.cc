@@ -33,6 +33,18 @@ TEST(VlanId, OutsideIsRefused) {
   EXPECT_EQ(refusal(0x100000001), "a VLAN id is 1 to 4094, not 4294967297");
 }
 
+TEST(VlanId, IsReadFromADecimalNumber) {
+  EXPECT_EQ(VlanId("4094"), VlanId(4094));
+  for (std::string const text :
+       {"", " 1", "1 ", "0x10", "-1", "1.0", "ten", "18446744073709551617"})
+    EXPECT_THROW(VlanId const sut(text), Kel::RangeException) << '"' << text << '"';
+}
+
+TEST(VlanId, OfATextOutsideIsRefusedAsThatOfANumber) {
+  EXPECT_THROW(VlanId const sut("0"), Kel::RangeException);
+  EXPECT_THROW(VlanId const sut("4095"), Kel::RangeException);
+}
+
 TEST(VlanId, OfADefaultIsNoVlan) { EXPECT_EQ(VlanId().value(), 0u); }
 
 TEST(VlanId, ComparesByNumber) {

@@ -9,22 +9,27 @@
 #include "platform/glim/layout.h"
 #include "platform/glim/record.h"
 #include "platform/glim/row_words.h"
+#include "platform/interface/drop_counter.h"
 #include "platform/pekt/intf_id.h"
 
 namespace Glim {
 namespace {
 
-constexpr std::string_view schema = "DropCounter\nintfId:text:0:48\ndrops:u64:48:1\n";
+constexpr std::string_view schema = "DropCounter\nintfId:text:0:48\naclDropPkts:u64:48:1\n";
 constexpr bool littleEndian = std::endian::native == std::endian::little;
 
-TEST(FormatExamples, TheHashOfASchema) { EXPECT_EQ(schemaHashOf(schema), 0x2fe5f62b7bfff9b9u); }
+TEST(FormatExamples, TheSchemaIsThatOfTheDropCounters) {
+  EXPECT_EQ(schemaText<Glim::Interface::DropCounter>, schema);
+}
+
+TEST(FormatExamples, TheHashOfASchema) { EXPECT_EQ(schemaHashOf(schema), 0xa2e1fe3d1afea0c2u); }
 
 TEST(FormatExamples, TheChecksumOfAHeader) {
   if (!littleEndian) GTEST_SKIP() << "the magic is another word here";
   auto const geometry = Layout::Geometry::make(7, 48, 16384, schema.size());
   ASSERT_TRUE(geometry);
   auto const fixed = Layout::makeFixedWords(*geometry, schema, schemaHashOf(schema), 0);
-  EXPECT_EQ(fixed[Layout::fixedChecksum], 0x67b3d5b8895f4540u);
+  EXPECT_EQ(fixed[Layout::fixedChecksum], 0x3565754013366eaau);
 }
 
 TEST(FormatExamples, TheChecksumAndMetaWordOfARow) {

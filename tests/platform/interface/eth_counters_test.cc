@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <string_view>
+#include <utility>
 
 namespace Interface {
 namespace {
@@ -147,12 +149,48 @@ TEST(EthStatistics, ErrorSumsWrap) {
 }
 
 TEST(EthStatistics, CountersAreNamedInOrder) {
-  EXPECT_EQ(name(EthCounter::alignmentErrors), "alignmentErrors");
-  EXPECT_EQ(name(EthCounter::sqeTestErrors), "sqeTestErrors");
-  EXPECT_EQ(name(EthCounter::inFragments), "inFragments");
-  EXPECT_EQ(name(EthCounter::out1519ToMaxOctets), "out1519ToMaxOctets");
-  EXPECT_EQ(static_cast<std::size_t>(EthCounter::out1519ToMaxOctets) + 1, kEthCounters);
-  EXPECT_EQ(std::set(kEthCounterNames.begin(), kEthCounterNames.end()).size(), kEthCounters);
+  using enum EthCounter;
+  std::pair<EthCounter, std::string_view> const counters[] = {
+      {alignmentErrors, "alignmentErrors"},
+      {fcsErrors, "fcsErrors"},
+      {frameTooLongs, "frameTooLongs"},
+      {frameTooShorts, "frameTooShorts"},
+      {internalMacReceiveErrors, "internalMacReceiveErrors"},
+      {symbolErrors, "symbolErrors"},
+      {sqeTestErrors, "sqeTestErrors"},
+      {lateCollisions, "lateCollisions"},
+      {excessiveCollisions, "excessiveCollisions"},
+      {internalMacTransmitErrors, "internalMacTransmitErrors"},
+      {carrierSenseErrors, "carrierSenseErrors"},
+      {singleCollisionFrames, "singleCollisionFrames"},
+      {multipleCollisionFrames, "multipleCollisionFrames"},
+      {deferredTransmissions, "deferredTransmissions"},
+      {inUnknownOpcodes, "inUnknownOpcodes"},
+      {inPauseFrames, "inPauseFrames"},
+      {outPauseFrames, "outPauseFrames"},
+      {inMacControlFrames, "inMacControlFrames"},
+      {outMacControlFrames, "outMacControlFrames"},
+      {inFragments, "inFragments"},
+      {inJabbers, "inJabbers"},
+      {in64Octets, "in64Octets"},
+      {in65To127Octets, "in65To127Octets"},
+      {in128To255Octets, "in128To255Octets"},
+      {in256To511Octets, "in256To511Octets"},
+      {in512To1023Octets, "in512To1023Octets"},
+      {in1024To1518Octets, "in1024To1518Octets"},
+      {in1519ToMaxOctets, "in1519ToMaxOctets"},
+      {out64Octets, "out64Octets"},
+      {out65To127Octets, "out65To127Octets"},
+      {out128To255Octets, "out128To255Octets"},
+      {out256To511Octets, "out256To511Octets"},
+      {out512To1023Octets, "out512To1023Octets"},
+      {out1024To1518Octets, "out1024To1518Octets"},
+      {out1519ToMaxOctets, "out1519ToMaxOctets"}};
+  ASSERT_EQ(std::size(counters), kEthCounters);
+  for (std::size_t i = 0; i < kEthCounters; ++i) {
+    EXPECT_EQ(static_cast<std::size_t>(counters[i].first), i) << counters[i].second;
+    EXPECT_EQ(name(counters[i].first), counters[i].second);
+  }
 }
 
 TEST(EthStatistics, FieldsCoverTheRecordWithoutGaps) {

@@ -215,5 +215,14 @@ TEST(LoadInterval, Is1To600Seconds) {
     EXPECT_THROW(LoadInterval sut(seconds), Kel::RangeException) << seconds;
 }
 
+TEST(LoadInterval, IsRefusedWithTheNumberThatWasGiven) {
+  try {
+    LoadInterval const sut(1e-9);
+    FAIL() << "not refused";
+  } catch (Kel::RangeException const& exception) {
+    EXPECT_STREQ(exception.what(), "a load interval is 1 to 600 seconds, not 1e-09");
+  }
+}
+
 }  // namespace
 }  // namespace Interface

@@ -5,6 +5,7 @@
 
 #include <chrono>
 
+#include "platform/kel/exceptions.h"
 #include "platform/kel/text.h"
 
 namespace KelTest {
@@ -25,6 +26,15 @@ TEST(System, CurrentTimeIsTheWallClockUnlessReplaced) {
   double const seen = Kel::System::currentTime();
   EXPECT_LE(before, seen);
   EXPECT_LE(seen, wall());
+}
+
+TEST(Period, IsRefusedWithTheNumberThatWasGiven) {
+  try {
+    Kel::requirePeriod(-1e-9);
+    FAIL() << "not refused";
+  } catch (Kel::RangeException const& exception) {
+    EXPECT_STREQ(exception.what(), "a period is 0 or more seconds, not -1e-09");
+  }
 }
 
 TEST(String, AddsCharactersOnEitherSide) {

@@ -3,6 +3,8 @@
 
 #include <vector>
 
+#include "platform/bridging/config.h"
+#include "platform/bridging/vlan_counters_cli_req.h"
 #include "platform/interface/intf_dirs.h"
 #include "platform/interface/writer_status.h"
 #include "platform/kel/clock.h"
@@ -49,7 +51,8 @@ TEST(NotifieeSlots, OruCommonSmData) {
   expectInOrder({slot(&N::onOperationalMode), slot(&N::onInitialized), keyed(&N::onIntf),
                  slot(&N::onIntfkelImmediate), whole(&N::onIntf), keyed(&N::onCpuIntf),
                  slot(&N::onCpuIntfkelImmediate), whole(&N::onCpuIntf), keyed(&N::onVlanIntf),
-                 slot(&N::onVlanIntfkelImmediate), whole(&N::onVlanIntf)});
+                 slot(&N::onVlanIntfkelImmediate), whole(&N::onVlanIntf),
+                 slot(&N::onKeepIntfCounters)});
 }
 
 TEST(NotifieeSlots, HwCliConfig) {
@@ -69,6 +72,33 @@ TEST(NotifieeSlots, IntfDirs) {
   using S = Interface::VlanIntfStatusDir::NotifieeConst;
   expectInOrder(
       {keyed(&S::onIntfStatus), slot(&S::onIntfStatuskelImmediate), whole(&S::onIntfStatus)});
+}
+
+TEST(NotifieeSlots, IntfConfig) {
+  expectInOrder({slot(&Interface::IntfConfig::NotifieeConst::onLoadInterval)});
+}
+
+TEST(NotifieeSlots, IntfStatuses) {
+  using S = Interface::EthPhyIntfStatus::NotifieeConst;
+  expectInOrder({slot(&S::onSpeed), slot(&S::onOperState)});
+  expectInOrder({slot(&Interface::VlanIntfStatus::NotifieeConst::onOperState)});
+}
+
+TEST(NotifieeSlots, IntfFlags) {
+  using N = Interface::IntfFlags::NotifieeConst;
+  expectInOrder({keyed(&N::onIntf), slot(&N::onIntfkelImmediate), whole(&N::onIntf)});
+}
+
+TEST(NotifieeSlots, BridgingConfig) {
+  using N = Bridging::Config::NotifieeConst;
+  expectInOrder(
+      {keyed(&N::onVlanConfig), slot(&N::onVlanConfigkelImmediate), whole(&N::onVlanConfig)});
+}
+
+TEST(NotifieeSlots, VlanCountersCliReq) {
+  using N = Bridging::VlanCountersCliReq::NotifieeConst;
+  expectInOrder({keyed(&N::onClearCountersRequest), slot(&N::onClearCountersRequestkelImmediate),
+                 whole(&N::onClearCountersRequest)});
 }
 
 TEST(NotifieeSlots, SliceHwStatus) {

@@ -24,7 +24,7 @@ std::string keyName(std::uint64_t i) { return "Ethernet" + std::to_string(i); }
 
 class GlimThreads : public TableTest {
  protected:
-  // Writes and removes until `done`, values always growing.
+  // Writes and removes until the readers are done, values always growing.
   static void churn(Collection<Large>& table, std::atomic<int> const& readers) {
     for (std::uint64_t value = 2; readers != 0; ++value) {
       table.write(largeRow(keyName(value % staying), value));
