@@ -1,9 +1,9 @@
 // The table that an agent writes, as an entity: an object of the framework around one GlimMap.
 //
 //   Dov::Platform::DebugHandler debug;
-//   auto counters = Kel::Ptr<Glim::Collection<DropCounter>>::adopt(new
-//   Glim::Collection<DropCounter>(
-//       debug, Glim::RootPath(debug, "/dev/shm/oru/aclDropCounters", true), {.maxRows = 4096}));
+//   Glim::RootPath const path(debug, "/dev/shm/oru-counters/aclDropCounters", true);
+//   auto counters = Kel::make<Glim::Collection<DropCounter>>(debug, path,
+//                                                            Glim::TableLimits{.maxRows = 4096});
 //   counters->write({intfId, 0});
 //
 // The constructor takes the table over from whoever wrote it before, rows included
