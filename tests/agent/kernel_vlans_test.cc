@@ -247,14 +247,18 @@ TEST_F(KernelVlansTest, RowsOfAnotherBridgeBeginAnew) {
 
 TEST_F(KernelVlansTest, OffsetsWithoutARowAreOfNothingThatGoesOn) {
   agentWithTwoVlans();
+  kernelCounts(10, 50);
+  vlans->poll();
+  ASSERT_EQ(octets(10), 150u);
   vlans->dropRows(VlanId(10u));
   agentComes();
   bridgeIs();
   portIsIn({10, 20});
-  kernelCounts(10, 3);
+  kernelCounts(10, 60);
   starts();
+  EXPECT_THAT(kept(), ElementsAre(20));
   turn();
-  EXPECT_EQ(octets(10), 3u);
+  EXPECT_EQ(octets(10), 60u);
   EXPECT_EQ(octets(20), 200u);
 }
 

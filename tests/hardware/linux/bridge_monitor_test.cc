@@ -1,8 +1,13 @@
 // The bridges of a kernel, which need not know VLANs for it.
 #include "hardware/linux/bridge_monitor.h"
 
-#include <algorithm>
+#include <sys/socket.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <array>
+
+#include "platform/glim/file_descriptor.h"
 #include "tests/hardware/linux/network_namespace.h"
 
 namespace Hardware::Linux {
@@ -59,6 +64,44 @@ TEST_F(BridgeMonitorInKernel, LostNewsIsMadeGoodByTheList) {
   EXPECT_TRUE(knows(sut, "new"));
   ASSERT_FALSE(sut.poll());
   EXPECT_EQ(sut.resynchronisations(), 1u);
+}
+
+// In place of the monitor's socket there is one that takes no question; what the kernel tells the
+// true one meanwhile is lost.
+class Unreachable {
+ public:
+  explicit Unreachable(int fd) : fd_(fd), true_(dup(fd)) {
+    int ends[2];
+    EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, ends), 0);
+    other_ = Glim::FileDescriptor(ends[1]);
+    dup2(Glim::FileDescriptor(ends[0]).get(), fd_);
+  }
+  ~Unreachable() {
+    std::array<char, 65536> news;
+    while (recv(true_.get(), news.data(), news.size(), MSG_DONTWAIT) > 0) continue;
+    dup2(true_.get(), fd_);
+  }
+
+ private:
+  int const fd_;
+  Glim::FileDescriptor const true_;
+  Glim::FileDescriptor other_;
+};
+
+TEST_F(BridgeMonitorInKernel, AListThatFailedIsTakenWithTheNextNews) {
+  addLink("old", "bridge");
+  BridgeMonitor sut;
+  ASSERT_FALSE(sut.start());
+  {
+    Unreachable const kernel(sut.fd());
+    EXPECT_TRUE(sut.start());
+    EXPECT_TRUE(knows(sut, "old"));
+    deleteLink("old");
+    addLink("new", "bridge");
+  }
+  ASSERT_FALSE(sut.poll());
+  EXPECT_FALSE(knows(sut, "old"));
+  EXPECT_TRUE(knows(sut, "new"));
 }
 
 TEST_F(BridgeMonitorInKernel, WhatIsNoBridgeCannotBeSwitched) {

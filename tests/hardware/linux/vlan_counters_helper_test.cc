@@ -125,6 +125,18 @@ TEST_F(VlanCountersHelperTest, ToldAgainOfAVlanItGoesOn) {
   expectRow(40, 80);
 }
 
+// What it has in hand is more than what it could keep.
+TEST_F(VlanCountersHelperTest, ToldAgainOfAVlanWhoseOffsetCouldNotBeKeptItGoesOn) {
+  kernelCounts(40, 80);
+  poll();
+  store->full = true;
+  kernelCounts(3, 6);
+  poll();
+  sut->initializeVlanCounters(kVlan);
+  poll();
+  expectRow(43, 86);
+}
+
 TEST_F(VlanCountersHelperTest, RowsOfAnotherBridgeDoNotGoOn) {
   kernelCounts(40, 80);
   poll();
