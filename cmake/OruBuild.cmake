@@ -47,6 +47,9 @@ function(oru_shared_object name)
   add_library(${name} SHARED ${ARG_SOURCES})
   target_link_libraries(${name} PUBLIC $<BUILD_INTERFACE:oru_settings> ${ARG_USES})
   target_compile_features(${name} PUBLIC cxx_std_20)
+  # Before 1.0, programs are built anew for each minor version.
+  set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
   foreach(folder ${ARG_FOLDERS})
     target_sources(${name} PRIVATE $<TARGET_OBJECTS:${folder}>)
   endforeach()

@@ -412,14 +412,6 @@ class CountersSm : public Kel::StateMachine<CountersSm, OruBaseSm> {
   void vlanIntfPresent(Pekt::IntfId const& vlanIntfId);
   void vlanIntfAbsent(Pekt::IntfId const& vlanIntfId);
 
-  // Lets go of the interface's poller, if there is one. One that is just being polled, or that
-  // somebody else holds, neither writes its row nor is woken any more.
-  template <class Poller>
-  static void endPoller(Kel::HashMap<Poller, Pekt::IntfId>& pollers, Pekt::IntfId const& intfId) {
-    if (auto const poller = pollers.member(intfId)) poller->kelDoZombieReactors(true);
-    pollers.deleteMember(intfId);
-  }
-
   // In the order in which the constructor makes them.
   Kel::Input<KelEthPhyIntfConfigDir, Interface::AllEthPhyIntfConfigDir const> _ethPhyIntfConfigDir;
   Kel::Input<KelEthPhyIntfStatusDir, Interface::AllEthPhyIntfStatusDir const> _ethPhyIntfStatusDir;

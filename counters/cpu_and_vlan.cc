@@ -17,7 +17,7 @@ void CountersSm::handleCpuIntf() {
 void CountersSm::handleCpuIntf(Pekt::IntfId intf) {
   if (!started()) return;
   if (auto t = trace(7)) t << "CountersSm::handleCpuIntf(" << intf << ')';
-  if (!ocsd() || !ocsd()->cpuIntf(intf)) return endPoller(_cpuPortCountersSm, intf);
+  if (!ocsd() || !ocsd()->cpuIntf(intf)) return _cpuPortCountersSm.endMember(intf);
   cpuPortCountersSmIs(ocsd(), intf, counterPollPeriod(), Kel::ActivityManagerConfig::clock(),
                       platformHelper())
       ->initializedIs(true);
@@ -75,7 +75,7 @@ void CountersSm::vlanIntfPresent(Pekt::IntfId const& vlanIntfId) {
     poller->initializedIs(true);
     vlanIntfCounterWriterStatus()->intfIs(vlanIntfId, true);
   } catch (...) {
-    endPoller(_vlanIntfCountersSm, vlanIntfId);  // so that the next notification tries again
+    _vlanIntfCountersSm.endMember(vlanIntfId);  // so that the next notification tries again
     throw;
   }
 }
@@ -83,7 +83,7 @@ void CountersSm::vlanIntfPresent(Pekt::IntfId const& vlanIntfId) {
 void CountersSm::vlanIntfAbsent(Pekt::IntfId const& vlanIntfId) {
   if (vlanIntfCounterWriterStatus()) vlanIntfCounterWriterStatus()->intfDel(vlanIntfId);
   platformHelper()->deleteVlanIntfCounters(vlanIntfId);
-  endPoller(_vlanIntfCountersSm, vlanIntfId);
+  _vlanIntfCountersSm.endMember(vlanIntfId);
   allVlanIntfCounters()->counterDel(vlanIntfId);
   // Whoever was told may have brought it back, while it still had its poller.
   if (vlanIntf(vlanIntfId).present()) handleVlanIntf(vlanIntfId);

@@ -102,8 +102,8 @@ void CountersSm::intfAbsent(Pekt::IntfId const& intfId, bool statusExists) {
     poller->handleExit();
     portCountersSmDel(intfId);
   }
-  endPoller(_intfQueueCountersSm, intfId);
-  endPoller(_intfAclDropCountersSm, intfId);
+  _intfQueueCountersSm.endMember(intfId);
+  _intfAclDropCountersSm.endMember(intfId);
 }
 
 }  // namespace Oru::Counters

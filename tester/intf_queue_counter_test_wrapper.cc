@@ -87,23 +87,24 @@ Kel::Ptr<IntfQueueCountersSm> IntfQueueCounterTestWrapper::interfaceIs(
   try {
     poller->initializedIs(true);
   } catch (...) {  // so that it can be asked for again
-    _interface.deleteMember(intfId);
+    if (interface(intfId) == poller) _interface.endMember(intfId);
     throw;
   }
-  interfaceNotify(intfId);
+  if (interface(intfId) == poller) interfaceNotify(intfId);  // not removed by what that set off
   return poller;
 }
 
 void IntfQueueCounterTestWrapper::interfaceDel(Pekt::IntfId const& intfId) {
   Pekt::IntfId const held = intfId;  // the caller's may be the member's own
   if (!interface(held)) return;
-  _interface.deleteMember(held);
+  _interface.endMember(held);
   interfaceNotify(held);
 }
 
 void IntfQueueCounterTestWrapper::interfaceDelAll() {
   if (_interface.size() == 0) return;
-  _interface.emptyAllBuckets();
+  Kel::Ptr<IntfQueueCounterTestWrapper> const alive(this);  // over both notifications
+  _interface.endAllMembers();
   notify(&NotifieeConst::onInterfacekelImmediate);
   notify<NotifieeConst>(&NotifieeConst::onInterface);
 }
@@ -123,6 +124,8 @@ void IntfQueueCounterTestWrapper::initializedIs(bool initialized) {
 void IntfQueueCounterTestWrapper::handleInitialized() {
   Tester::require(bool(ocsd()), "ocsd()", Tester::Line::commonData);
   Tester::require(bool(oruCounterHelper()), "oruCounterHelper()", Tester::Line::helper);
+  Kel::Ptr<IntfQueueCounterTestWrapper> const alive(
+      this);  // who is told of a poller may let go of it
   for (auto const& [intfId, served] : Kel::walk(ocsd()->intf()))
     interfaceIs(ocsd(), intfId, kPollPeriod, Kel::ActivityManagerConfig::clock(),
                 oruCounterHelper(), allIntfCurrQueueCounters(), allIntfClearQueueCounters());

@@ -15,13 +15,16 @@ class IntfQueueCountersHelper;
 // Makes the poller of queue counters of every interface of the common data, with the helper in the
 // place of a chip:
 //
-//   auto const sut = Oru::Counters::intfQueueCounterTestWrapperFactory(ocsd, helper, live,
-//   cleared); sut->initializedIs(true);                            // makes and starts the pollers
+//   auto const sut =
+//       Oru::Counters::intfQueueCounterTestWrapperFactory(ocsd, helper, live, cleared);
+//
+//   sut->initializedIs(true);  // makes and starts the pollers
 //   helper->intfExpectedCountersIs(record);
 //   Kel::ActivityManagerConfig::clock()->timeIs(later);  // polls what is due: every 2 seconds
 //   live->intfQueueCounter(id);
 //
-// Interfaces that come to the common data later have no poller, unless interfaceIs makes one.
+// Interfaces that come to the common data later have no poller, unless interfaceIs makes one. What
+// the wrapper is given is read when it makes pollers: another table or helper is for later ones.
 class IntfQueueCounterTestWrapper
     : public Kel::StateMachine<IntfQueueCounterTestWrapper, OruBaseSm> {
  public:
@@ -89,14 +92,14 @@ class IntfQueueCounterTestWrapper
       Kel::Ptr<OruHelper::OruHelperCountersSm> const& platformHelper,
       Kel::Ptr<Table> const& allIntfQueueCounters,
       Kel::Ptr<Table> const& allIntfClearQueueCounters);
-  // The poller ends when its last reference goes.
+  // A poller that is removed polls and writes no more, also where somebody else still holds it.
   void interfaceDel(Pekt::IntfId const& intfId);
   void interfaceDelAll();
   // Tells those who watch the wrapper that the member of this interface has changed.
   void interfaceNotify(Pekt::IntfId const& intfId);
 
-  // A change brings the pollers in step with the common data.
-  // REQUIRES: ocsd(), oruCounterHelper().
+  // A change, either way, has handleInitialized() run; where that throws, the flag is as it was,
+  // and so are the pollers that were made before. REQUIRES: ocsd(), oruCounterHelper().
   void initializedIs(bool initialized) override;
   // A poller for each interface of the common data.
   // REQUIRES: ocsd(), oruCounterHelper().
@@ -109,7 +112,7 @@ class IntfQueueCounterTestWrapper
         Kel::watchedParameter("oruCounterHelper", &Sm::_oruCounterHelper),
         Kel::watchedParameter("allIntfCurrQueueCounters", &Sm::_allIntfCurrQueueCounters),
         Kel::watchedParameter("allIntfClearQueueCounters", &Sm::_allIntfClearQueueCounters),
-        Kel::collection("interface", &Sm::_interface),
+        Kel::collection("interface", &Sm::_interface, &Sm::interfaceDel),
         Kel::value("initialized", &Sm::initialized, &Sm::initializedIs, &Sm::cannotStart),
         Kel::operation("handleInitialized", &Sm::handleInitialized, &Sm::refusal),
         Kel::operation("interfaceDel", &Sm::interfaceDel),

@@ -1,5 +1,6 @@
 #include "tester/intf_queue_counters_helper.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "counters/pollers/counter_records.h"
@@ -78,13 +79,11 @@ void IntfQueueCountersHelper::getIntfQueueType(Pekt::IntfId,
 
 void IntfQueueCountersHelper::getIntfQueueCounters(Pekt::IntfId intfId,
                                                    Kel::Ptr<OruTypes::IntfQueueCounters> counters) {
-  Records const& records = queueCountersIncrement() ? _intfIncCounters : _intfExpectedCounters;
-  bool const found = records.contains(intfId);
-  Record const record = recordOf(records, intfId);
-  if (queueCountersIncrement()) intfIncCountersIs(emptyRecord(intfId));
+  bool const increment = queueCountersIncrement();
+  Record const record = increment ? intfIncCounters(intfId) : intfExpectedCounters(intfId);
+  if (increment) intfIncCountersIs(emptyRecord(intfId));
 
   counters->clear();
-  if (!found) return;
   counters->intfCountsIs(record.intfCounts);
   for (std::uint32_t i = 0; i < record.statistics.size(); ++i) {
     QueueIndex const index(i);
@@ -102,9 +101,11 @@ Record IntfQueueCountersHelper::computeIntfQueueCounterDiff(Kel::Ptr<Table> cons
   current->safeLookup(intfId, found, diff);
   if (!found) return emptyRecord(intfId);
   Record const before = cleared->intfQueueCounter(intfId);
-  for (std::uint32_t number = 0; number < diff.statistics.size(); ++number) {
+  for (Record const* const row : {&std::as_const(diff), &before})
+    if (auto const queues = row->statistics.size(); queues != 0) QueueIndex{queues - 1};
+  auto const both = std::min(diff.statistics.size(), before.statistics.size());
+  for (std::uint32_t number = 0; number < both; ++number) {
     QueueIndex const index(number);
-    if (number >= before.statistics.size()) continue;
     auto& now = diff.statistics[index];
     auto const& then = before.statistics[index];
     Tester::require(now.queueType == then.queueType, "qs.queueType() == i->queueType()",

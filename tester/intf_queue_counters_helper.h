@@ -22,7 +22,8 @@ namespace Oru::Counters {
 //
 // While queueCountersIncrement() is clear, polls deliver intfExpectedCounters, absolute counts that
 // stand until they are written again; while it is set, intfIncCounters, each increment once. An
-// interface without a record has no counts to deliver. Of a record, the counts count; its queue
+// interface without a record delivers an empty one: no queues, and zero for all of them together.
+// Of a record, the counts count; its queue
 // types are of no matter, since all interfaces have the same queues: numUnicastQueues of them,
 // numbered from 0, then numMulticastQueues.
 //
@@ -102,6 +103,9 @@ class IntfQueueCountersHelper
         "Oru::Counters::IntfQueueCountersHelper", Kel::key("name", &X::name),
         Kel::value("queueCountersIncrement", &X::queueCountersIncrement,
                    &X::queueCountersIncrementIs),
+        Kel::records("intfExpectedCounters", &X::_intfExpectedCounters,
+                     &X::intfExpectedCountersDel),
+        Kel::records("intfIncCounters", &X::_intfIncCounters, &X::intfIncCountersDel),
         Kel::value("numUnicastQueues", &X::numUnicastQueues, &X::numUnicastQueuesIs),
         Kel::value("numMulticastQueues", &X::numMulticastQueues, &X::numMulticastQueuesIs),
         Kel::operation("intfExpectedCountersDel", &X::intfExpectedCountersDel),

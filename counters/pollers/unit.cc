@@ -4,6 +4,8 @@
 
 namespace Oru::Counters {
 
+constinit Kel::TraceHandle defaultTraceHandle("OruCountersSm");
+
 void requirementFailed(char const* expression, std::source_location here) {
   Kel::assertionFailed(expression, "OruCountersSm", here.line(), here.function_name());
 }

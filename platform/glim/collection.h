@@ -50,16 +50,29 @@ class Collection : public Kel::Notifier {
   }
 
   // Inserts the record under its key, or overwrites the record there.
-  virtual void write(Record const& record) { _map.write(record); }
+  virtual void write(Record const& record) {
+    Kel::Ptr<Collection const> const alive(this);
+    _map.write(record);
+  }
   // Does nothing when there is no such record.
-  virtual void remove(Key const& key) { _map.remove(key); }
+  virtual void remove(Key const& key) {
+    Kel::Ptr<Collection const> const alive(this);
+    _map.remove(key);
+  }
   // The record, or the default record with found = false.
   virtual void safeLookup(Key const& key, bool& found, Record& out) {
+    Kel::Ptr<Collection const> const alive(this);
     _map.safeLookup(key, found, out);
   }
   // In-place access to the record, made if it is absent; readers see it at the commit.
-  virtual Slot directWrite(Key const& key) { return _map.directWrite(key); }
-  virtual void commit(Slot const& slot) { _map.directCommit(slot); }
+  virtual Slot directWrite(Key const& key) {
+    Kel::Ptr<Collection const> const alive(this);
+    return _map.directWrite(key);
+  }
+  virtual void commit(Slot const& slot) {
+    Kel::Ptr<Collection const> const alive(this);
+    _map.directCommit(slot);
+  }
 
   // The record under the key, or the default record.
   Record lookup(Key const& key) {
@@ -77,11 +90,18 @@ class Collection : public Kel::Notifier {
 
   // Records in the order of their keys. `after` need not be present any more, so that a walk
   // survives any change made meanwhile: it visits what is there when it comes by.
-  virtual bool first(Record& out) { return _map.first(out); }
-  virtual bool next(Key const& after, Record& out) { return _map.next(after, out); }
+  virtual bool first(Record& out) {
+    Kel::Ptr<Collection const> const alive(this);
+    return _map.first(out);
+  }
+  virtual bool next(Key const& after, Record& out) {
+    Kel::Ptr<Collection const> const alive(this);
+    return _map.next(after, out);
+  }
   // Calls visit(record) with a copy of each record. The visitor may write, remove and detach.
   template <class Visit>
   void forEach(Visit visit) {
+    Kel::Ptr<Collection const> const alive(this);
     Record record;
     for (bool more = first(record); more;) {
       Key const key = RecordTraits<Record>::key(record);
@@ -92,7 +112,10 @@ class Collection : public Kel::Notifier {
 
   virtual std::uint64_t members() const { return _map.members(); }
   bool attached() const { return _map.attached(); }
-  void detach() { _map.detach(); }
+  void detach() {
+    Kel::Ptr<Collection const> const alive(this);
+    _map.detach();
+  }
   // Tells readers that the writer lives: once a tick.
   void heartbeat() { _map.heartbeat(); }
 

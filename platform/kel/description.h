@@ -58,10 +58,17 @@ struct Value {
   Set set;
   Refusal refusal = nullptr;
 };
-template <class Member>
+template <class Member, class Remove = std::nullptr_t>
 struct MemberCollection {
   std::string_view name;
   Member members;
+  Remove remove = nullptr;
+};
+template <class Get, class Remove>
+struct RecordCollection {
+  std::string_view name;
+  Get records;
+  Remove remove;
 };
 template <class Function, class Refusal = std::nullptr_t>
 struct Operation {
@@ -112,6 +119,16 @@ template <class Member>
 constexpr auto collection(std::string_view name, Member members) {
   return MemberCollection<Member>{name, members};
 }
+// The same where a removal is more than that from the map.
+template <class Member, class Sm, class Key>
+constexpr auto collection(std::string_view name, Member members, void (Sm::*remove)(Key)) {
+  return MemberCollection<Member, void (Sm::*)(Key)>{name, members, remove};
+}
+// Records by key, of which tools see and remove the keys.
+template <class Get, class Sm, class Key>
+constexpr auto records(std::string_view name, Get get, void (Sm::*remove)(Key)) {
+  return RecordCollection<Get, void (Sm::*)(Key)>{name, get, remove};
+}
 // What tools may call. Argument types pick the overload:
 // operation<Pekt::IntfId>("handleIntf", &Sm::handleIntf).
 template <class... Args, class Sm>
@@ -154,6 +171,10 @@ concept IsInput = requires(Item item) {
 template <class Item>
 concept IsCollection = requires(Item item) {
   item.members;
+};
+template <class Item>
+concept IsRecords = requires(Item item) {
+  item.records;
 };
 template <class Item>
 concept IsOperation = requires(Item item) {
@@ -334,23 +355,41 @@ struct Reflected {
     (std::make_index_sequence<arity()>{});
   }
 
-  static auto const& members(PtrInterface const& o) { return self(o).*(item().members); }
+  // Of a collection of state machines or of records.
+  static auto const& members(PtrInterface const& o) {
+    if constexpr (IsRecords<Item>)
+      return self(o).*(item().records);
+    else
+      return self(o).*(item().members);
+  }
   static bool iterNonnull(PtrInterface const& o) { return members(o).size() != 0; }
   static std::vector<std::string> iterKey(PtrInterface const& o) {
     std::vector<std::string> keys;
-    for (auto const& [key, member] : members(o).walk()) keys.push_back(toStrep(key));
+    auto const add = [&](auto const& entries) {
+      for (auto const& [key, member] : entries) keys.push_back(toStrep(key));
+    };
+    if constexpr (IsRecords<Item>)
+      add(members(o));
+    else
+      add(members(o).walk());
     return keys;
   }
   template <class Members>
   static auto keyFrom(Members const&, std::string_view text) {
-    return fromStrep<typename Members::Key>(text);
+    if constexpr (IsRecords<Item>)
+      return fromStrep<typename Members::key_type>(text);
+    else
+      return fromStrep<typename Members::Key>(text);
   }
   static Ptr<PtrInterface> iterObj(PtrInterface const& o, std::string_view key) {
     return members(o).member(keyFrom(members(o), key));
   }
   static void iterDel(PtrInterface& o, std::string_view key) {
-    auto& map = self(o).*(item().members);
-    map.deleteMember(keyFrom(map, key));
+    auto const named = keyFrom(members(o), key);
+    if constexpr (std::is_null_pointer_v<decltype(item().remove)>)
+      (self(o).*(item().members)).deleteMember(named);
+    else
+      (self(o).*(item().remove))(named);
   }
 
   static constexpr Attribute attribute() {
@@ -362,11 +401,11 @@ struct Reflected {
       a.kind = AttributeKind::operation;
       a.arity = arity();
       a.invoke = &invoke;
-    } else if constexpr (IsCollection<Item>) {
+    } else if constexpr (IsCollection<Item> || IsRecords<Item>) {
       a.kind = AttributeKind::collection;
       a.iterNonnull = &iterNonnull;
       a.iterKey = &iterKey;
-      a.iterObj = &iterObj;
+      if constexpr (IsCollection<Item>) a.iterObj = &iterObj;
       a.iterDel = &iterDel;
     } else if constexpr (IsInput<Item>) {
       a.kind = AttributeKind::input;

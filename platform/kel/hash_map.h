@@ -82,6 +82,17 @@ class HashMap {
   void emptyAllBuckets() {
     while (!_members.empty()) _members.extract(_members.begin());
   }
+  // The same of a member that is to do nothing more: one that is in the middle of a handler, or
+  // that somebody else holds, becomes a zombie first.
+  void endMember(Key const& key) {
+    if (Ptr<Value> const last = member(key)) {
+      last->kelDoZombieReactors(true);
+      deleteMember(key);
+    }
+  }
+  void endAllMembers() {
+    while (!_members.empty()) endMember(Key(_members.begin()->first));
+  }
 
   std::size_t size() const { return _members.size(); }
   // for (auto const& [key, member] : members.walk())

@@ -172,6 +172,7 @@ class Notifier : public PtrInterface {
   // The whole collection removed, told at once and as a whole.
   template <class Key, class Value, class N>
   void eraseAll(RbTreeMap<Value, Key>& map, void (N::*onImmediate)(), void (N::*onWhole)()) {
+    Ptr<Notifier const> const alive(this);  // over both
     RbTreeMap<Value, Key> const last = std::move(map);
     map.clear();
     if (last.empty()) return;

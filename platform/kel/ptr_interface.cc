@@ -5,6 +5,8 @@
 
 namespace Kel {
 
+constinit std::uint8_t VFPtrInterface::enableThreadSafePointers = 0;
+
 void throwNullPtr() { throwRangeException("null ValidPtr"); }
 
 void PtrInterface::maybeDelete() const { delete this; }

@@ -25,7 +25,7 @@ struct VFPtrInterface {
   // While set, every change of a reference count or flag is an atomic
   // read-modify-write; while clear, a plain one. Set it before a second thread
   // touches any object.
-  inline static std::uint8_t enableThreadSafePointers = 0;
+  static std::uint8_t enableThreadSafePointers;
 };
 
 // Base of every shared object. One word holds the reference count, below 2^29,

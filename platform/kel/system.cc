@@ -14,6 +14,9 @@ void requirePeriod(Seconds period) {
     throwRangeException("a period is 0 or more seconds, not " + numberText(period));
 }
 
+constinit System::TimeSource System::timeSource = &System::wallClock;
+constinit System::Allocator System::allocator = &System::heap;
+
 Seconds System::wallClock() {
   return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
 }

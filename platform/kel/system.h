@@ -1,5 +1,6 @@
 // What the framework takes from the machine, as seams: an agent leaves them as
-// they are, a test replaces them.
+// they are, a test replaces them. There is one of each in a process, whatever the visibility that
+// its parts are compiled with: they are defined in the shared object.
 #pragma once
 
 #include <cstddef>
@@ -19,7 +20,7 @@ struct System {
 
   using TimeSource = Seconds (*)();
   static Seconds wallClock();
-  inline static TimeSource timeSource = &wallClock;
+  static TimeSource timeSource;
 
   // Memory of shared objects; null when there is none left.
   static void* allocate(std::size_t size) noexcept { return allocator(size); }
@@ -27,7 +28,7 @@ struct System {
 
   using Allocator = void* (*)(std::size_t) noexcept;
   static void* heap(std::size_t size) noexcept;
-  inline static Allocator allocator = &heap;
+  static Allocator allocator;
 };
 
 }  // namespace Kel

@@ -2,12 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <fstream>
+#include <filesystem>
 #include <limits>
+#include <string>
 
 #include "platform/interface/counter_tables.h"
 #include "platform/kel/exceptions.h"
 #include "tester/intf_queue_counters_helper.h"
+#include "tests/platform/glim/table_fixture.h"
 #include "tests/support/temporary_tables.h"
 #include "tests/tester/queue_record.h"
 
@@ -28,6 +30,11 @@ class IntfQueueCounterDiff : public testing::Test {
   void now(IntfQueueCounter const& row) { current->intfQueueCounterIs(row); }
   void whenCleared(IntfQueueCounter const& row) { cleared->intfQueueCounterIs(row); }
   IntfQueueCounter diff() { return Helper::computeIntfQueueCounterDiff(current, cleared, eth1); }
+
+  // Writes into a row of a table's file, as a stray pointer of another process would.
+  void damage(char const* table) {
+    GlimTest::Vandal((tables.directory() / table).string() + ".glim").rowWord(0, 8) ^= 1;
+  }
 
   Support::TemporaryTables tables;
   Kel::Ptr<Table> current = tables.table<Table>("current");
@@ -107,14 +114,42 @@ TEST_F(IntfQueueCounterDiff, OfLostTablesIsThatOfAbsentRows) {
   EXPECT_EQ(diff(), record("Ethernet1", {}));
 }
 
-TEST_F(IntfQueueCounterDiff, ARowThatSaysMoreThan17QueuesIsRefused) {
-  now(withQueues(18, record("Ethernet1", {{16, {.pkts = 3}}})));
-  try {
-    diff();
-    FAIL() << "not refused";
-  } catch (Kel::RangeException const& e) {
-    EXPECT_STREQ(e.what(), "QueueIndex::value < QueueIndex::min or > QueueIndex::max not allowed");
-  }
+TEST_F(IntfQueueCounterDiff, ARowThatSaysMoreThan17QueuesIsRefusedInEitherTable) {
+  auto const refusal = [&] {
+    try {
+      diff();
+    } catch (Kel::RangeException const& e) {
+      return std::string(e.what());
+    }
+    return std::string("not refused");
+  };
+  auto const good = record("Ethernet1", {{16, {.pkts = 3}}});
+  std::string const text = "QueueIndex::value < QueueIndex::min or > QueueIndex::max not allowed";
+  now(good);
+  whenCleared(withQueues(18, good));
+  EXPECT_EQ(refusal(), text);
+  whenCleared(good);
+  EXPECT_EQ(refusal(), "not refused");
+  now(withQueues(18, good));
+  EXPECT_EQ(refusal(), text);
+}
+
+TEST_F(IntfQueueCounterDiff, OfADamagedCurrentTableIsEmptyAndDetachesIt) {
+  now(record("Ethernet1", {{0, {.pkts = 3}}}));
+  damage("current");
+  EXPECT_EQ(diff(), record("Ethernet1", {}));
+  EXPECT_FALSE(current->attached());
+  EXPECT_TRUE(cleared->attached());
+  EXPECT_TRUE(std::filesystem::exists(tables.directory() / "current.corruption"));
+}
+
+TEST_F(IntfQueueCounterDiff, WithADamagedClearTableIsTheCurrentRow) {
+  auto const row = record("Ethernet1", {{0, {.pkts = 3}}});
+  now(row);
+  whenCleared(row);
+  damage("cleared");
+  EXPECT_EQ(diff(), row);
+  EXPECT_FALSE(cleared->attached());
 }
 
 TEST_F(IntfQueueCounterDiffDeathTest, QueuesOfTwoTypesEndTheProcess) {

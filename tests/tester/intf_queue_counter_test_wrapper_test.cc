@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -31,12 +33,15 @@ class RecordingHelper : public Oru::Counters::IntfQueueCountersHelper {
   void getIntfQueueType(Pekt::IntfId id, Kel::Ptr<OruTypes::IntfQueueType> types) override {
     _log("getIntfQueueType", id);
     IntfQueueCountersHelper::getIntfQueueType(id, types);
+    if (duringStart) duringStart();
   }
   void getIntfQueueCounters(Pekt::IntfId id,
                             Kel::Ptr<OruTypes::IntfQueueCounters> counters) override {
     _log("getIntfQueueCounters", id);
     IntfQueueCountersHelper::getIntfQueueCounters(id, counters);
+    if (duringPoll) duringPoll();
   }
+  std::function<void()> duringStart, duringPoll;
 
  private:
   Support::CallLog& _log;
@@ -161,7 +166,7 @@ TEST_F(IntfQueueCounterTestWrapper, InitializedTwiceMakesThePollersOnce) {
   EXPECT_EQ(sut->interface().size(), 2u);
 }
 
-TEST_F(IntfQueueCounterTestWrapper, AChangeOfTheFlagRunsTheHandlersOnceWithTheBaseFirst) {
+TEST_F(IntfQueueCounterTestWrapper, AChangeOfTheFlagRunsTheHandlerOnce) {
   class Derived : public Wrapper {
    public:
     Derived(Kel::Ptr<Oru::OruCommonSmData> const& data,
@@ -190,6 +195,34 @@ TEST_F(IntfQueueCounterTestWrapper, AStartThatFailsCanBeTriedAgain) {
   sut->initializedIs(true);
   EXPECT_EQ(sut->interface().size(), 2u);
   EXPECT_TRUE(sut->interface(eth1)->initialized());
+}
+
+TEST_F(IntfQueueCounterTestWrapper, AStartThatFailsHalfWayKeepsThePollersOfBefore) {
+  helper->duringStart = [&] {
+    if (log.calls().back() == "getIntfQueueType Ethernet2")
+      throw std::runtime_error("no such port");
+  };
+  EXPECT_THROW(sut->initializedIs(true), std::runtime_error);
+  EXPECT_FALSE(sut->initialized());
+  auto const first = sut->interface(eth1);
+  EXPECT_TRUE(first->initialized());
+  EXPECT_EQ(sut->interface(eth2), nullptr);
+  helper->duringStart = nullptr;
+  sut->initializedIs(true);
+  EXPECT_EQ(sut->interface(eth1), first);
+  EXPECT_NE(sut->interface(eth2), nullptr);
+}
+
+TEST_F(IntfQueueCounterTestWrapper, AnInterfaceWithoutClockHelperOrClearTableIsRefused) {
+  auto const with = [&](Kel::Ptr<Kel::Clock const> const& clock,
+                        Kel::Ptr<OruHelper::OruHelperCountersSm> const& chip,
+                        Kel::Ptr<Table> const& clear) {
+    sut->interfaceIs(ocsd, eth3, 2.0, clock, chip, current, clear);
+  };
+  EXPECT_THROW(with(time.clock(), helper, nullptr), Kel::RangeException);
+  EXPECT_THROW(with(nullptr, helper, cleared), Kel::RangeException);
+  EXPECT_THROW(with(time.clock(), nullptr, cleared), Kel::RangeException);
+  EXPECT_EQ(sut->interface(eth3), nullptr);
 }
 
 TEST_F(IntfQueueCounterTestWrapperDeathTest, WithoutCommonDataTheStartEndsTheProcess) {
@@ -340,14 +373,69 @@ TEST_F(IntfQueueCounterTestWrapper, AfterTheRemovalOfAllNothingIsWritten) {
   EXPECT_EQ(current->intfQueueCounter(eth1), before);
 }
 
-TEST_F(IntfQueueCounterTestWrapper, APollerThatSomebodyHoldsOutlivesItsRemoval) {
+TEST_F(IntfQueueCounterTestWrapper, APollerThatSomebodyHoldsPollsNoMoreEither) {
   sut->initializedIs(true);
-  auto const held = sut->interface(eth1);
+  auto const one = sut->interface(eth1), two = sut->interface(eth2);
   sut->interfaceDel(eth1);
-  EXPECT_EQ(held->references(), 1u);
+  EXPECT_EQ(one->references(), 1u);
   log.clear();
   time.runFor(2.0);
-  EXPECT_EQ(log.count("getIntfQueueCounters Ethernet1"), 1u);
+  EXPECT_EQ(log.calls(), Calls{"getIntfQueueCounters Ethernet2"});
+  sut->interfaceDelAll();
+  time.runFor(10.0);
+  EXPECT_EQ(log.calls(), Calls{"getIntfQueueCounters Ethernet2"});
+}
+
+TEST_F(IntfQueueCounterTestWrapper, APollerThatIsRemovedWhileItPollsWritesNothing) {
+  sut->initializedIs(true);
+  helper->intfExpectedCountersIs(record("Ethernet1", {{0, {.pkts = 1}}}));
+  helper->duringPoll = [&] {
+    sut->interfaceDelAll();
+    current->intfQueueCounterDel(eth1);
+  };
+  log.clear();
+  time.runFor(2.0);
+  EXPECT_EQ(log.calls(), Calls{"getIntfQueueCounters Ethernet1"});
+  EXPECT_FALSE(current->contains(eth1));
+}
+
+TEST_F(IntfQueueCounterTestWrapper, APollerThatIsRemovedWhileItStartsIsNotTold) {
+  Support::CallLog told;
+  auto const watcher = Kel::make<Watcher>(Kel::Ptr<Wrapper const>(sut), told);
+  helper->duringStart = [&] { sut->interfaceDel(eth3); };
+  interfaceIs(eth3);
+  EXPECT_EQ(sut->interface(eth3), nullptr);
+  EXPECT_EQ(told.calls(), Calls{"gone Ethernet3"});
+}
+
+TEST_F(IntfQueueCounterTestWrapper, MayBeLetGoOfByWhoeverIsToldOfAPoller) {
+  class LastHolder : public Wrapper::NotifieeConst {
+   public:
+    explicit LastHolder(Kel::Ptr<Wrapper>& wrapper) : _wrapper(wrapper) {
+      notifierIs(wrapper);
+      isRegisteredNotifieeIs(true);
+      hasNotificationActiveIs(true);
+    }
+    void onInterface(Pekt::IntfId) override { letGo(); }
+    void onInterfacekelImmediate() override { letGo(); }
+    void onInterface() override {}
+
+   private:
+    void letGo() {
+      _wrapper = nullptr;
+      notifierIs(nullptr);
+    }
+    Kel::Ptr<Wrapper>& _wrapper;
+  };
+  auto last = Kel::make<LastHolder>(sut);
+  sut->handleInitialized();
+  EXPECT_EQ(sut, nullptr);
+  sut = make();
+  sut->initializedIs(true);
+  last = Kel::make<LastHolder>(sut);
+  sut->interfaceDelAll();
+  EXPECT_EQ(sut, nullptr);
+  EXPECT_EQ(helper->references(), 1u);
 }
 
 TEST_F(IntfQueueCounterTestWrapper, TellsWhoWatchesItOfEachPoller) {
@@ -399,7 +487,6 @@ TEST_F(IntfQueueCounterTestWrapper, WithoutTablesPollersRunAndWriteNothing) {
   log.clear();
   time.runFor(2.0);
   EXPECT_EQ(polls(), 2u);
-  EXPECT_EQ(current->members(), 0u);
 }
 
 TEST_F(IntfQueueCounterTestWrapper, LetsGoOfItsInputsAtItsEnd) {
@@ -428,6 +515,14 @@ TEST_F(IntfQueueCounterTestWrapper, IsStartedAndInspectedByName) {
   EXPECT_EQ(Kel::iterObj(*sut, "interface", "Ethernet1"), sut->interface(eth1));
   Kel::invoke(*sut, "interfaceDel", {"Ethernet1"});
   EXPECT_EQ(sut->interface(eth1), nullptr);
+}
+
+TEST_F(IntfQueueCounterTestWrapper, ARemovalByNameIsToldToo) {
+  sut->initializedIs(true);
+  Support::CallLog told;
+  auto const watcher = Kel::make<Watcher>(Kel::Ptr<Wrapper const>(sut), told);
+  Kel::iterDel(*sut, "interface", "Ethernet1");
+  EXPECT_EQ(told.calls(), Calls{"gone Ethernet1"});
 }
 
 TEST_F(IntfQueueCounterTestWrapper, AStartByNameWithoutAHelperIsRefused) {

@@ -70,6 +70,8 @@ class IntfQueueCountersHelper : public testing::Test {
   Kel::Ptr<OruTypes::IntfQueueCounters> sample = Kel::make<OruTypes::IntfQueueCounters>();
   Support::CallLog log;
   Kel::Ptr<Watcher> watcher = Kel::make<Watcher>(Kel::Ptr<Helper const>(sut), log);
+
+  inline static Sample const kNothing{.queues = {}, .ofAll = QueueCounts()};
 };
 using IntfQueueCountersHelperDeathTest = IntfQueueCountersHelper;
 
@@ -183,11 +185,55 @@ TEST_F(IntfQueueCountersHelper, TellsOfTheRemovalOfAllAtOnceAndThenAsAWhole) {
 }
 
 TEST_F(IntfQueueCountersHelper, EveryNotifieeIsToldInOrderOfRegistration) {
-  Support::CallLog second;
-  auto const other = Kel::make<Watcher>(Kel::Ptr<Helper const>(sut), second);
+  Support::CallLog order;
+  class Named : public Helper::NotifieeConst {
+   public:
+    Named(Kel::Ptr<Helper const> const& helper, Support::CallLog& log, char const* name)
+        : _log(log), _name(name) {
+      notifierIs(helper);
+      isRegisteredNotifieeIs(true);
+      hasNotificationActiveIs(true);
+    }
+    using Helper::NotifieeConst::onIntfIncCounters;
+    void onIntfIncCounters(Pekt::IntfId id) override { _log(_name, id); }
+
+   private:
+    Support::CallLog& _log;
+    char const* const _name;
+  };
+  Kel::Ptr<Helper const> const helper(sut);
+  auto const a = Kel::make<Named>(helper, order, "a"), b = Kel::make<Named>(helper, order, "b");
   sut->intfIncCountersIs(record("Ethernet1", {}));
-  EXPECT_EQ(log.calls(), (Calls{"onIntfIncCounters Ethernet1"}));
-  EXPECT_EQ(second.calls(), log.calls());
+  EXPECT_EQ(order.calls(), (Calls{"a Ethernet1", "b Ethernet1"}));
+}
+
+TEST_F(IntfQueueCountersHelper, MayBeLetGoOfByWhoeverIsToldOfTheRemovalOfAll) {
+  class LastHolder : public Helper::NotifieeConst {
+   public:
+    LastHolder(Kel::Ptr<Helper>& helper, Support::CallLog& log) : _helper(helper), _log(log) {
+      notifierIs(helper);
+      isRegisteredNotifieeIs(true);
+      hasNotificationActiveIs(true);
+    }
+    using Helper::NotifieeConst::onIntfIncCounters;
+    void onIntfIncCounterskelImmediate() override {
+      _log("at once");
+      _helper = nullptr;
+      notifierIs(nullptr);
+    }
+    void onIntfIncCounters() override { _log("as a whole"); }
+
+   private:
+    Kel::Ptr<Helper>& _helper;
+    Support::CallLog& _log;
+  };
+  sut->intfIncCountersIs(record("Ethernet1", {}));
+  watcher = nullptr;
+  Support::CallLog told;
+  auto const last = Kel::make<LastHolder>(sut, told);
+  sut->intfIncCountersDelAll();
+  EXPECT_EQ(sut, nullptr);
+  EXPECT_EQ(told.calls(), (Calls{"at once"}));
 }
 
 TEST_F(IntfQueueCountersHelper, WhoWatchesAnyHelperIsToldOfWhatEveryHelperHas) {
@@ -229,20 +275,21 @@ TEST_F(IntfQueueCountersHelper, DeliversExpectedCountsUntilTheyAreWrittenAgain) 
   EXPECT_EQ(poll(), expected);
 }
 
-TEST_F(IntfQueueCountersHelper, AnInterfaceWithoutARecordHasNothingToDeliver) {
+TEST_F(IntfQueueCountersHelper, AnInterfaceWithoutARecordDeliversAnEmptyOne) {
   sut->intfExpectedCountersIs(record("Ethernet1", {{0, {.pkts = 1}}}));
   sut->intfIncCountersIs(record("Ethernet1", {{0, {.pkts = 1}}}));
   poll(eth1);  // and nothing of this is left in the sample
-  EXPECT_EQ(poll(eth2), Sample());
+  EXPECT_EQ(poll(eth2), kNothing);
   sut->queueCountersIncrementIs(true);
   poll(eth1);
-  EXPECT_EQ(poll(eth2), Sample());
+  EXPECT_EQ(poll(eth2), kNothing);
+  EXPECT_EQ(poll(eth2), kNothing);
 }
 
 TEST_F(IntfQueueCountersHelper, ExpectedCountsLeaveIncrementsAlone) {
   sut->intfIncCountersIs(record("Ethernet1", {{0, {.pkts = 1}}}));
   log.clear();
-  EXPECT_EQ(poll(), Sample());
+  EXPECT_EQ(poll(), kNothing);
   EXPECT_EQ(sut->intfIncCounters(eth1), record("Ethernet1", {{0, {.pkts = 1}}}));
   EXPECT_EQ(log.calls(), Calls{});
 }
@@ -254,7 +301,7 @@ TEST_F(IntfQueueCountersHelper, DeliversAnIncrementOnce) {
   sut->intfIncCountersIs(record("Ethernet1", {{0, {1, 2, 3, 4}}}, {5, 6, 7, 8}));
   EXPECT_EQ(poll(), (Sample{.queues = {{0, {1, 2, 3, 4}}}, .ofAll = QueueCounts{5, 6, 7, 8}}));
   EXPECT_EQ(sut->intfIncCounters(eth1), record("Ethernet1", {}));
-  EXPECT_EQ(poll(), (Sample{.queues = {}, .ofAll = QueueCounts()}));
+  EXPECT_EQ(poll(), kNothing);
 }
 
 TEST_F(IntfQueueCountersHelper, TellsThatItTookAnIncrementAlsoWhereThereWasNone) {
@@ -337,6 +384,28 @@ TEST_F(IntfQueueCountersHelper, IsReadAndSetByName) {
   sut->intfIncCountersIs(record("Ethernet1", {}));
   Kel::invoke(*sut, "intfIncCountersDel", {"Ethernet1"});
   EXPECT_TRUE(sut->intfIncCounters().empty());
+}
+
+TEST_F(IntfQueueCountersHelper, DeclaresItsAttributes) {
+  Calls names;
+  for (auto const& a : Helper::_kelType.attributes()) names.emplace_back(a.name);
+  EXPECT_EQ(names,
+            (Calls{"name", "queueCountersIncrement", "intfExpectedCounters", "intfIncCounters",
+                   "numUnicastQueues", "numMulticastQueues", "intfExpectedCountersDel",
+                   "intfExpectedCountersDelAll", "intfIncCountersDel", "intfIncCountersDelAll"}));
+}
+
+TEST_F(IntfQueueCountersHelper, RecordsAreListedAndRemovedByName) {
+  EXPECT_EQ(Kel::iterKey(*sut, "intfExpectedCounters"), Calls{});
+  sut->intfExpectedCountersIs(record("Ethernet10", {}));
+  sut->intfExpectedCountersIs(record("Ethernet2", {}));
+  log.clear();
+  EXPECT_EQ(Kel::iterKey(*sut, "intfExpectedCounters"), (Calls{"Ethernet2", "Ethernet10"}));
+  Kel::iterDel(*sut, "intfExpectedCounters", "Ethernet2");
+  EXPECT_EQ(Kel::iterKey(*sut, "intfExpectedCounters"), Calls{"Ethernet10"});
+  EXPECT_EQ(log.calls(), Calls{"onIntfExpectedCounters Ethernet2"});
+  EXPECT_THROW(Kel::iterObj(*sut, "intfExpectedCounters", "Ethernet10"),
+               Kel::OpNotSupportedException);
 }
 
 TEST_F(IntfQueueCountersHelper, WithoutMemoryIsANullPointer) {

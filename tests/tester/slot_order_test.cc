@@ -26,16 +26,7 @@ void expectInOrder(std::vector<std::size_t> const& slots) {
   for (std::size_t i = 1; i < slots.size(); ++i) EXPECT_EQ(slots[i], slots[0] + i) << i;
 }
 
-TEST(SlotOrder, IntfQueueCountersHelperKeepsThatOfTheContract) {
-  using H = Oru::Counters::IntfQueueCountersHelper;
-  using Contract = OruHelper::OruHelperCountersSm;
-  EXPECT_EQ(slot(&H::getIntfQueueType), slot(&Contract::getIntfQueueType));
-  EXPECT_EQ(slot(&H::getIntfQueueCounters), slot(&Contract::getIntfQueueCounters));
-  EXPECT_EQ(slot(&H::doClearCounters), slot(&Contract::doClearCounters));
-  EXPECT_EQ(slot(&H::fwkType), slot(&Kel::PtrInterface::fwkType));
-}
-
-TEST(SlotOrder, CallbacksOfIntfQueueCountersHelper) {
+TEST(SlotOrder, CallbacksOfIntfQueueCountersHelperAreInContractOrder) {
   using N = Oru::Counters::IntfQueueCountersHelper::NotifieeConst;
   expectInOrder({slot(&Kel::PtrInterface::NotifieeConst::actsm), slot(&N::onQueueCountersIncrement),
                  keyed(&N::onIntfExpectedCounters), slot(&N::onIntfExpectedCounterskelImmediate),
@@ -44,7 +35,7 @@ TEST(SlotOrder, CallbacksOfIntfQueueCountersHelper) {
                  slot(&N::onNumUnicastQueues), slot(&N::onNumMulticastQueues)});
 }
 
-TEST(SlotOrder, IntfQueueCounterTestWrapper) {
+TEST(SlotOrder, IntfQueueCounterTestWrapperHasThatOfItsBase) {
   using Sm = Oru::Counters::IntfQueueCounterTestWrapper;
   // Behind those of PtrInterface come its two destructors.
   expectInOrder({slot(&Kel::PtrInterface::fwkType) + 2, slot(&Sm::handleInitialized),

@@ -1,4 +1,5 @@
-// The two units, loaded by a program that knows nothing of them.
+// The two units, loaded by a program that knows nothing of them. Each test is for a process of its
+// own, as ctest runs them: a unit may stay once it is loaded.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 

@@ -142,6 +142,35 @@ TEST_F(GlimCollection, TellsThoseWhoWatchItThatItIsLost) {
   EXPECT_EQ(watcher->attached, std::vector<bool>{false});
 }
 
+TEST_F(GlimCollection, MayBeLetGoOfByWhoeverIsToldOfItsLoss) {
+  class LastHolder : public Collection<Small>::NotifieeConst {
+   public:
+    explicit LastHolder(Table<Small>& table) : _table(table) {
+      notifierIs(table);
+      isRegisteredNotifieeIs(true);
+      hasNotificationActiveIs(true);
+    }
+    void onAttached() override {
+      _table = nullptr;
+      notifierIs(nullptr);
+    }
+
+   private:
+    Table<Small>& _table;
+  };
+  sut->write({{1}, 10});
+  auto last = Kel::make<LastHolder>(sut);
+  sut->detach();
+  EXPECT_EQ(sut, nullptr);
+
+  sut = makeTable<Small>({}, "damaged");
+  sut->write({{1}, 10});
+  last = Kel::make<LastHolder>(sut);
+  Vandal(this->file("damaged")).rowWord(0, 1) ^= 1;
+  EXPECT_FALSE(sut->contains({1}));
+  EXPECT_EQ(sut, nullptr);
+}
+
 TEST_F(GlimCollection, AWalkEndsAtADetach) {
   for (std::uint64_t key = 1; key <= 3; ++key) sut->write({{key}, 0});
   int visits = 0;
