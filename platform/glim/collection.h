@@ -12,8 +12,9 @@
 // Dov::ResourceException, and change nothing.
 //
 // What the table does when its file turns out to be corrupt, and which calls notice, is told in
-// glim_map.h. Every order is for the one thread that made the object. Orders are virtual: a
-// recorder in a test derives from it.
+// glim_map.h. An order holds the table while it runs: who is told of its loss may let go of it.
+// Every order is for the one thread that made the object. Orders are virtual: a recorder in a test
+// derives from it.
 #pragma once
 
 #include <utility>
