@@ -41,10 +41,18 @@ class CoppSm : public Support::CountersFixture {
 };
 using Flavours =
     testing::Types<Oru::Counters::CountersCoppSm, Oru::Counters::CountersDynamicCoppSm>;
-TYPED_TEST_SUITE(CoppSm, Flavours);
+// Names the suites in the output of the tests.
+class FlavourNames {
+ public:
+  template <class Sm>
+  static std::string GetName(int) {
+    return std::is_same_v<Sm, Oru::Counters::CountersCoppSm> ? "Static" : "Dynamic";
+  }
+};
+TYPED_TEST_SUITE(CoppSm, Flavours, FlavourNames);
 template <class Sm>
 using CoppSmDeathTest = CoppSm<Sm>;
-TYPED_TEST_SUITE(CoppSmDeathTest, Flavours);
+TYPED_TEST_SUITE(CoppSmDeathTest, Flavours, FlavourNames);
 
 TYPED_TEST(CoppSm, DoesNothingWhenConstructed) {
   this->addClasses();

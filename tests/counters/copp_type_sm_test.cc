@@ -41,10 +41,18 @@ class CoppTypeSm : public Support::CountersFixture {
 };
 using Flavours =
     testing::Types<Oru::Counters::CountersCoppTypeSm, Oru::Counters::CountersDynamicCoppTypeSm>;
-TYPED_TEST_SUITE(CoppTypeSm, Flavours);
+// Names the suites in the output of the tests.
+class FlavourNames {
+ public:
+  template <class Sm>
+  static std::string GetName(int) {
+    return std::is_same_v<Sm, Oru::Counters::CountersCoppTypeSm> ? "Static" : "Dynamic";
+  }
+};
+TYPED_TEST_SUITE(CoppTypeSm, Flavours, FlavourNames);
 template <class Sm>
 using CoppTypeSmDeathTest = CoppTypeSm<Sm>;
-TYPED_TEST_SUITE(CoppTypeSmDeathTest, Flavours);
+TYPED_TEST_SUITE(CoppTypeSmDeathTest, Flavours, FlavourNames);
 
 TYPED_TEST(CoppTypeSm, WalksThePolicyMapsInItsConstructionInTheirOrder) {
   this->pmapType->pmapIs({"qos-b", Direction::input}, this->pmap);
@@ -297,7 +305,7 @@ Calls positionsOf(Support::CountersFixture& fixture) {
 
 using CoppTraces = Support::CountersFixture;
 
-TEST_F(CoppTraces, StandWhereTheyStoodAlways) {
+TEST_F(CoppTraces, StandAtTheirFixedLines) {
   EXPECT_EQ(positionsOf<Oru::Counters::CountersCoppTypeSm>(*this),
             (Calls{"209 handleInitialized", "219 handlePolicyMap", "255 handleInitialized",
                    "262 handleClass", "224 doPrepareToDie"}));

@@ -471,35 +471,6 @@ TEST_F(CountersSm, AnExceptionFromAHandlerIsCountedAndItsNeighboursStillHear) {
   EXPECT_EQ(log.calls().back(), "neighbour Ethernet1");
 }
 
-TEST_F(CountersSm, UpdateCountersReachesThePortPoller) {
-  makeInitialized();
-  addIntf(eth1);
-  log.clear();
-  Support::TraceCapture const trace(Oru::Counters::_defaultTraceHandle());
-  sut->updateCounters(OruTypes::CounterType::port, eth1);
-  EXPECT_EQ(log.calls(), (Calls{"getCounters Ethernet1", "live.counterIs Ethernet1"}));
-  EXPECT_EQ(trace.lines().front(), "7 updateCounters counter type: 1, intf: Ethernet1");
-}
-
-TEST_F(CountersSm, UpdateCountersOfAnUnknownPortOrKindDoesNothing) {
-  makeInitialized();
-  addIntf(eth1);
-  log.clear();
-  sut->updateCounters(OruTypes::CounterType::port, eth2);
-  sut->updateCounters(OruTypes::CounterType{7}, eth1);
-  EXPECT_EQ(log.calls(), Calls{});
-}
-
-using CountersSmDeathTest = CountersSm;
-
-TEST_F(CountersSmDeathTest, UpdateCountersOfAKindThatIsNotPolledHereEndsTheProcess) {
-  makeInitialized();
-  EXPECT_DEATH(sut->updateCounters(OruTypes::CounterType{4}, eth1),
-               "OruCountersSm:[0-9]+: .*CountersSm::updateCounters.*Assertion `0' failed");
-  EXPECT_DEATH(sut->updateCounters(OruTypes::CounterType{5}, eth1),
-               "OruCountersSm:[0-9]+: .*CountersSm::updateCounters.*Assertion `0' failed");
-}
-
 TEST_F(CountersSm, ManyInterfacesAreNotifiedAndPolledOnceEach) {
   makeInitialized();
   for (int i = 1; i <= 500; ++i) addIntf("Ethernet" + std::to_string(i));

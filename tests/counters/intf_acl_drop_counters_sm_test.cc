@@ -4,7 +4,6 @@
 
 #include <cmath>
 #include <limits>
-#include <stdexcept>
 
 #include "counters/pollers/unit.h"
 #include "tests/counters/counters_fixture.h"

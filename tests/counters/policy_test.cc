@@ -159,36 +159,6 @@ TEST_F(PolicyMapTypes, NotificationsOffReachTheStateMachines) {
   EXPECT_FALSE(sut->coppDynamicTypeSm(MapType::controlPlane)->hasNotificationActive());
 }
 
-// --- forced updates ---
-
-using ForcedUpdates = PolicyMapTypes;
-using ForcedUpdatesDeathTest = PolicyMapTypes;
-
-TEST_F(ForcedUpdates, OfAKindThatIsNoneAreTracedAlone) {
-  makeInitialized();
-  log.clear();
-  Support::TraceCapture const trace(Oru::Counters::_defaultTraceHandle());
-  sut->updateCounters(OruTypes::CounterType{7}, Support::eth1);
-  EXPECT_EQ(trace.lines(), Calls{"7 updateCounters counter type: 7, intf: Ethernet1"});
-  EXPECT_EQ(log.calls(), Calls{});
-}
-
-TEST_F(ForcedUpdatesDeathTest, OfAKindWithoutPollersAreTracedBeforeTheyEndTheProcess) {
-  makeInitialized();
-  for (std::uint32_t const type : {4u, 5u}) {
-    EXPECT_DEATH(
-        {
-          Oru::Counters::_defaultTraceHandle().levelsIs(~0u);
-          Kel::traceSinkIs([](Kel::TraceLine const& line) {
-            std::fprintf(stderr, "%s\n", std::string(line.text).c_str());
-          });
-          sut->updateCounters(OruTypes::CounterType{type}, Support::eth1);
-        },
-        "updateCounters counter type: " + std::to_string(type) +
-            ", intf: Ethernet1\n(.|\n)*Assertion `0' failed");
-  }
-}
-
 TEST_F(PolicyMapTypes, TheEndDeletesTheStateMachines) {
   using namespace Oru::Counters;
   make();

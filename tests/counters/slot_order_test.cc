@@ -5,13 +5,13 @@
 #include "counters/copp/copp_type_sm.h"
 #include "counters/counters_sm.h"
 #include "counters/pollers/helper.h"
-#include "tests/support/slot.h"
+#include "tests/support/virtual_slot.h"
 
 namespace {
 
 using Support::slot;
 
-TEST(SlotOrder, CountersSm) {
+TEST(SlotOrder, OfCountersSmIsThatOfTheContract) {
   using Sm = Oru::Counters::CountersSm;
   // Behind those of OruBaseSm: handleInitialized, initializedIs, kelDoZombieReactors.
   std::size_t const first = slot(&Oru::OruBaseSm::kelDoZombieReactors) + 1;
@@ -51,19 +51,19 @@ void expectZombieMarkingAfterTheDestructors() {
   EXPECT_EQ(slot(&Sm::kelDoZombieReactors), slot(&Kel::PtrInterface::fwkType) + 3);
 }
 
-TEST(SlotOrder, PolicyMaps) {
+TEST(SlotOrder, OfPolicyMapsHasZombieMarkingAfterTheDestructors) {
   expectZombieMarkingAfterTheDestructors<Oru::Counters::CountersCoppSm>();
   expectZombieMarkingAfterTheDestructors<Oru::Counters::CountersDynamicCoppSm>();
   expectZombieMarkingAfterTheDestructors<Oru::Counters::CountersCoppTypeSm>();
   expectZombieMarkingAfterTheDestructors<Oru::Counters::CountersDynamicCoppTypeSm>();
 }
 
-TEST(SlotOrder, HelpersNotifieeBeginsBehindThatOfEveryNotifiee) {
+TEST(SlotOrder, OfTheHelpersNotifieeBeginsBehindThatOfEveryNotifiee) {
   EXPECT_EQ(slot(&OruHelper::OruHelperCountersSm::NotifieeConst::onQueueCountersIncrement),
             slot(&Kel::PtrInterface::NotifieeConst::actsm) + 1);
 }
 
-TEST(SlotOrder, HelperContract) {
+TEST(SlotOrder, OfTheHelperIsThatOfTheContract) {
   using H = OruHelper::OruHelperCountersSm;
   std::size_t const first = slot(&Kel::PtrInterface::fwkType) + 3;
   std::size_t const slots[] = {slot(&H::hwInit),

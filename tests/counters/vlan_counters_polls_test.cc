@@ -4,7 +4,7 @@
 
 #include "platform/kel/type_node.h"
 #include "tests/counters/vlan_counters_fixture.h"
-#include "tests/support/slot.h"
+#include "tests/support/virtual_slot.h"
 
 namespace VlanTest {
 namespace {

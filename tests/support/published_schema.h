@@ -32,4 +32,13 @@ void expectPublishedSchema(std::string const& folder) {
   }
 }
 
+// Names the suites of a typed test in its output, by the record.
+class RecordNames {
+ public:
+  template <class Record>
+  static std::string GetName(int) {
+    return std::string(Glim::RecordTraits<Record>::name);
+  }
+};
+
 }  // namespace Support

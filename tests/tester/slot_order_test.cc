@@ -1,6 +1,6 @@
 // The order of virtual operations and of callbacks is part of the contract with what derives from
 // these classes.
-#include "tests/support/slot.h"
+#include "tests/support/virtual_slot.h"
 
 #include <gtest/gtest.h>
 

@@ -8,7 +8,7 @@ template <class Record>
 class PublishedVlanSchema : public testing::Test {};
 
 using Records = testing::Types<Glim::Bridging::VlanCounter, Bridging::VlanDescription>;
-TYPED_TEST_SUITE(PublishedVlanSchema, Records);
+TYPED_TEST_SUITE(PublishedVlanSchema, Records, Support::RecordNames);
 
 TYPED_TEST(PublishedVlanSchema, IsTodaysOrCarriedOver) {
   Support::expectPublishedSchema<TypeParam>(ORU_SOURCE_DIR "/tests/platform/bridging/schemas");

@@ -2,26 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
+#include <exception>
 
 namespace Dov {
 namespace {
-
-struct Said {
-  unsigned level;
-  std::string source, function, text;
-};
-
-class DovDebugHandler : public testing::Test {
- protected:
-  std::vector<Said> said;
-  Platform::DebugHandler sut{
-      0, [this](Platform::DebugHandler::Message const& message) {
-        said.push_back({message.level, std::string(message.source), std::string(message.function),
-                        std::string(message.text)});
-      }};
-};
 
 TEST(DovException, MsgIsTheTypeAndTheQuotedMessage) {
   NoPermissionException const sut("write to read-only Glim table");
@@ -42,39 +26,6 @@ TEST(DovException, ThrowExceptionThrowsItsOwnType) {
 TEST(DovException, AllAreOfOneFamily) {
   EXPECT_THROW(AssertException::throwException("x"), Exception);
   EXPECT_THROW(AssertException::throwException("x"), std::exception);
-}
-
-TEST_F(DovDebugHandler, FlagTwoEnablesLevelOneAndFlagThirtyTwoLevelFive) {
-  sut.flagsIs(2);
-  EXPECT_TRUE(sut.enabled(1));
-  EXPECT_FALSE(sut.enabled(5));
-  sut.flagsIs(32);
-  EXPECT_FALSE(sut.enabled(1));
-  EXPECT_TRUE(sut.enabled(5));
-}
-
-TEST_F(DovDebugHandler, DropsMessagesOfDisabledLevels) {
-  sut.flagsIs(2);
-  sut.write(5, "unit", "function", "text");
-  EXPECT_TRUE(said.empty());
-  sut.write(1, "unit", "function", "text");
-  ASSERT_EQ(said.size(), 1u);
-  EXPECT_EQ(said[0].source, "unit");
-  EXPECT_EQ(said[0].function, "function");
-  EXPECT_EQ(said[0].text, "text");
-}
-
-TEST_F(DovDebugHandler, AnAssertionIsWrittenAndThrown) {
-  sut.flagsIs(1);
-  EXPECT_THROW(debugAndThrowAssertException(sut, "broken", "unit", "function"), AssertException);
-  ASSERT_EQ(said.size(), 1u);
-  EXPECT_EQ(said[0].level, 0u);
-  EXPECT_EQ(said[0].text, "broken");
-}
-
-TEST_F(DovDebugHandler, AnAssertionIsThrownEvenWhenNothingIsEnabled) {
-  EXPECT_THROW(debugAndThrowAssertException(sut, "broken", "unit", "function"), AssertException);
-  EXPECT_TRUE(said.empty());
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ class PublishedSchema : public testing::Test {};
 using Records = testing::Types<Interface::EthIntfCounterGlim, Interface::VlanIntfCounterGlim,
                                Interface::QueueCounter::IntfQueueCounter,
                                Glim::Interface::DropCounter, Interface::IntfDescription>;
-TYPED_TEST_SUITE(PublishedSchema, Records);
+TYPED_TEST_SUITE(PublishedSchema, Records, Support::RecordNames);
 
 TYPED_TEST(PublishedSchema, IsTodaysOrCarriedOver) {
   Support::expectPublishedSchema<TypeParam>(ORU_SOURCE_DIR "/tests/platform/interface/schemas");

@@ -4,7 +4,7 @@
 #include <stdexcept>
 
 #include "platform/kel/exceptions.h"
-#include "tests/platform/kel/station_test.h"
+#include "tests/platform/kel/station_fixture.h"
 
 namespace KelTest {
 namespace {

@@ -3,7 +3,7 @@
 
 #include "platform/kel/exceptions.h"
 #include "platform/kel/system.h"
-#include "tests/platform/kel/station_test.h"
+#include "tests/platform/kel/station_fixture.h"
 
 namespace KelTest {
 namespace {

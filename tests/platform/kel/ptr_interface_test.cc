@@ -8,7 +8,7 @@
 #include "platform/kel/exceptions.h"
 #include "platform/kel/state_machine.h"
 #include "tests/platform/kel/machines.h"
-#include "tests/support/slot.h"
+#include "tests/support/virtual_slot.h"
 
 namespace Kel {
 namespace {

@@ -8,7 +8,7 @@
 #include "platform/kel/exceptions.h"
 #include "platform/kel/strep.h"
 #include "platform/kel/type_node.h"
-#include "tests/platform/kel/station_test.h"
+#include "tests/platform/kel/station_fixture.h"
 
 namespace KelTest {
 namespace {
@@ -265,104 +265,6 @@ TEST(ReflectionOfAdapters, PassesOnWhatTheAdapterDoesNotFind) {
   EXPECT_THROW(Kel::invoke(*sut, "shipIs", {"raft", "north"}), RangeException);
   EXPECT_THROW(Kel::invoke(*sut, "shipIs", {"ark"}), RangeException);
   EXPECT_TRUE(sut->ships.empty());
-}
-
-TEST(TypeNode, ListsTheAttributesInDeclarationOrderWithTheirKinds) {
-  struct Row {
-    std::string name;
-    AttributeKind kind;
-    std::size_t arity;
-    bool operator==(Row const&) const = default;
-  };
-  std::vector<Row> rows;
-  for (Kel::Attribute const& a : Station::_kelType.attributes())
-    rows.push_back({std::string(a.name), a.kind, a.arity});
-  EXPECT_EQ(rows, (std::vector<Row>{{"journal", AttributeKind::parameter, 0},
-                                    {"name", AttributeKind::key, 0},
-                                    {"period", AttributeKind::parameter, 0},
-                                    {"clock", AttributeKind::input, 0},
-                                    {"config", AttributeKind::input, 0},
-                                    {"limit", AttributeKind::value, 0},
-                                    {"label", AttributeKind::value, 0},
-                                    {"child", AttributeKind::collection, 0},
-                                    {"other", AttributeKind::collection, 0},
-                                    {"handleTime", AttributeKind::operation, 0},
-                                    {"handlePort", AttributeKind::operation, 0},
-                                    {"handlePort", AttributeKind::operation, 1},
-                                    {"handlePair", AttributeKind::operation, 2}}));
-}
-
-TEST(TypeNode, IsAnsweredByEachObjectOfTheType) {
-  auto const journal = Kel::make<Journal>();
-  auto const child = Kel::instance<Child>(journal, Kel::Name("a"));
-  EXPECT_EQ(child->fwkType(), &Child::_kelType);
-  EXPECT_EQ(child->fwkType()->name(), "KelTest::Child");
-}
-
-TEST(TypeNode, RegistersInOrder) {
-  std::size_t const before = Kel::typeNodes().size();
-  Kel::typeNodeIs(Station::_kelType);
-  Kel::typeNodeIs(Child::_kelType);
-  auto const nodes = Kel::typeNodes();
-  ASSERT_EQ(nodes.size(), before + 2);
-  EXPECT_EQ(nodes[before], &Station::_kelType);
-  EXPECT_EQ(nodes[before + 1], &Child::_kelType);
-  Kel::typeNodeDel(Station::_kelType);
-  Kel::typeNodeDel(Child::_kelType);
-}
-
-TEST(UnitTypes, AreRegisteredInOrderWhileTheUnitIsThere) {
-  std::size_t const before = Kel::typeNodes().size();
-  {
-    Kel::UnitTypes const unit{&Child::_kelType, &Station::_kelType};
-    auto const nodes = Kel::typeNodes();
-    ASSERT_EQ(nodes.size(), before + 2);
-    EXPECT_EQ(nodes[before], &Child::_kelType);
-    EXPECT_EQ(nodes[before + 1], &Station::_kelType);
-    EXPECT_EQ(Kel::registeredType("KelTest::Station"), &Station::_kelType);
-  }
-  EXPECT_EQ(Kel::typeNodes().size(), before);
-  EXPECT_EQ(Kel::registeredType("KelTest::Station"), nullptr);
-}
-
-TEST(Strep, OfAPointerIsItsTypeAndAddress) {
-  auto const journal = Kel::make<Journal>();
-  auto const child = Kel::instance<Child>(journal, Kel::Name("a"));
-  std::ostringstream address;
-  address << static_cast<void const*>(child.get());
-  EXPECT_EQ(Kel::valueToStrepOfRawPtr(child.get()), "KelTest::Child@" + address.str());
-  EXPECT_EQ(Kel::toStrep(child), "KelTest::Child@" + address.str());
-  EXPECT_EQ(Kel::valueToStrepOfRawPtr(nullptr), "null");
-}
-
-TEST(Strep, OfAPointerCannotBeRead) {
-  EXPECT_THROW(Kel::fromStrep<Ptr<Child>>("null"), OpNotSupportedException);
-}
-
-TEST(Strep, OfTextIsTheTextWithItsSpaces) {
-  EXPECT_EQ(Kel::fromStrep<Kel::String>(" a b "), Kel::String(" a b "));
-  EXPECT_EQ(Kel::fromStrep<Kel::Name>("a b"), Kel::Name("a b"));
-  EXPECT_EQ(Kel::toStrep(Kel::String("a b")), "a b");
-}
-
-TEST(Strep, OfAFlagIsAWord) {
-  EXPECT_EQ(Kel::toStrep(true), "true");
-  EXPECT_FALSE(Kel::fromStrep<bool>("false"));
-  EXPECT_THROW(Kel::fromStrep<bool>("1"), RangeException);
-}
-
-TEST(Strep, OfAnUnsignedNumberHasNoSign) {
-  EXPECT_EQ(Kel::fromStrep<std::uint64_t>("18446744073709551615"),
-            std::numeric_limits<std::uint64_t>::max());
-  EXPECT_THROW(Kel::fromStrep<std::uint64_t>("18446744073709551616"), RangeException);
-  EXPECT_THROW(Kel::fromStrep<std::uint32_t>("-1"), RangeException);
-  EXPECT_THROW(Kel::fromStrep<std::uint16_t>("65536"), RangeException);
-}
-
-TEST(Strep, OfASmallNumberIsANumberAndNoCharacter) {
-  EXPECT_EQ(Kel::fromStrep<std::uint8_t>("7"), 7);
-  EXPECT_EQ(Kel::toStrep(std::uint8_t{7}), "7");
-  EXPECT_THROW(Kel::fromStrep<std::uint8_t>("256"), RangeException);
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include <ostream>
 
 #include "platform/kel/exceptions.h"
-#include "tests/platform/kel/station_test.h"
+#include "tests/platform/kel/station_fixture.h"
 
 namespace KelTest {
 namespace {

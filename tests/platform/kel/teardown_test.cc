@@ -1,7 +1,7 @@
 // How the flags of a state machine reach what it holds, and the order of its end.
 #include <gtest/gtest.h>
 
-#include "tests/platform/kel/station_test.h"
+#include "tests/platform/kel/station_fixture.h"
 
 namespace KelTest {
 namespace {

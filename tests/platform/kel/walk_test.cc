@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-#include "tests/platform/kel/station_test.h"
+#include "tests/platform/kel/station_fixture.h"
 
 namespace KelTest {
 namespace {

@@ -7,7 +7,7 @@
 #include "platform/kel/state_machine.h"
 #include "platform/oru/common_sm_data.h"
 #include "tests/platform/kel/machines.h"
-#include "tests/support/slot.h"
+#include "tests/support/virtual_slot.h"
 
 namespace Oru {
 namespace {

@@ -14,7 +14,7 @@
 #include "platform/oru/hw_cli_config.h"
 #include "platform/qos/policy_map_status.h"
 #include "platform/wib/timer_wheel.h"
-#include "tests/support/slot.h"
+#include "tests/support/virtual_slot.h"
 
 namespace {
 
@@ -35,9 +35,11 @@ std::size_t whole(void (N::*callback)()) {
   return slot(callback);
 }
 
-TEST(NotifieeSlots, Clock) { expectInOrder({slot(&Kel::Clock::NotifieeConst::onTime)}); }
+TEST(NotifieeSlots, OfClockAreInContractOrder) {
+  expectInOrder({slot(&Kel::Clock::NotifieeConst::onTime)});
+}
 
-TEST(NotifieeSlots, TimerWheel) {
+TEST(NotifieeSlots, OfTimerWheelAreInContractOrder) {
   using N = Wib::TimerWheel::NotifieeConst;
   expectInOrder({slot(&N::onTime), slot(&N::onSystemClock), slot(&N::onMaxTicks),
                  slot(&N::onProcessTimeLimit), slot(&N::onCurrentWheelIndexTime),
@@ -46,7 +48,7 @@ TEST(NotifieeSlots, TimerWheel) {
                  slot(&N::onSystemClockTakesOffsetTime), slot(&N::onInitialized)});
 }
 
-TEST(NotifieeSlots, OruCommonSmData) {
+TEST(NotifieeSlots, OfOruCommonSmDataAreInContractOrder) {
   using N = Oru::OruCommonSmData::NotifieeConst;
   expectInOrder({slot(&N::onOperationalMode), slot(&N::onInitialized), keyed(&N::onIntf),
                  slot(&N::onIntfkelImmediate), whole(&N::onIntf), keyed(&N::onCpuIntf),
@@ -55,17 +57,17 @@ TEST(NotifieeSlots, OruCommonSmData) {
                  slot(&N::onKeepIntfCounters)});
 }
 
-TEST(NotifieeSlots, HwCliConfig) {
+TEST(NotifieeSlots, OfHwCliConfigAreInContractOrder) {
   using N = Oru::HwCliConfig::NotifieeConst;
   expectInOrder({keyed(&N::onClearCountersRequest), slot(&N::onClearCountersRequestkelImmediate),
                  whole(&N::onClearCountersRequest)});
 }
 
-TEST(NotifieeSlots, CliConfig) {
+TEST(NotifieeSlots, OfCliConfigAreInContractOrder) {
   expectInOrder({slot(&Oru::Counters::CliConfig::NotifieeConst::onPeriodPoll)});
 }
 
-TEST(NotifieeSlots, IntfDirs) {
+TEST(NotifieeSlots, OfIntfDirsAreInContractOrder) {
   using C = Interface::AllEthPhyIntfConfigDir::NotifieeConst;
   expectInOrder(
       {keyed(&C::onIntfConfig), slot(&C::onIntfConfigkelImmediate), whole(&C::onIntfConfig)});
@@ -74,39 +76,39 @@ TEST(NotifieeSlots, IntfDirs) {
       {keyed(&S::onIntfStatus), slot(&S::onIntfStatuskelImmediate), whole(&S::onIntfStatus)});
 }
 
-TEST(NotifieeSlots, IntfConfig) {
+TEST(NotifieeSlots, OfIntfConfigAreInContractOrder) {
   expectInOrder({slot(&Interface::IntfConfig::NotifieeConst::onLoadInterval)});
 }
 
-TEST(NotifieeSlots, IntfStatuses) {
+TEST(NotifieeSlots, OfIntfStatusesAreInContractOrder) {
   using S = Interface::EthPhyIntfStatus::NotifieeConst;
   expectInOrder({slot(&S::onSpeed), slot(&S::onOperState)});
   expectInOrder({slot(&Interface::VlanIntfStatus::NotifieeConst::onOperState)});
 }
 
-TEST(NotifieeSlots, IntfFlags) {
+TEST(NotifieeSlots, OfIntfFlagsAreInContractOrder) {
   using N = Interface::IntfFlags::NotifieeConst;
   expectInOrder({keyed(&N::onIntf), slot(&N::onIntfkelImmediate), whole(&N::onIntf)});
 }
 
-TEST(NotifieeSlots, BridgingConfig) {
+TEST(NotifieeSlots, OfBridgingConfigAreInContractOrder) {
   using N = Bridging::Config::NotifieeConst;
   expectInOrder(
       {keyed(&N::onVlanConfig), slot(&N::onVlanConfigkelImmediate), whole(&N::onVlanConfig)});
 }
 
-TEST(NotifieeSlots, VlanCountersCliReq) {
+TEST(NotifieeSlots, OfVlanCountersCliReqAreInContractOrder) {
   using N = Bridging::VlanCountersCliReq::NotifieeConst;
   expectInOrder({keyed(&N::onClearCountersRequest), slot(&N::onClearCountersRequestkelImmediate),
                  whole(&N::onClearCountersRequest)});
 }
 
-TEST(NotifieeSlots, SliceHwStatus) {
+TEST(NotifieeSlots, OfSliceHwStatusAreInContractOrder) {
   using N = Qos::SliceHwStatus::NotifieeConst;
   expectInOrder({keyed(&N::onPmapType), slot(&N::onPmapTypekelImmediate), whole(&N::onPmapType)});
 }
 
-TEST(NotifieeSlots, Dir) {
+TEST(NotifieeSlots, OfDirAreInContractOrder) {
   using N = Kel::Dir::NotifieeConst;
   expectInOrder({keyed(&N::onSubdir), slot(&N::onSubdirkelImmediate), whole(&N::onSubdir),
                  slot(&N::onMountImmediate), keyed(&N::onEntryState),
@@ -117,14 +119,14 @@ TEST(NotifieeSlots, Dir) {
                  slot(&N::onMountFlags)});
 }
 
-TEST(NotifieeSlots, PolicyMapHwStatus) {
+TEST(NotifieeSlots, OfPolicyMapHwStatusAreInContractOrder) {
   using N = Qos::PolicyMapHwStatus::NotifieeConst;
   expectInOrder({slot(&N::onType), slot(&N::onPrgmStatus), slot(&N::onPrgmStatusErrMessage),
                  slot(&N::onVersion), keyed(&N::onCmap), slot(&N::onCmapkelImmediate),
                  whole(&N::onCmap)});
 }
 
-TEST(NotifieeSlots, PolicyMapTypeHwStatus) {
+TEST(NotifieeSlots, OfPolicyMapTypeHwStatusAreInContractOrder) {
   using N = Qos::PolicyMapTypeHwStatus::NotifieeConst;
   expectInOrder({keyed(&N::onPmap), slot(&N::onPmapkelImmediate), whole(&N::onPmap)});
 }

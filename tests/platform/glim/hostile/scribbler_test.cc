@@ -5,7 +5,6 @@
 #include <array>
 #include <map>
 #include <optional>
-#include <random>
 #include <set>
 
 #include "tests/platform/glim/hostile/drill.h"

@@ -20,6 +20,7 @@ using Pekt::IntfId;
 // Each table under test: its collection, three keys in their order, and the collection's own names.
 
 struct EthernetCounters {
+  static constexpr char const* name = "EthernetCounters";
   using Table = Interface::AllEthIntfCounterGlim;
   static constexpr auto put = &Table::counterIs;
   static constexpr auto del = &Table::counterDel;
@@ -28,6 +29,7 @@ struct EthernetCounters {
 };
 
 struct VlanInterfaceCounters {
+  static constexpr char const* name = "VlanInterfaceCounters";
   using Table = Interface::AllVlanIntfCounterGlim;
   static constexpr auto put = &Table::counterIs;
   static constexpr auto del = &Table::counterDel;
@@ -36,6 +38,7 @@ struct VlanInterfaceCounters {
 };
 
 struct QueueCounters {
+  static constexpr char const* name = "QueueCounters";
   using Table = Interface::QueueCounter::AllIntfQueueCounters;
   static constexpr auto put = &Table::intfQueueCounterIs;
   static constexpr auto del = &Table::remove;
@@ -44,6 +47,7 @@ struct QueueCounters {
 };
 
 struct DropCounters {
+  static constexpr char const* name = "DropCounters";
   using Table = Glim::Interface::AllDropCounterDir;
   static constexpr auto put = &Table::counterIs;
   static constexpr auto del = &Table::remove;
@@ -52,6 +56,7 @@ struct DropCounters {
 };
 
 struct VlanCounters {
+  static constexpr char const* name = "VlanCounters";
   using Table = Glim::Bridging::VlanCounterDir;
   static constexpr auto put = &Table::vlanCounterIs;
   static constexpr auto del = &Table::vlanCounterDel;
@@ -60,6 +65,7 @@ struct VlanCounters {
 };
 
 struct VlanSnapshots {
+  static constexpr char const* name = "VlanSnapshots";
   using Table = Glim::Bridging::VlanCounterSnapshotDir;
   static constexpr auto put = &Table::vlanCounterSnapshotIs;
   static constexpr auto del = &Table::vlanCounterSnapshotDel;
@@ -68,6 +74,7 @@ struct VlanSnapshots {
 };
 
 struct PolicingClassCounters {
+  static constexpr char const* name = "PolicingClassCounters";
   using Table = Qos::AllCoppClassCounter;
   static constexpr auto put = &Table::counterIs;
   static constexpr auto del = &Table::counterDel;
@@ -133,7 +140,15 @@ class PublishedTable : public testing::Test {
 
 using Tables = testing::Types<EthernetCounters, VlanInterfaceCounters, QueueCounters, DropCounters,
                               VlanCounters, VlanSnapshots, PolicingClassCounters>;
-TYPED_TEST_SUITE(PublishedTable, Tables);
+// Names the suites in the output of the tests.
+class TableNames {
+ public:
+  template <class Named>
+  static std::string GetName(int) {
+    return Named::name;
+  }
+};
+TYPED_TEST_SUITE(PublishedTable, Tables, TableNames);
 
 TYPED_TEST(PublishedTable, FindsTheRecordThatWasWritten) {
   this->put(this->row(this->keys[0], 1));
