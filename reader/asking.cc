@@ -1,6 +1,5 @@
 #include "reader/asking.h"
 
-#include <map>
 #include <ostream>
 
 #include "reader/control_client.h"
@@ -12,14 +11,10 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-ExitCode exitCodeOf(std::string const& code) {
-  static std::map<std::string, ExitCode> const known{
-      {"noPermission", ExitCode::noPermission},     {"unknownPath", ExitCode::refused},
-      {"notSupported", ExitCode::refused},          {"unknownOperation", ExitCode::refused},
-      {"wrongArguments", ExitCode::wrongArguments}, {"tooLong", ExitCode::wrongArguments},
-      {"unknownInterface", ExitCode::unknownName},  {"unknownVlan", ExitCode::unknownName}};
-  auto const at = known.find(code);
-  return at == known.end() ? ExitCode::agentFailed : at->second;
+ExitCode exitCodeOf(std::string_view code) {
+  for (auto const& [known, exitCode] : kRefusals)
+    if (known == code) return exitCode;
+  return ExitCode::agentFailed;
 }
 
 }  // namespace

@@ -1,11 +1,15 @@
 // Questions to the agent, and the answers that were understood.
 #pragma once
 
+#include <array>
 #include <functional>
 #include <iosfwd>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <string_view>
+#include <utility>
 
+#include "reader/exit_code.h"
 #include "reader/snapshot.h"
 
 namespace Show {
@@ -17,6 +21,17 @@ struct ControlWorld {
   // What there is, interfaces of every kind among it, for those who name some.
   std::function<Snapshot()> take;
 };
+
+// What the codes of the agent's refusals end the program with; ExitCode::agentFailed for others.
+inline constexpr std::array<std::pair<std::string_view, ExitCode>, 8> kRefusals{
+    {{"noPermission", ExitCode::noPermission},
+     {"unknownPath", ExitCode::refused},
+     {"notSupported", ExitCode::refused},
+     {"unknownOperation", ExitCode::refused},
+     {"wrongArguments", ExitCode::wrongArguments},
+     {"tooLong", ExitCode::wrongArguments},
+     {"unknownInterface", ExitCode::unknownName},
+     {"unknownVlan", ExitCode::unknownName}}};
 
 class Asking {
  public:

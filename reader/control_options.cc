@@ -46,16 +46,19 @@ struct ControlOptions::Commands {
 
 ControlOptions::ControlOptions(CLI::App& app, Options& options)
     : _commands(std::make_unique<Commands>()), _options(options) {
-  auto const add = [&](char const* name, char const* about, char const* examples,
-                       Options::Command command) -> CLI::App& {
-    CLI::App& added = *app.add_subcommand(name, about);
-    added.footer(std::string("Examples:\n") + examples);
-    added.add_flag("--json", options.json, "The answer as JSON (see docs/oru-counters.md)");
-    added
+  auto const addCommon = [&options](CLI::App& command) {
+    command.add_flag("--json", options.json, "The answer as JSON (see docs/oru-counters.md)");
+    command
         .add_option("--timeout", options.timeout,
                     "Time to wait for an answer: 0.1 to 3600, by default 10")
         ->type_name("SECONDS")
         ->check(secondsWithin(0.1, 3600.0));
+  };
+  auto const add = [&](char const* name, char const* about, char const* examples,
+                       Options::Command command) -> CLI::App& {
+    CLI::App& added = *app.add_subcommand(name, about);
+    added.footer(std::string("Examples:\n") + examples);
+    addCommon(added);
     _commands->all.push_back({&added, command, {}});
     return added;
   };
@@ -80,6 +83,7 @@ ControlOptions::ControlOptions(CLI::App& app, Options& options)
                             char const* aboutWord) -> CLI::Option& {
     auto& added = all.clears.emplace_back(
         Commands::Clear{clear.add_subcommand(name, about), command, takes, {}});
+    addCommon(*added.app);
     return *added.app->add_option(placeholder, added.names, aboutWord)->type_name("")->required();
   };
   addClear("copp",
@@ -124,8 +128,8 @@ ControlOptions::ControlOptions(CLI::App& app, Options& options)
   word(ls, "COLLECTION", all.name, "One of its collections, to list the keys of");
 
   CLI::App& invoke = add("invoke", "Run an operation of one of the agent's state machines",
-                         "  oru-counters invoke countersSm handleIntf Ethernet1\n"
-                         "  oru-counters invoke countersSm updateCounters 1 Ethernet1\n",
+                         "  oru-counters invoke countersSm updateCounters 1 Ethernet1\n"
+                         "  oru-counters invoke countersSm/coppTypeSm/0 coppSmIs POLICY-MAP\n",
                          Options::Command::invoke);
   word(invoke, "PATH", all.path, kPath)->required();
   word(invoke, "OPERATION", all.name, "One that `ls PATH` lists with invoke")->required();

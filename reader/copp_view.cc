@@ -1,6 +1,5 @@
 #include "reader/copp_view.h"
 
-#include <string>
 #include <utility>
 
 #include "reader/counters.h"

@@ -18,9 +18,12 @@ constexpr char const* kDescription =
     "Shows the counters that oru-agentd publishes. show, top and tables read its tables only: "
     "they\n"
     "need no contact with the agent, and work while there is none. clear, poll, get, ls, invoke\n"
-    "and set ask the agent.";
+    "and set ask the agent. clear, poll, invoke and set change things in it: they take the\n"
+    "superuser or the agent's own user.";
 constexpr char const* kNames =
     "Interfaces to show: names (Ethernet3), the kernel's names (eth0), or patterns ('Ethernet*')";
+constexpr char const* kVlanIntfNames =
+    "VLAN interfaces to show: names (Vlan7), the kernel's names (eth0.7), or patterns ('Vlan1*')";
 constexpr char const* kJson = "Everything, as JSON (see docs/oru-counters.md)";
 
 std::optional<SortKey> sortKeyOf(std::string_view text) {
@@ -105,7 +108,7 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
                            "them: Linux leaves out\n"
                            "the 14 bytes of the Ethernet header of the frames that come in");
   vlanIntfs.alias("vlan-interface");
-  addCommon(vlanIntfs);
+  addCommon(vlanIntfs, "NAME", kVlanIntfNames);
   addRates(vlanIntfs);
   CLI::App& copp = *show.add_subcommand(
       "copp", "What each class of the control plane's policing counted, and since its last reset");
@@ -114,7 +117,7 @@ std::optional<ExitCode> parse(int argc, char const* const* argv, Options& option
                 "Packets and octets since the class's last reset alone; else as published");
 
   CLI::App& vlanCounters = *show.add_subcommand(
-      "vlans", "What each VLAN of the bridges counted: what came in from its ports and went out");
+      "vlans", "What each VLAN of the bridge counted: what came in from its ports and went out");
   vlanCounters.alias("vlan");
   addCommon(vlanCounters, "ID", "VLANs to show: ids, ranges, or lists of both: 10-20,30")
       .check(wrongVlans);

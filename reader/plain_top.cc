@@ -37,10 +37,18 @@ ExitCode plainTop(Options const& options, std::function<Snapshot(double now)> co
   LiveRates rates;
   std::vector<Problem> told;
   double const start = pace.steadyClock();
-  for (std::uint64_t tick = 0;; ++tick) {
-    double const offset = static_cast<double>(tick) * options.interval;
+  double missed = 0.0;  // what of the time since the start the ticks do not count
+  bool first = true;
+  for (std::uint64_t tick = 0;; ++tick, first = false) {
+    // The program may have been stopped for long: what was missed is not made up for.
+    if (double const now = pace.steadyClock() - start;
+        !first && now > missed + static_cast<double>(tick) * options.interval) {
+      missed = now;
+      tick = 0;
+    }
+    double const offset = missed + static_cast<double>(tick) * options.interval;
     if (options.duration && offset > *options.duration) break;
-    if (tick != 0 && !pace.waitUntil(start + offset)) break;
+    if (!first && !pace.waitUntil(start + offset)) break;
 
     Snapshot snapshot = take(pace.wallClock());
     auto const unknown = select(snapshot, options.names);
@@ -55,7 +63,7 @@ ExitCode plainTop(Options const& options, std::function<Snapshot(double now)> co
     if (options.json)
       out << jsonText(json(snapshot, told), true);
     else
-      out << (tick != 0 ? "\n" : "") << tableText(snapshot, errors, top);
+      out << (first ? "" : "\n") << tableText(snapshot, errors, top);
     out.flush();
     if (!out) break;
   }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
 

@@ -41,6 +41,7 @@ std::vector<Line> notes(Options const& options, Snapshot const& snapshot) {
                          (command == Command::showInterfaces && !ratesAlone);
   std::vector<Line> lines;
   if (options.rates) lines.push_back({{std::string(kRatesNote)}});
+  if (ratesAlone && options.sinceClear) lines.push_back({{std::string(kRatesSinceClearNote)}});
   if (clearable && !options.sinceClear && anyCleared(snapshot))
     lines.push_back({{std::string(kClearedNote)}});
   return lines;

@@ -18,9 +18,10 @@ struct Place {
   bool colours = false;
 };
 
-// The tables that a command about interfaces takes: those that `show` and `top` read.
+// The tables that a command about interfaces, classes or VLANs takes: those that `show` and `top`
+// read.
 std::vector<Table> tablesOf(Options::Command command);
-// And the kind of interface that it is about.
+// And the kind of interface that it is about, where it is about interfaces.
 IntfKind intfKindOf(Options::Command command);
 
 // What the options ask for goes to `out`, what is wrong to `err`, a line each.

@@ -1,7 +1,6 @@
 // The files of a directory of tables, each for what it is.
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>

@@ -179,10 +179,15 @@ Json json(TableDirectory const& directory, double now, std::vector<OpenTable> co
 
 ExitCode tablesList(Options const& options, double now, Place const& place, std::ostream& out,
                     std::ostream& err) {
-  TableDirectory const directory = readDirectory(options.directory, options.trust());
+  TableDirectory directory = readDirectory(options.directory, options.trust());
   std::vector<Problem> wrong;
   std::vector<OpenTable> tables;
-  if (auto const nothing = nothingThere(directory)) wrong.push_back(*nothing);
+  if (auto const nothing = nothingThere(directory)) {
+    wrong.push_back(*nothing);
+    // Another directory was meant: what is in this one is none of the tables' business.
+    std::erase_if(directory.files,
+                  [](FileSeen const& seen) { return seen.kind == FileKind::other; });
+  }
   for (FileSeen const& seen : directory.files) {
     if (seen.kind != FileKind::table) continue;
     tables.push_back(openTable(directory, seen));

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <map>
 #include <string_view>
-#include <vector>
 
 #include "reader/counters.h"
 #include "reader/snapshot.h"

@@ -47,6 +47,8 @@ std::vector<Line> countersView(Snapshot const& snapshot, Basis basis, std::size_
 // What to tell before the rates.
 inline constexpr std::string_view kRatesNote =
     "Rates are the agent's averages over each interface's load interval.";
+inline constexpr std::string_view kRatesSinceClearNote =
+    "A clear does not change them: --since-clear is about counts.";
 std::vector<Line> ratesView(Snapshot const& snapshot, std::size_t width);
 std::vector<Line> errorsView(Snapshot const& snapshot, Basis basis, std::size_t width);
 

@@ -21,7 +21,7 @@ struct Link {
   OperState operState = OperState::unknown;
   std::uint32_t txQueues = 0;            // transmit queues; 0: the kernel does not say
   std::optional<std::uint64_t> speed{};  // bit/s; none while the link has no known speed
-  std::uint16_t vlanId = 0;  // of a link of kind "vlan", 1 to 4094; 0: it is none of an interface
+  std::uint16_t vlanId = 0;  // of a link of kind "vlan", 1 to 4094; 0: no VLAN interface
 
   bool operator==(Link const&) const = default;
 };

@@ -20,9 +20,9 @@ class ControlClientTest : public testing::Test {
  protected:
   ControlClientTest() {
     std::string name = (std::filesystem::temp_directory_path() / "oru-control-XXXXXX").string();
-    directory = ::mkdtemp(name.data());
+    made = directory = ::mkdtemp(name.data());
   }
-  ~ControlClientTest() override { std::filesystem::remove_all(directory); }
+  ~ControlClientTest() override { std::filesystem::remove_all(made); }
 
   void listen(int backlog = 1) {
     server = Glim::FileDescriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
@@ -55,7 +55,7 @@ class ControlClientTest : public testing::Test {
     return ExitCode::ok;
   }
 
-  std::string directory, why;
+  std::string made, directory, why;
   Glim::FileDescriptor server, peer;
   std::unique_ptr<ControlClient> sut;
 };

@@ -138,5 +138,21 @@ TEST_F(ControlCommandLine, HelpHasExamples) {
   EXPECT_THAT(out.str(), HasSubstr("oru-counters clear all"));
 }
 
+TEST_F(ControlCommandLine, HelpOfWhatIsClearedHasTheOptionsOfAllThatIsAsked) {
+  for (char const* const what : {"vlan", "copp"}) {
+    out.str("");
+    EXPECT_EQ(parse({"clear", what, "--help"}), ExitCode::ok);
+    EXPECT_THAT(out.str(), HasSubstr("--json"));
+    EXPECT_THAT(out.str(), HasSubstr("--timeout SECONDS"));
+  }
+}
+
+TEST_F(ControlCommandLine, WhatIsClearedTakesATimeoutBeforeAndAfterItsWord) {
+  EXPECT_EQ(parse({"clear", "vlan", "10", "--timeout", "0.5"}), std::nullopt);
+  EXPECT_EQ(sut.timeout, 0.5);
+  EXPECT_EQ(parse({"clear", "--timeout", "0.7", "copp", "all"}), std::nullopt);
+  EXPECT_EQ(sut.timeout, 0.7);
+}
+
 }  // namespace
 }  // namespace Show

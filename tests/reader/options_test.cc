@@ -228,6 +228,18 @@ TEST_F(CommandLine, HelpOfACommandTellsItsOptions) {
   EXPECT_THAT(out.str(), HasSubstr("name, in, out, errors"));
 }
 
+TEST_F(CommandLine, HelpOfVlanInterfacesNamesSuch) {
+  EXPECT_EQ(parse({"show", "vlan-interfaces", "--help"}), ExitCode::ok);
+  EXPECT_THAT(out.str(), HasSubstr("names (Vlan7), the kernel's names (eth0.7)"));
+  EXPECT_THAT(out.str(), Not(HasSubstr("Ethernet3")));
+}
+
+TEST_F(CommandLine, HelpTellsWhoMayChangeThings) {
+  parse({"--help"});
+  EXPECT_THAT(out.str(), testing::ContainsRegex("clear, poll, invoke and set change things in it: "
+                                                "they take the\\s*superuser or the agent's own"));
+}
+
 TEST_F(CommandLine, TheVersionIsThePrograms) {
   EXPECT_EQ(parse({"--version"}), ExitCode::ok);
   EXPECT_THAT(out.str(), testing::MatchesRegex("oru-counters [0-9]+\\.[0-9]+\\.[0-9]+\n"));

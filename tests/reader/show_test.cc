@@ -48,6 +48,15 @@ TEST_F(ShowCommands, CountsSinceTheClearNeedNoNote) {
   EXPECT_THAT(out.str(), AllOf(Not(HasSubstr(kNote)), HasSubstr("Cleared")));
 }
 
+TEST_F(ShowCommands, RatesSinceTheClearAreToldToBeTheSame) {
+  options.rates = options.sinceClear = true;
+  show(Command::showInterfaces);
+  EXPECT_THAT(out.str(), HasSubstr("\nA clear does not change them: "));
+  options.errors = true;  // which are counts
+  show(Command::showInterfaces);
+  EXPECT_THAT(out.str(), Not(HasSubstr("A clear does not change them")));
+}
+
 TEST_F(ShowCommands, AClearIsNotToldOfIntfsThatAreNotShown) {
   clearFirst();
   options.names = {"Ethernet2"};

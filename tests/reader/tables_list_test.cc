@@ -91,6 +91,22 @@ TEST_F(TablesCommands, ListTellsATableThatCannotBeReadAndShowsTheOthers) {
   EXPECT_THAT(err.str(), HasSubstr("/broken.glim is not a table"));
 }
 
+// As where --tables was mistyped.
+TEST_F(TablesCommands, ListOfADirectoryWithoutTablesTellsNoFilesOfOthers) {
+  tables.write("notes", "hello");
+  std::filesystem::rename(tables.file("notes"), tables.directory() + "/notes.txt");
+  EXPECT_EQ(list(), ExitCode::tableMissing);
+  EXPECT_THAT(out.str(), IsEmpty());
+  EXPECT_THAT(err.str(), HasSubstr("no tables"));
+  options.json = true;
+  list();
+  EXPECT_EQ(json()["files"], Json::array());
+  tables.write("gone", "");
+  std::filesystem::rename(tables.file("gone"), tables.directory() + "/gone.lock");
+  list();
+  EXPECT_EQ(json()["files"][0]["file"], "gone.lock");
+}
+
 TEST_F(TablesCommands, ListInJsonHasTablesAndFiles) {
   startWithTwo();
   tables.write("broken", "not a table at all\n");

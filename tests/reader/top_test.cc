@@ -10,6 +10,7 @@ namespace Show {
 namespace {
 
 using Interface::OperState;
+using testing::DoubleNear;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
@@ -330,6 +331,24 @@ TEST_F(PlainTop, EndsWhenItIsAskedTo) {
   pace.endAt = 2.5;
   EXPECT_EQ(run(), ExitCode::ok);
   EXPECT_THAT(times, ElementsAre(0.0, 1.0, 2.0));
+}
+
+// As with Ctrl-Z and fg.
+TEST_F(PlainTop, DoesNotMakeUpForTablesThatItMissedWhileItWasStopped) {
+  each = [this](Snapshot&) {
+    if (times.size() == 2) pace.time = 20.3;
+  };
+  pace.endAt = 22.5;
+  run();
+  EXPECT_THAT(times, ElementsAre(0.0, 1.0, DoubleNear(20.3, 1e-6), DoubleNear(21.3, 1e-6),
+                                 DoubleNear(22.3, 1e-6)));
+}
+
+TEST_F(PlainTop, EndsWhenItsTimeWasOverWhileItWasStopped) {
+  options.duration = 5.0;
+  each = [this](Snapshot&) { pace.time = 20.3; };
+  run();
+  EXPECT_THAT(times, ElementsAre(0.0));
 }
 
 TEST_F(PlainTop, EndsWhenItsOutputIsTakenNoMore) {
