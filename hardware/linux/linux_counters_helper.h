@@ -20,6 +20,7 @@
 #include "hardware/linux/port_account.h"
 #include "hardware/linux/qdisc_stats.h"
 #include "hardware/linux/queue_account.h"
+#include "hardware/linux/rows_of.h"
 #include "platform/interface/queue_clearing.h"
 #include "platform/interface/vlan_intf_counter.h"
 
@@ -96,12 +97,8 @@ class LinuxCountersHelper final : public OruHelper::OruHelperCountersSm {
   void linkIs(Pekt::IntfId const& intfId, Link const& link);
   void linkDel(Pekt::IntfId const& intfId);
 
-  /// Which link the published rows of an interface, and the offsets kept for them, are of.
-  enum class RowsOf : std::uint8_t {
-    nobody,    // there is no row, or no offsets: such a row holds no count of a link
-    another,   // a link that went, or one of another network namespace or run of the machine
-    thisLink,  // the rows' counts are of this link and go on
-  };
+  /// Of the published rows of an interface, and the offsets kept for them.
+  using RowsOf = Linux::RowsOf;
   RowsOf rowsOf(Pekt::IntfId const& intfId, int ifindex) const;
 
   /// Make sure that there is room to keep the interface's offsets. False: there is none, and none

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <optional>
 
@@ -62,9 +61,6 @@ class PortAccount {
   /// The sample to hand over: the change since the start. Counters that were never counted have no
   /// value if they are optional, else 0. The time is left as it is.
   void sample(Interface::IntfStatistics& intf, Interface::EthStatistics& eth) const;
-
-  /// The fields that a reading knew so far.
-  PortFields known() const { return known_; }
 
  private:
   PortTotals base_;

@@ -38,8 +38,9 @@ QueueReading queueReading(std::span<Qdisc const> qdiscs, std::uint32_t txQueues)
 
 std::uint32_t unsupportedQueueCounters(QueueReading const& reading) {
   using namespace Interface;
-  constexpr std::uint32_t kDropOctets = 0x88;
+  // Of single queues, and of all of them together.
   static_assert(kQueueCounterNames[3] == "dropOctets");
+  constexpr std::uint32_t kDropOctets = 1U << 3 | 1U << (kQueueCounterNames.size() + 3);
   return kDropOctets | (reading.countsQueues() ? 0 : kNoSingleQueues) |
          (reading.countsTogether() ? 0 : kNoQueuesTogether);
 }

@@ -8,7 +8,7 @@ namespace Hardware::Simulated {
 
 namespace {
 
-constexpr std::array<std::string_view, fates> names = {
+constexpr std::array<std::string_view, fateCount> names = {
     "inUcastPkts",         "inMulticastPkts",
     "inBroadcastPkts",     "inDiscards",
     "inUnknownProtos",     "outUcastPkts",
@@ -21,7 +21,7 @@ constexpr std::array<std::string_view, fates> names = {
     "carrierSenseErrors",  "inPauseFrames",
     "outPauseFrames",      "aclDrops",
 };
-static_assert(static_cast<std::size_t>(Fate::aclDrops) + 1 == fates);
+static_assert(static_cast<std::size_t>(Fate::aclDrops) + 1 == fateCount);
 
 std::uint64_t whole(double frames) { return static_cast<std::uint64_t>(frames); }
 

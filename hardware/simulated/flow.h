@@ -44,7 +44,7 @@ enum class Fate : std::uint8_t {
   outPauseFrames,
   aclDrops,
 };
-inline constexpr std::size_t fates = 22;
+inline constexpr std::size_t fateCount = 22;
 
 std::string_view name(Fate fate);
 std::optional<Fate> fateNamed(std::string_view name);

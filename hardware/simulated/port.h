@@ -24,7 +24,7 @@ inline constexpr std::size_t egressQueues = 8;
 
 // What the counters of a port stand at; every count is modulo 2^64.
 struct Sample {
-  std::array<std::uint64_t, fates> byFate{};
+  std::array<std::uint64_t, fateCount> byFate{};
   std::uint64_t inOctets = 0;
   std::uint64_t outOctets = 0;
   std::array<std::uint64_t, frameSizes> inSizes{};

@@ -32,7 +32,9 @@ constexpr char const* kMqChild =
 /// A message of its own memory.
 class Message {
  public:
-  explicit Message(std::string_view hex) {
+  // What is `behind` it is not of the message.
+  explicit Message(std::string_view hex, char behind = 0) {
+    bytes_.fill(behind);
     for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
       bytes_[i / 2] = static_cast<char>(std::stoi(std::string(hex.substr(i, 2)), nullptr, 16));
   }
@@ -105,9 +107,14 @@ TEST(QdiscMessage, CutAnywhereIsNoCountThatIsWrong) {
 TEST(QdiscMessage, WithAnyLengthOfAnyAttributeIsReadWithinIt) {
   for (std::size_t at = sizeof(nlmsghdr) + sizeof(tcmsg); at < 0xb0; at += 4)
     for (char const length : {'\0', '\1', '\4', '\7', '\xff'}) {
-      Message message(kMqChild);
-      message.at(at) = length;
-      readQdiscMessage(message.header());  // for the address sanitizer
+      auto const readBefore = [&](char behind) {
+        Message message(kMqChild, behind);
+        message.at(at) = length;
+        return readQdiscMessage(message.header());
+      };
+      auto const news = readBefore('\0'), same = readBefore('\x5a');
+      ASSERT_EQ(news.has_value(), same.has_value()) << at;
+      if (news) EXPECT_EQ(news->qdisc, same->qdisc) << at;
     }
 }
 

@@ -58,7 +58,7 @@ TEST(Flow, InBurstsNeverStepsBack) {
 }
 
 TEST(Fate, IsFoundByItsOwnName) {
-  for (std::size_t i = 0; i < fates; ++i) {
+  for (std::size_t i = 0; i < fateCount; ++i) {
     auto const fate = static_cast<Fate>(i);
     EXPECT_EQ(fateNamed(name(fate)), fate);
   }
