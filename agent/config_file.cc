@@ -1,5 +1,7 @@
 #include "agent/config_file.h"
 
+#include <net/if.h>
+
 #define TOML_EXCEPTIONS 1
 #include <toml++/toml.h>
 
@@ -22,16 +24,17 @@ class Reader {
     ConfigFile config;
     for (auto const& [key, value] : file) {
       if (key == "tables") {
-        config.tables = text(value, "a directory");
+        config.tables = text("tables", value, "a directory");
       } else if (key == "period") {
-        config.period = seconds(value, kMinPeriod, kMaxPeriod);
+        config.period = seconds("period", value, kMinPeriod, kMaxPeriod);
       } else if (key == "interfaces") {
-        config.interfaces = patterns(value);
+        config.interfaces = patterns("interfaces", value);
       } else if (key == "load-interval") {
         using Interface::LoadInterval;
-        config.loadInterval = LoadInterval(seconds(value, LoadInterval::kMin, LoadInterval::kMax));
+        config.loadInterval =
+            LoadInterval(seconds("load-interval", value, LoadInterval::kMin, LoadInterval::kMax));
       } else if (key == "keep-counters") {
-        config.keepCounters = truth(value);
+        config.keepCounters = truth("keep-counters", value);
       } else if (key == "names") {
         config.names = names(value);
       } else if (key == "acl-drops") {
@@ -60,65 +63,81 @@ class Reader {
     fail(node.source(), why);
   }
 
-  std::string text(toml::node const& node, char const* what) const {
+  // `what` is what the message calls the setting.
+  std::string text(std::string const& what, toml::node const& node, char const* takes) const {
     auto const text = node.value_exact<std::string>();
-    if (!text || text->empty()) fail(node, std::string("must be ") + what + " in quotes");
+    if (!text || text->empty()) fail(node, what + " must be " + takes + " in quotes");
     return *text;
   }
 
-  bool truth(toml::node const& node) const {
+  bool truth(std::string const& what, toml::node const& node) const {
     auto const truth = node.value_exact<bool>();
-    if (!truth) fail(node, "must be true or false");
+    if (!truth) fail(node, what + " must be true or false");
     return *truth;
   }
 
-  Kel::Seconds seconds(toml::node const& node, double min, double max) const {
+  Kel::Seconds seconds(std::string const& what, toml::node const& node, double min,
+                       double max) const {
     double const value = node.is_number() ? node.value<double>().value_or(-1.0) : -1.0;
     if (value >= min && value <= max) return value;  // false for what is not a number
     std::ostringstream why;
-    why << "must be a number of seconds from " << min << " to " << max;
+    why << what << " must be a number of seconds from " << min << " to " << max;
     fail(node, why.str());
   }
 
-  std::vector<std::string> patterns(toml::node const& node) const {
+  std::vector<std::string> patterns(std::string const& what, toml::node const& node) const {
     auto const* const list = node.as_array();
-    if (list == nullptr || list->empty()) fail(node, "must be a list of patterns, as [\"eth*\"]");
+    if (list == nullptr || list->empty())
+      fail(node, what + " must be a list of patterns, as [\"eth*\"]");
     std::vector<std::string> all;
-    for (auto const& element : *list) all.push_back(text(element, "a pattern of kernel names"));
+    for (auto const& element : *list)
+      all.push_back(text("each of " + what, element, "a pattern of kernel names"));
     return all;
   }
 
-  toml::table const& section(toml::node const& node, char const* name) const {
+  toml::table const& section(std::string const& what, toml::node const& node) const {
     auto const* const table = node.as_table();
-    if (table == nullptr) fail(node, "must be a section: [" + std::string(name) + "]");
+    if (table == nullptr) fail(node, what + " must be a section: [" + what + "]");
     return *table;
+  }
+
+  // What can be none is a slip, or an alternative name, and would never be met.
+  void requireKernelName(std::string_view name, toml::source_region const& where) const {
+    if (name.empty() || name.size() >= IFNAMSIZ || name.find('/') != std::string_view::npos)
+      fail(where, "'" + std::string(name) + "' is no link's kernel name: those have 1 to " +
+                      std::to_string(IFNAMSIZ - 1) + " bytes, and no slash");
   }
 
   AclDropMap aclDrops(toml::node const& node) const {
     AclDropMap all;
-    for (auto const& [kernelName, value] : section(node, "acl-drops")) {
-      char const* const kWhat =
-          "family, table and name of an nftables counter, as \"inet acl eth0_drops\"";
-      auto const counter = Hardware::Linux::NftCounterName::parse(
-          text(value, (std::string("the ") + kWhat).c_str()));
+    for (auto const& [key, value] : section("acl-drops", node)) {
+      char const* const kTakes =
+          "the family, table and name of an nftables counter, as \"inet acl eth0_drops\"";
+      std::string const kernelName(key.str());
+      std::string const what = kernelName + " of [acl-drops]";
+      requireKernelName(kernelName, key.source());
+      auto const counter = Hardware::Linux::NftCounterName::parse(text(what, value, kTakes));
       if (!counter)
-        fail(value, std::string("must be the ") + kWhat + "; families are " +
+        fail(value, what + " must be " + kTakes + "; families are " +
                         std::string(Hardware::Linux::NftCounterName::families()));
-      all.emplace(std::string(kernelName.str()), *counter);
+      all.emplace(kernelName, *counter);
     }
     return all;
   }
 
   VlanOptions vlans(toml::node const& node) const {
     VlanOptions options;
-    for (auto const& [key, value] : section(node, "vlans")) {
-      if (key == "bridge")
-        options.bridge = text(value, "the kernel name of a bridge");
-      else if (key == "statistics")
-        options.statistics = truth(value);
-      else
+    for (auto const& [key, value] : section("vlans", node)) {
+      std::string const what = std::string(key.str()) + " of [vlans]";
+      if (key == "bridge") {
+        options.bridge = text(what, value, "the kernel name of a bridge");
+        requireKernelName(options.bridge, value.source());
+      } else if (key == "statistics") {
+        options.statistics = truth(what, value);
+      } else {
         fail(key.source(), std::string(key.str()) +
                                " is not a setting of [vlans]; there are bridge and statistics");
+      }
     }
     return options;
   }
@@ -126,22 +145,25 @@ class Reader {
   NameMap names(toml::node const& node) const {
     NameMap all;
     std::set<Pekt::IntfId> given;
-    for (auto const& [kernelName, value] : section(node, "names")) {
-      Pekt::IntfId const id = ethernetName(value);
+    for (auto const& [key, value] : section("names", node)) {
+      std::string const kernelName(key.str());
+      requireKernelName(kernelName, key.source());
+      Pekt::IntfId const id = ethernetName(kernelName + " of [names]", value);
       if (!given.insert(id).second) fail(value, std::string(id.view()) + " is given to two links");
-      all.emplace(std::string(kernelName.str()), id);
+      all.emplace(kernelName, id);
     }
     return all;
   }
 
-  Pekt::IntfId ethernetName(toml::node const& node) const {
-    std::string const name = text(node, "a name such as \"Ethernet1/1\"");
+  Pekt::IntfId ethernetName(std::string const& what, toml::node const& node) const {
+    std::string const name = text(what, node, "a name such as \"Ethernet1/1\"");
     try {
       Pekt::IntfId const id(name);
       if (Pekt::EthIntfId::isEthIntfId(id)) return id;
     } catch (Kel::RangeException const&) {  // too long for any name
     }
-    fail(node, "'" + name + "' is not the name of an Ethernet interface, such as Ethernet1/1");
+    fail(node,
+         what + ": '" + name + "' is not the name of an Ethernet interface, such as Ethernet1/1");
   }
 
   std::string const& _path;

@@ -14,7 +14,7 @@ using Qos::MapType;
 
 Kel::Name const kName(kCoppPolicyMap);
 Qos::PolicyMapHwStatusKey const kKey(kName, Qos::Direction::input);
-Kel::Name const kSlice("linux");
+Kel::Name const kSlice("chip");  // the only one, whichever chip it is
 constexpr Qos::ClassMapHwStatus kProgrammed{.prgmStatus = Qos::PrgmStatus::succeeded, .version = 1};
 
 Kel::Name className(Qos::CoppClassName const& name) { return Kel::Name(name.stringValue()); }

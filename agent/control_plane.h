@@ -2,7 +2,6 @@
 // map that its classes are in.
 #pragma once
 
-#include <set>
 #include <string_view>
 
 #include "agent/chip.h"

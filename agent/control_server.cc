@@ -18,10 +18,10 @@ std::optional<uid_t> ControlServer::peerUser(int fd) {
 }
 
 ControlServer::ControlServer(EventLoop& loop, std::string const& directory,
-                             ControlRequests requests, std::function<Kel::Seconds()> steady,
+                             ControlDispatcher requests, std::function<Kel::Seconds()> steady,
                              PeerUser peerUser)
     : _loop(loop),
-      _requests(std::make_unique<ControlRequests>(std::move(requests))),
+      _requests(std::make_unique<ControlDispatcher>(std::move(requests))),
       _steady(std::move(steady)),
       _peerUser(std::move(peerUser)),
       _socket(directory) {

@@ -12,7 +12,7 @@
 #include <optional>
 
 #include "agent/control_connection.h"
-#include "agent/control_requests.h"
+#include "agent/control_dispatcher.h"
 #include "agent/control_socket.h"
 #include "agent/event_loop.h"
 
@@ -34,15 +34,15 @@ class ControlServer {
   static std::optional<uid_t> peerUser(int fd);
 
   // Takes clients from now on. The loop must outlive it.
-  ControlServer(EventLoop& loop, std::string const& directory, ControlRequests requests,
+  ControlServer(EventLoop& loop, std::string const& directory, ControlDispatcher requests,
                 std::function<Kel::Seconds()> steady, PeerUser peerUser = &ControlServer::peerUser);
   ~ControlServer();
   ControlServer(ControlServer const&) = delete;
   ControlServer& operator=(ControlServer const&) = delete;
 
   // What clients ask is carried out by these from now on.
-  void requestsAre(ControlRequests requests) {
-    _requests = std::make_unique<ControlRequests>(std::move(requests));
+  void requestsAre(ControlDispatcher requests) {
+    _requests = std::make_unique<ControlDispatcher>(std::move(requests));
   }
 
   // Carries out what there is, as far as this turn goes. To be called in each turn of the loop,
@@ -68,7 +68,7 @@ class ControlServer {
   void drop(int fd);
 
   EventLoop& _loop;
-  std::unique_ptr<ControlRequests> _requests;
+  std::unique_ptr<ControlDispatcher> _requests;
   std::function<Kel::Seconds()> const _steady;
   PeerUser const _peerUser;
   ControlSocket const _socket;

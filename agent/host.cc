@@ -9,6 +9,7 @@
 #include "agent/simulated_chip.h"
 #include "counters/counters_sm.h"
 #include "platform/kel/activity.h"
+#include "platform/kel/strep.h"
 
 namespace Agent {
 namespace {
@@ -24,9 +25,13 @@ std::unique_ptr<Chip> makeChip(Options const& options, Host::ChipMaker const& ot
                                LinkNames const& names, Tables& tables, Interfaces& interfaces,
                                Vlans& vlans, Kel::Ptr<Kel::Clock> const& clock) {
   if (other) return other(tables, interfaces, vlans);
-  if (options.chip == ChipKind::simulated)
-    return std::make_unique<SimulatedChip>(options.ports, options.vlanInterfaces, options.seed,
-                                           tables, interfaces, vlans);
+  if (options.chip == ChipKind::simulated) {
+    using Hardware::Simulated::Chip;
+    auto const chip = options.scripted ? options.scripted
+                                       : std::make_shared<Chip const>(Chip::seeded(
+                                             options.ports, options.seed, options.vlanInterfaces));
+    return std::make_unique<SimulatedChip>(chip, tables, interfaces, vlans);
+  }
   return std::make_unique<KernelChip>(names, options.aclDrops, options.keepCounters, options.vlans,
                                       tables, interfaces, vlans, clock);
 }
@@ -80,6 +85,17 @@ Host::Host(Options const& options, ClockDriver::Steady steady, Glim::TableLimits
 
 Host::~Host() = default;
 
+std::string Host::counting() const {
+  auto const interfaces = _entities.ocsd->intf().size() + _entities.ocsd->vlanIntf().size();
+  return std::to_string(interfaces) + (interfaces == 1 ? " interface" : " interfaces") + " into " +
+         _directory + ", every " + Kel::numberText(_period) + " s";
+}
+
+bool Host::countsNothing() const {
+  return _entities.ocsd->intf().empty() && _entities.ocsd->vlanIntf().empty() &&
+         _interfaces.withoutRoom().empty();
+}
+
 void Host::start(EventLoop& loop) {
   _clockDriver.turn();  // the clock has its time before anybody reads it
   _chip->start(loop);
@@ -110,7 +126,7 @@ void Host::keepControl() {
   }
 }
 
-ControlRequests Host::controlRequests() {
+ControlDispatcher Host::controlRequests() {
   ObjectTree tree;
   tree.rootIs("countersSm", _counters);
   if (_vlans.counters()) tree.rootIs("vlanCountersSm", _vlans.counters());

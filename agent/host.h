@@ -35,6 +35,11 @@ class Host {
   // loop must outlive the host.
   void start(EventLoop& loop);
 
+  // "3 interfaces into /dev/shm/oru-counters, every 2 s". REQUIRES: it has started
+  std::string counting() const;
+  // There is no interface at all, not even one for which there is no room.
+  bool countsNothing() const;
+
   // Everything that is due; answers in how many seconds it wants to be called again. Throws
   // TableLost.
   Kel::Seconds turn();
@@ -44,7 +49,7 @@ class Host {
   void pollNews();
   void pollNow(Pekt::IntfId const& intfId);
   void startVlans();
-  ControlRequests controlRequests();
+  ControlDispatcher controlRequests();
   void retryRefused();
   void askForUnsupported();
   void askForQueues();

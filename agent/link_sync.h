@@ -7,7 +7,7 @@
 #include "agent/interfaces.h"
 #include "agent/link_names.h"
 #include "hardware/linux/link.h"
-#include "hardware/linux/linux_counters_helper.h"
+#include "hardware/linux/rows_of.h"
 
 namespace Agent {
 
@@ -15,7 +15,7 @@ namespace Agent {
 class PortLinks {
  public:
   using Link = Hardware::Linux::Link;
-  using RowsOf = Hardware::Linux::LinuxCountersHelper::RowsOf;
+  using RowsOf = Hardware::Linux::RowsOf;
 
   virtual ~PortLinks() = default;
   // Which link the interface's rows are of, as they stand.

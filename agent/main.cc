@@ -19,6 +19,12 @@ void traceLevelsAre(unsigned levels) {
   Oru::Counters::_defaultTraceHandle().levelsIs(levels | errors);
 }
 
+std::string listed(std::vector<std::string> const& patterns) {
+  std::string list;
+  for (std::string const& each : patterns) list.append(list.empty() ? "" : " or ").append(each);
+  return list;
+}
+
 void run(Agent::Options const& options) {
   // Before anything is made that a signal should not cut off. There is nothing to be read again at
   // a SIGHUP yet; it must not end the agent either.
@@ -31,6 +37,10 @@ void run(Agent::Options const& options) {
       if (signal != SIGHUP) loop.stop();
   });
   host.start(loop);
+  Agent::say("counting " + host.counting());
+  if (host.countsNothing() && !options.interfaces.empty())
+    Agent::say("no link that matches " + listed(options.interfaces) +
+               " is there to be counted; those that come are");
   loop.run([&] { return host.turn(); });
 }
 

@@ -1,11 +1,15 @@
 #include "agent/options.h"
 
 #include <CLI/CLI.hpp>
+#include <cerrno>
 #include <charconv>
+#include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <sstream>
 
 #include "agent/config_file.h"
+#include "hardware/simulated/script.h"
 #include "platform/interface/table_directory_default.h"
 
 namespace Agent {
@@ -20,11 +24,10 @@ constexpr char const* kEpilogue =
     "  oru-agentd                              every Ethernet link of this machine\n"
     "  oru-agentd --interfaces 'eth*' swp1     only some of them\n"
     "  oru-agentd --chip simulated --ports 8   no hardware needed\n"
-    "Traces go to standard error: level 8 every handler and poll, 7 pollers made and deleted, 6 "
-    "rows\n"
-    "made, 1 errors (always on). SIGTERM and SIGINT end the agent; the tables stay, and the next "
-    "one\n"
-    "counts on from them.\n"
+    "  oru-agentd --check-config --config FILE whether that file would be taken\n"
+    "Traces go to standard error: level 8 every handler and poll, 7 pollers made and deleted,\n"
+    "forced updates, policy maps, CPU ports and VLANs, 6 rows made, 1 errors (always on).\n"
+    "SIGTERM and SIGINT end the agent; the tables stay, and the next one counts on from them.\n"
     "Exit status: 0 ended by a signal, 1 could not run, 2 asked for what cannot be.";
 
 template <class Number>
@@ -70,6 +73,8 @@ struct CommandLine {
   std::string chip = kLinux;
   std::string traceLevels;
   std::string configPath;
+  bool checkConfig = false;
+  std::string scriptPath;
   CLI::App app{kAbout, kProgram};
 
   CLI::Option* tables = nullptr;
@@ -80,6 +85,7 @@ struct CommandLine {
   CLI::Option* ports = nullptr;
   CLI::Option* vlans = nullptr;
   CLI::Option* seed = nullptr;
+  CLI::Option* script = nullptr;
 
   CommandLine() {
     using Interface::LoadInterval;
@@ -115,6 +121,8 @@ struct CommandLine {
                         "Keep the counters of links that went");
     app.add_option("--config", configPath, "Settings in a TOML file; options count before them")
         ->type_name("FILE");
+    app.add_flag("--check-config", checkConfig,
+                 "Only read that file, tell what is wrong with it, and end");
     app.add_option("--trace", traceLevels, "Trace these levels, such as 7,8 or 6-8")
         ->type_name("LEVELS")
         ->check([](std::string const& text) {
@@ -141,11 +149,29 @@ struct CommandLine {
                ->type_name("N")
                ->check(within(std::uint64_t{0}, ~std::uint64_t{0}, "a number"))
                ->capture_default_str();
+    script = app.add_option("--script", scriptPath,
+                            "A script of what the simulated chip has and what befalls it")
+                 ->type_name("FILE")
+                 ->excludes(ports)
+                 ->excludes(vlans)
+                 ->excludes(seed);
     // An option given again counts, as where a script puts its own first.
     for (CLI::Option* const option : app.get_options())
       if (option->get_expected_max() == 1 && !option->get_name().empty()) option->take_last();
   }
 };
+
+std::shared_ptr<Hardware::Simulated::Chip const> readScriptFile(std::string const& path) {
+  using namespace Hardware::Simulated;
+  errno = 0;
+  std::ifstream file(path);
+  if (!file || (file.peek(), file.bad()))
+    throw ScriptError(std::string("cannot be read: ") + std::strerror(errno != 0 ? errno : EIO));
+  auto const chip = std::make_shared<Chip>();
+  readScript(file, *chip);
+  if (file.bad()) throw ScriptError("cannot be read to its end");
+  return chip;
+}
 
 template <class T>
 void fill(CLI::Option const* given, std::optional<T> const& fromFile, T& value) {
@@ -184,7 +210,7 @@ std::variant<Options, Finished> readOptions(int argc, char const* const* argv) {
   Options options = line.values;
   options.chip = readChip(line.chip).value_or(options.chip);
   if (options.chip != ChipKind::simulated) {
-    for (CLI::Option const* const option : {line.ports, line.vlans, line.seed})
+    for (CLI::Option const* const option : {line.ports, line.vlans, line.seed, line.script})
       if (option->count() != 0) return refused(option->get_name() + " needs --chip simulated");
   } else if (line.interfaces->count() != 0) {
     return refused("--interfaces chooses links of this machine; the simulated chip has none");
@@ -205,6 +231,17 @@ std::variant<Options, Finished> readOptions(int argc, char const* const* argv) {
       options.vlans = file.vlans;
     } catch (ConfigError const& error) {
       return refused(error.what());
+    }
+  }
+  if (line.checkConfig) {
+    if (line.configPath.empty()) return refused("--check-config needs --config FILE");
+    return Finished{0, line.configPath + ": nothing is wrong with it\n", ""};
+  }
+  if (line.script->count() != 0) {
+    try {
+      options.scripted = readScriptFile(line.scriptPath);
+    } catch (Hardware::Simulated::ScriptError const& error) {
+      return refused(line.scriptPath + ": " + error.what());
     }
   }
   if (options.tables.empty()) return refused("--tables: no directory was given");

@@ -5,15 +5,20 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <variant>
 #include <vector>
 
-#include "hardware/linux/nft_counters.h"
+#include "hardware/linux/nft_counter_name.h"
 #include "platform/interface/rates.h"
 #include "platform/kel/system.h"
 #include "platform/pekt/intf_id.h"
+
+namespace Hardware::Simulated {
+class Chip;
+}
 
 namespace Agent {
 
@@ -48,16 +53,18 @@ struct Options {
   std::uint32_t ports = kDefaultPorts;                    // of the simulated chip
   std::uint32_t vlanInterfaces = kDefaultSimulatedVlans;  // of the same
   std::uint64_t seed = 1;                                 // of the simulated chip's traffic
+  // What a script says of the simulated chip, in place of the three.
+  std::shared_ptr<Hardware::Simulated::Chip const> scripted;
 };
 
-// The program has nothing more to do: it was asked for help, or for what cannot be.
+// The program has nothing more to do: it was asked for help, for a check, or for what cannot be.
 struct Finished {
   int status = 0;   // 0, or 2 when something asked for is wrong
   std::string out;  // for standard output
   std::string err;  // for standard error
 };
 
-// Reads the file named by --config too. ORU_TABLES is the only variable looked at.
+// Reads the files named by --config and --script too. ORU_TABLES is the only variable looked at.
 std::variant<Options, Finished> readOptions(int argc, char const* const* argv);
 
 // "7", "7,8", "6-8" or any mix, as one bit a level; no value if it is anything else.

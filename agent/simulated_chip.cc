@@ -1,5 +1,6 @@
 #include "agent/simulated_chip.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "agent/control_plane.h"
@@ -9,10 +10,9 @@ namespace Agent {
 
 using Hardware::Simulated::CountersHelper;
 
-SimulatedChip::SimulatedChip(std::uint32_t ports, std::uint32_t vlanInterfaces, std::uint64_t seed,
-                             Tables& tables, Interfaces& interfaces, Vlans& vlans)
-    : _chip(std::make_shared<Hardware::Simulated::Chip const>(
-          Hardware::Simulated::Chip::seeded(ports, seed, vlanInterfaces))),
+SimulatedChip::SimulatedChip(std::shared_ptr<Hardware::Simulated::Chip const> chip, Tables& tables,
+                             Interfaces& interfaces, Vlans& vlans)
+    : _chip(std::move(chip)),
       _helper(Kel::make<CountersHelper>(Kel::Name("simulated"), _chip)),
       _vlanHelper(
           Kel::make<Hardware::Simulated::VlanCountersHelper>(Kel::Name("simulated"), _chip)),
@@ -48,6 +48,8 @@ void SimulatedChip::start(EventLoop&) {
 }
 
 void SimulatedChip::turn() {
+  auto const now = _helper->chipTime();
+  if (now < _toldAt || now >= _nextChange) tellPorts();  // the wall clock may be set back
   auto const& refused = _helper->coppWithoutRoom();
   if (!std::exchange(_refusedClassesTold, !refused.empty()) && !refused.empty())
     say(std::to_string(refused.size()) +
@@ -57,12 +59,31 @@ void SimulatedChip::turn() {
 
 // Those that are there are told again too, with the same.
 void SimulatedChip::retellRefused() {
-  std::uint32_t ifIndex = 0;
-  for (Pekt::IntfId const& intfId : _chip->portsAt(_helper->chipTime())) {
+  tellPorts();
+  for (auto const& [vlanId, port] : _chip->vlans())
+    _vlans.vlanIs(
+        {.vlanId = vlanId, .bridge = std::string_view("simulated"), .name = {}, .unsupported = 0});
+}
+
+// As of a link: the same for as long as the port has its name.
+std::uint32_t SimulatedChip::indexOf(Pekt::IntfId const& intfId) {
+  auto const next = static_cast<std::uint32_t>(_indices.size() + 1);
+  return _indices.emplace(intfId, next).first->second;
+}
+
+void SimulatedChip::tellPorts() {
+  _toldAt = _helper->chipTime();
+  _nextChange = _chip->nextChangeAfter(_toldAt);
+  auto const before = std::exchange(_there, _chip->portsAt(_toldAt));
+  for (Pekt::IntfId const& intfId : before)
+    if (std::find(_there.begin(), _there.end(), intfId) == _there.end() &&
+        _interfaces.serves(intfId))
+      _interfaces.interfaceDel(intfId);
+  for (Pekt::IntfId const& intfId : _there) {
     Interface::IntfDescription description;
     description.intfId = intfId;
     description.alias = std::string_view("simulated");
-    description.ifIndex = ++ifIndex;
+    description.ifIndex = indexOf(intfId);
     if (Pekt::EthIntfId::isEthIntfId(intfId))
       description.txQueues = Hardware::Simulated::egressQueues;
     description.speed = 100'000'000'000;
@@ -70,9 +91,6 @@ void SimulatedChip::retellRefused() {
     description.operState = Interface::OperState::up;
     _interfaces.interfaceIs(description);
   }
-  for (auto const& [vlanId, port] : _chip->vlans())
-    _vlans.vlanIs(
-        {.vlanId = vlanId, .bridge = std::string_view("simulated"), .name = {}, .unsupported = 0});
 }
 
 }  // namespace Agent

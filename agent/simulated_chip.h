@@ -1,9 +1,11 @@
-// A chip that is arithmetic, for trying things out: its ports are Ethernet1 to Ethernet<n>, its
-// VLAN interfaces Vlan10 and those after it, in the VLANs of these numbers, and its CPU port has a
-// few classes, all under traffic that the seed decides, in the time of this machine.
+// A chip that is arithmetic, for trying things out: its ports, VLAN interfaces, VLANs and classes
+// of its CPU port are those of a seed or of a script, in the time of this machine. Ports may come
+// and go.
 #pragma once
 
+#include <map>
 #include <memory>
+#include <vector>
 
 #include "agent/chip.h"
 #include "agent/vlans.h"
@@ -16,8 +18,8 @@ namespace Agent {
 
 class SimulatedChip : public Chip {
  public:
-  SimulatedChip(std::uint32_t ports, std::uint32_t vlanInterfaces, std::uint64_t seed,
-                Tables& tables, Interfaces& interfaces, Vlans& vlans);
+  SimulatedChip(std::shared_ptr<Hardware::Simulated::Chip const> chip, Tables& tables,
+                Interfaces& interfaces, Vlans& vlans);
 
   Kel::Ptr<OruHelper::OruHelperCountersSm> helper() const override { return _helper; }
   Kel::Ptr<OruHelper::OruVlanCountersHelper> vlanHelper() const override { return _vlanHelper; }
@@ -25,10 +27,15 @@ class SimulatedChip : public Chip {
   // is dropped, the counts of links included.
   void start(EventLoop& loop) override;
   void retellRefused() override;
-  CoppClassNames const* coppClasses() const override { return &_helper->coppClasses(); }
+  CoppClassNames const* coppClasses() const override {
+    return _chip->coppClasses().empty() ? nullptr : &_helper->coppClasses();
+  }
   void turn() override;
 
  private:
+  void tellPorts();
+  std::uint32_t indexOf(Pekt::IntfId const& intfId);
+
   std::shared_ptr<Hardware::Simulated::Chip const> const _chip;
   Kel::Ptr<Hardware::Simulated::CountersHelper> const _helper;
   Kel::Ptr<Hardware::Simulated::VlanCountersHelper> const _vlanHelper;
@@ -38,6 +45,9 @@ class SimulatedChip : public Chip {
   Kel::Ptr<Hardware::Linux::GlimVlanOffsetStore::Table> const _vlanOffsets;
   Kel::Ptr<Qos::AllCoppClassCounter> const _coppRows;
   bool _refusedClassesTold = false;
+  std::map<Pekt::IntfId, std::uint32_t> _indices;  // of the ports that ever were there
+  std::vector<Pekt::IntfId> _there;
+  Hardware::Simulated::Seconds _toldAt = 0.0, _nextChange = 0.0;
   Interfaces& _interfaces;
   Vlans& _vlans;
 };

@@ -2,11 +2,9 @@
 
 namespace Agent {
 
-bool VlanInterfaces::makeRow(Pekt::IntfId const& intfId) {
+void VlanInterfaces::makeRow(Pekt::IntfId const& intfId) {
   auto const rows = _tables.vlanIntfCounters();
-  if (rows->contains(intfId)) return false;
-  rows->counterIs(rows->counter(intfId));
-  return true;
+  if (!rows->contains(intfId)) rows->counterIs(rows->counter(intfId));
 }
 
 // Its entry in ocsd.vlanIntf comes last, so that it is made whole by one notification.

@@ -13,8 +13,8 @@ class VlanInterfaces {
   VlanInterfaces(InterfaceEntities const& entities, Tables const& tables)
       : _entities(entities), _tables(tables) {}
 
-  // A zero row where there is none; answers whether it made one. Throws Dov::ResourceException.
-  bool makeRow(Pekt::IntfId const& intfId);
+  // A zero row where there is none. Throws Dov::ResourceException.
+  void makeRow(Pekt::IntfId const& intfId);
   // The library hears of the interface, or of its state.
   // REQUIRES: it has its row.
   void interfaceIs(Pekt::IntfId const& intfId, Interface::OperState state);

@@ -18,14 +18,16 @@ class Box : public Kel::StateMachine<Box, Kel::ReactorOwner> {
   std::string const& said() const { return _said; }
   Kel::Ptr<Box> boxIs(Kel::Name const& key) { return _box.newMember(key, key); }
   void say(Kel::String text) { _said += text.str() + ";"; }
+  void grow(int by) { _size += by; }
   void fail() { throw std::runtime_error("it is stuck"); }
   void missNull() { (*Kel::Ptr<Box>()).fail(); }
 
   static constexpr auto kelDescription() {
-    return Kel::describe(
-        "Agent::Box", Kel::key("name", &Box::_name), Kel::value("size", &Box::size, &Box::sizeIs),
-        Kel::collection("box", &Box::_box), Kel::operation("say", &Box::say),
-        Kel::operation("fail", &Box::fail), Kel::operation("missNull", &Box::missNull));
+    return Kel::describe("Agent::Box", Kel::key("name", &Box::_name),
+                         Kel::value("size", &Box::size, &Box::sizeIs),
+                         Kel::collection("box", &Box::_box), Kel::operation("say", &Box::say),
+                         Kel::operation("grow", &Box::grow), Kel::operation("fail", &Box::fail),
+                         Kel::operation("missNull", &Box::missNull));
   }
   static Kel::TypeNode const _kelType;
 

@@ -5,7 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "agent/control_requests.h"
+#include "agent/control_dispatcher.h"
 #include "counters/counters_sm.h"
 #include "tests/support/temporary_tables.h"
 
@@ -72,7 +72,7 @@ class ControlOfPolicyMaps : public testing::TestWithParam<char const*> {
   Kel::Ptr<ResetHelper> helper = Kel::make<ResetHelper>();
   Kel::Ptr<Qos::PolicyMapHwStatus> pmap = Kel::make<Qos::PolicyMapHwStatus>();
   Kel::Ptr<Oru::Counters::CountersSm> counters;
-  std::optional<ControlRequests> sut;
+  std::optional<ControlDispatcher> sut;
 };
 INSTANTIATE_TEST_SUITE_P(Flavours, ControlOfPolicyMaps,
                          testing::Values("coppTypeSm", "coppDynamicTypeSm"),

@@ -180,8 +180,8 @@ TEST_F(ControlPlaneTest, ClassesMayChangeWhileThoseThatComeAreReset) {
 }
 
 TEST_F(ControlPlaneTest, SlicesStandInTheirDirectories) {
-  EXPECT_EQ(sut.sliceStatusDir()->entry(Kel::Name("linux")), sut.sliceStatus());
-  EXPECT_EQ(sut.aclSliceStatusDir()->entry(Kel::Name("linux")), sut.aclSliceStatus());
+  EXPECT_EQ(sut.sliceStatusDir()->entry(Kel::Name("chip")), sut.sliceStatus());
+  EXPECT_EQ(sut.aclSliceStatusDir()->entry(Kel::Name("chip")), sut.aclSliceStatus());
   EXPECT_TRUE(sut.aclSliceStatus()->pmapType().empty());
 }
 

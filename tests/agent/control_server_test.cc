@@ -65,8 +65,8 @@ class ControlServerTest : public testing::Test {
   }();
   EventLoop loop;
   uid_t user = ::geteuid();
-  ControlRequests requests() {
-    return ControlRequests(
+  ControlDispatcher requests() {
+    return ControlDispatcher(
         tree, Clearing(top, Kel::make<Oru::HwCliConfig>(), tables, [this] { return time.now(); }));
   }
   std::function<Kel::Seconds()> steady() {
@@ -122,6 +122,26 @@ TEST_F(ControlServerTest, EachRefusalHasItsCode) {
   EXPECT_EQ(code(R"({"op":"invoke","path":"top","operation":"missNull"})"), "failed");
   EXPECT_EQ(code(R"({"op":"clear","names":["Ethernet1"]})"), "unknownInterface");
   EXPECT_EQ(top->said(), "");
+}
+
+TEST_F(ControlServerTest, WhatAnAttributeDoesNotOfferIsToldInTheWordsOfRequests) {
+  TestClient client(directory);
+  EXPECT_THAT(ask(client, R"({"op":"get","path":"top","attribute":"box"})"),
+              HasSubstr("\"box does not offer get, but ls\""));
+  EXPECT_THAT(ask(client, R"({"op":"ls","path":"top","attribute":"size"})"),
+              HasSubstr("\"size does not offer ls, but get, set\""));
+  EXPECT_THAT(ask(client, R"({"op":"invoke","path":"top","operation":"size"})"),
+              HasSubstr("\"size does not offer invoke, but get, set\""));
+}
+
+TEST_F(ControlServerTest, ATextThatIsNoSuchValueIsToldWithItsPlace) {
+  TestClient client(directory);
+  top->sizeIs(7);
+  EXPECT_THAT(ask(client, R"({"op":"set","path":"top","attribute":"size","value":"big"})"),
+              HasSubstr(R"("size: cannot read \"big\"; it is 7 now")"));
+  EXPECT_THAT(ask(client, R"({"op":"invoke","path":"top","operation":"grow","arguments":["x"]})"),
+              HasSubstr(R"("argument 1 of grow: cannot read \"x\"")"));
+  EXPECT_EQ(top->size(), 7);
 }
 
 TEST_F(ControlServerTest, OthersMayReadAndNotWrite) {

@@ -2,7 +2,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "agent/control_requests.h"
+#include "agent/control_dispatcher.h"
 #include "tests/agent/control_box.h"
 #include "tests/agent/counted_vlans.h"
 
@@ -37,7 +37,7 @@ class ControlOfVlans : public CountedVlans {
   Json const done{{"ok", true}};
   Support::TemporaryTables ofIntfs;
   Tables tables{ofIntfs.directory().string(), {.maxRows = 16}};
-  std::optional<ControlRequests> sut;
+  std::optional<ControlDispatcher> sut;
 };
 
 TEST_F(ControlOfVlans, TheStateMachineIsARoot) {

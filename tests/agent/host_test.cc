@@ -4,8 +4,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "hardware/linux/glim_offset_store.h"
-#include "hardware/simulated/chip.h"
+#include "hardware/simulated/script.h"
 #include "platform/glim/reader.h"
 #include "tests/support/temporary_tables.h"
 #include "tests/support/virtual_time.h"
@@ -203,6 +205,37 @@ TEST_F(HostTest, BetweenThePeriodsRowsStand) {
 }
 
 // Its counts begin anew with each agent: rows that went on would be of something else.
+TEST_F(HostTest, PortsOfAScriptComeAndGo) {
+  auto const chip = std::make_shared<Hardware::Simulated::Chip>();
+  std::istringstream script(
+      "at 0 port Ethernet1 inUcastPkts 10pps 100B\n"
+      "at 0 port Vlan7 inUcastPkts 10pps 100B\n"
+      "at 0 port Ethernet2 vanish\n"
+      "at 2 port Ethernet2 appear\n"
+      "at 5 port Ethernet1 vanish\n");
+  Hardware::Simulated::readScript(script, *chip);
+  options.scripted = chip;
+  options.period = 0.5;
+  start();
+  EXPECT_EQ(sut->counting(), "2 interfaces into " + options.tables + ", every 0.5 s");
+  turnsFor(1.0);
+  EXPECT_TRUE(row("Ethernet1"));
+  EXPECT_FALSE(row("Ethernet2"));
+  EXPECT_GE(row("Ethernet1")->statistics.inOctets, 500u);
+  turnsFor(1.5);
+  EXPECT_TRUE(row("Ethernet2"));
+  turnsFor(3.0);
+  EXPECT_FALSE(row("Ethernet1"));
+  EXPECT_EQ(sut->counting(), "2 interfaces into " + options.tables + ", every 0.5 s");
+}
+
+TEST_F(HostTest, WithoutAnyInterfaceItCountsNothing) {
+  options.scripted = std::make_shared<Hardware::Simulated::Chip const>();
+  start();
+  EXPECT_TRUE(sut->countsNothing());
+  EXPECT_EQ(sut->counting(), "0 interfaces into " + options.tables + ", every 2 s");
+}
+
 TEST_F(HostTest, TheNextAgentOfASimulatedChipBeginsAnew) {
   options.keepCounters = true;
   addOffsets("Ethernet2");

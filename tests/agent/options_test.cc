@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "hardware/simulated/chip.h"
+
 namespace Agent {
 namespace {
 
@@ -85,6 +87,48 @@ TEST_F(OptionsTest, TheSimulatedChipHasPortsAndASeed) {
 TEST_F(OptionsTest, OptionsOfTheSimulatedChipAreRefusedWithoutIt) {
   EXPECT_THAT(refusal({"--ports", "4"}), HasSubstr("--ports needs --chip simulated"));
   EXPECT_THAT(refusal({"--seed", "4"}), HasSubstr("--seed needs --chip simulated"));
+}
+
+TEST_F(OptionsTest, AScriptTellsWhatTheSimulatedChipHas) {
+  std::string const script = config("at 0 port Ethernet7 inUcastPkts 10pps 100B\n");
+  Options const sut = options({"--chip", "simulated", "--script", script});
+  ASSERT_TRUE(sut.scripted);
+  auto const* const port = sut.scripted->find(Pekt::IntfId("Ethernet7"));
+  ASSERT_TRUE(port);
+  EXPECT_EQ(port->sample(2.0).inOctets, 2000u);
+  EXPECT_FALSE(options({"--chip", "simulated"}).scripted);
+}
+
+TEST_F(OptionsTest, AScriptThatIsWrongIsRefusedWithItsLine) {
+  std::string const script = config("# port\nat 0 port Ethernet7 explode\n");
+  EXPECT_THAT(refusal({"--chip", "simulated", "--script", script}),
+              StartsWith("oru-agentd: " + script + ": line 2: unknown event 'explode'\n"));
+  EXPECT_THAT(refusal({"--chip", "simulated", "--script", "/nonexistent"}),
+              HasSubstr("/nonexistent: cannot be read: No such file"));
+  EXPECT_THAT(refusal({"--chip", "simulated", "--script", "/"}),
+              HasSubstr("cannot be read: Is a directory"));
+}
+
+TEST_F(OptionsTest, AScriptTakesThePlaceOfPortsAndSeed) {
+  std::string const script = config("");
+  EXPECT_THAT(refusal({"--script", script}), HasSubstr("--script needs --chip simulated"));
+  for (char const* const other : {"--ports", "--seed", "--vlan-interfaces"})
+    EXPECT_THAT(refusal({"--chip", "simulated", "--script", script, other, "1"}), HasSubstr(other));
+}
+
+TEST_F(OptionsTest, TheFileIsCheckedAlone) {
+  auto const checked = [](std::string const& path) {
+    return std::get<Finished>(read({"--check-config", "--config", path}));
+  };
+  std::string const path = config("period = 0.5\n");
+  Finished const good = checked(path);
+  EXPECT_EQ(good.status, 0);
+  EXPECT_EQ(good.out, path + ": nothing is wrong with it\n");
+  EXPECT_THAT(good.err, IsEmpty());
+  config("perod = 0.5\n");
+  EXPECT_EQ(checked(path).status, 2);
+  EXPECT_THAT(checked(path).err, HasSubstr(":1: perod is not a setting"));
+  EXPECT_THAT(refusal({"--check-config"}), HasSubstr("--check-config needs --config FILE"));
 }
 
 TEST_F(OptionsTest, LinksCannotBeChosenOnTheSimulatedChip) {

@@ -1,5 +1,6 @@
-#include "agent/control_requests.h"
+#include "agent/control_dispatcher.h"
 
+#include <algorithm>
 #include <exception>
 #include <nlohmann/json.hpp>
 
@@ -39,15 +40,22 @@ char const* kindText(AttributeKind kind) {
   return "unknown";
 }
 
+// The words of requests, and not the framework's.
+std::vector<std::string> accessOf(Attribute const& attribute) {
+  std::vector<std::string> access;
+  if (attribute.read) access.emplace_back("get");
+  if (attribute.set) access.emplace_back("set");
+  if (attribute.iterKey) access.emplace_back("ls");
+  if (attribute.invoke) access.emplace_back("invoke");
+  return access;
+}
+
 Json attributesJson(Kel::TypeNode const& type) {
   Json all = Json::array();
   for (Attribute const& each : type.attributes()) {
-    Json access = Json::array();
-    if (each.read) access.push_back("get");
-    if (each.set) access.push_back("set");
-    if (each.iterKey) access.push_back("ls");
-    if (each.invoke) access.push_back("invoke");
-    Json one{{"name", std::string(each.name)}, {"kind", kindText(each.kind)}, {"access", access}};
+    Json one{{"name", std::string(each.name)},
+             {"kind", kindText(each.kind)},
+             {"access", accessOf(each)}};
     if (each.invoke) one["arguments"] = each.arity;
     all.push_back(std::move(one));
   }
@@ -62,16 +70,28 @@ std::string withoutAddress(std::string text) {
   return isAddress ? text.substr(0, at) : text;
 }
 
-void requireAttribute(Kel::PtrInterface const& object, std::string const& name) {
-  for (Attribute const& each : object.fwkType()->attributes())
-    if (each.name == name) return;
+Attribute const& attributeOf(Kel::PtrInterface const& object, std::string const& name,
+                             std::string const& wanted) {
+  for (Attribute const& each : object.fwkType()->attributes()) {
+    if (each.name != name) continue;
+    auto const access = accessOf(each);
+    if (std::find(access.begin(), access.end(), wanted) != access.end()) return each;
+    std::string offered;
+    for (std::string const& one : access) offered += (offered.empty() ? "" : ", ") + one;
+    throw ControlError(ControlCode::notSupported, name + " does not offer " + wanted + ", but " +
+                                                      (offered.empty() ? "nothing" : offered));
+  }
   throw ControlError(ControlCode::unknownPath, std::string(object.fwkType()->name()) + " has no " +
                                                    name + "; ls of its path lists what it has");
 }
 
+bool isUnreadable(std::string const& text, Kel::RangeException const& error) {
+  return error.what() == "cannot read \"" + text + '"';
+}
+
 Json get(ObjectTree const& tree, ControlRequest const& request, bool mayWrite) {
   auto const object = tree.object(request.path);
-  requireAttribute(*object, request.attribute);
+  attributeOf(*object, request.attribute, "get");
   std::string const value = Kel::read(*object, request.attribute);
   return {{"ok", true}, {"value", mayWrite ? value : withoutAddress(value)}};
 }
@@ -82,7 +102,7 @@ Json ls(ObjectTree const& tree, ControlRequest const& request) {
   auto place = tree.find(request.path);
   if (!request.attribute.empty()) {
     place.object = tree.object(request.path);
-    requireAttribute(*place.object, request.attribute);
+    attributeOf(*place.object, request.attribute, "ls");
     place.collection = request.attribute;
   }
   if (!place.collection.empty())
@@ -93,15 +113,32 @@ Json ls(ObjectTree const& tree, ControlRequest const& request) {
 
 Json set(ObjectTree const& tree, ControlRequest const& request) {
   auto const object = tree.object(request.path);
-  requireAttribute(*object, request.attribute);
-  Kel::set(*object, request.attribute, request.value);
+  Attribute const& attribute = attributeOf(*object, request.attribute, "set");
+  try {
+    Kel::set(*object, request.attribute, request.value);
+  } catch (Kel::RangeException const& error) {
+    if (!isUnreadable(request.value, error)) throw;
+    // What it takes, its own value shows.
+    std::string const now =
+        attribute.read ? "; it is " + Kel::read(*object, request.attribute) + " now" : "";
+    throw ControlError(ControlCode::wrongArguments, request.attribute + ": " + error.what() + now);
+  }
   return {{"ok", true}};
 }
 
 Json invoke(ObjectTree const& tree, ControlRequest const& request) {
   auto const object = tree.object(request.path);
-  requireAttribute(*object, request.attribute);
-  Kel::invoke(*object, request.attribute, request.arguments);
+  attributeOf(*object, request.attribute, "invoke");
+  try {
+    Kel::invoke(*object, request.attribute, request.arguments);
+  } catch (Kel::RangeException const& error) {
+    for (std::size_t i = 0; i < request.arguments.size(); ++i)
+      if (isUnreadable(request.arguments[i], error))
+        throw ControlError(
+            ControlCode::wrongArguments,
+            "argument " + std::to_string(i + 1) + " of " + request.attribute + ": " + error.what());
+    throw;
+  }
   return {{"ok", true}};
 }
 
@@ -155,7 +192,7 @@ std::string controlErrorLine(ControlError const& error) {
                  {"error", {{"code", std::string(name(error.code()))}, {"text", error.what()}}}});
 }
 
-std::string ControlRequests::answer(std::string_view line, bool mayWrite) {
+std::string ControlDispatcher::answer(std::string_view line, bool mayWrite) {
   try {
     ControlRequest const request = readControlRequest(line);
     return lineOf(carriedOut(_tree, _clearing, _vlanClearing, request, mayWrite));

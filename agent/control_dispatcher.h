@@ -12,9 +12,9 @@
 
 namespace Agent {
 
-class ControlRequests {
+class ControlDispatcher {
  public:
-  ControlRequests(ObjectTree tree, Clearing clearing, VlanClearing vlanClearing = {})
+  ControlDispatcher(ObjectTree tree, Clearing clearing, VlanClearing vlanClearing = {})
       : _tree(std::move(tree)),
         _clearing(std::move(clearing)),
         _vlanClearing(std::move(vlanClearing)) {}
