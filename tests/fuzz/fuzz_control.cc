@@ -1,14 +1,13 @@
-// Lines of the control socket with whatever in them: each is a request, or is refused.
-#include <cstddef>
+// Lines of the control socket with whatever in them.
 #include <cstdint>
-#include <string_view>
+#include <cstdio>
+#include <cstdlib>
 
-#include "agent/control_request.h"
+#include "tests/fuzz/targets.h"
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
-  try {
-    Agent::readControlRequest({reinterpret_cast<char const*>(data), size});
-  } catch (Agent::ControlError const&) {
-  }
-  return 0;
+  std::string const broken = Fuzz::tryControl({reinterpret_cast<char const*>(data), size});
+  if (broken.empty()) return 0;
+  std::fprintf(stderr, "broken: %s\n", broken.c_str());
+  std::abort();
 }

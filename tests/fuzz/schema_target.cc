@@ -3,6 +3,20 @@
 
 namespace Fuzz {
 
+namespace {
+
+std::string textOf(Glim::Schema const& schema) {
+  std::string text = schema.record + '\n';
+  for (auto const& field : schema.fields)
+    text.append(field.name)
+        .append(":")
+        .append(Glim::fieldTypeName(field.type))
+        .append(":" + std::to_string(field.offset) + ":" + std::to_string(field.count) + "\n");
+  return text;
+}
+
+}  // namespace
+
 std::string trySchema(std::string_view bytes) {
   if (bytes.size() < 2) return {};
   auto const byte = [&](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
@@ -10,7 +24,6 @@ std::string trySchema(std::string_view bytes) {
   auto const schema = Glim::parseSchema(bytes.substr(2), rowBytes);
   if (!schema) return {};
   if (schema->fields.empty()) return "a schema has fields";
-  // What is parsed and told again is what was there, but for numbers with zeros before them.
   for (auto const& field : schema->fields) {
     if (field.offset > rowBytes || field.size() > rowBytes - field.offset) {
       return "fields lie within the row";
@@ -20,6 +33,9 @@ std::string trySchema(std::string_view bytes) {
     }
     if (field.count == 0) return "fields have elements";
   }
+  auto const again = Glim::parseSchema(textOf(*schema), rowBytes);
+  if (!again || again->record != schema->record || again->fields != schema->fields)
+    return "what is parsed reads the same when it is told again";
   return {};
 }
 
