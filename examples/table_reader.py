@@ -5,9 +5,11 @@ Python's standard library. An example of a reader in another language, and a tes
   table_reader.py FILE            the whole table as JSON
   table_reader.py FILE KEY...     the rows of these keys, looked up through the index
 
-Exit status: 0, or 1 where a KEY has no row or a row was left out, or 2 where FILE cannot be read.
+Exit status: 0, or 1 where a KEY has no row or a row was left out, or 2 where FILE cannot be read or
+the call is wrong.
 """
 
+import argparse
 import json
 import math
 import mmap
@@ -300,21 +302,24 @@ class Table:
 
 
 def main():
-    if len(sys.argv) < 2:
-        sys.exit(__doc__)
+    parser = argparse.ArgumentParser(
+        description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("file", metavar="FILE", help="the table's file, NAME.glim")
+    parser.add_argument("keys", metavar="KEY", nargs="*", help="an interface's name")
+    asked = parser.parse_args()
     try:
-        table = Table(sys.argv[1])
+        table = Table(asked.file)
     except (NoTable, OSError) as error:
-        print(f"{sys.argv[1]}: {error}", file=sys.stderr)
+        print(f"{asked.file}: {error}", file=sys.stderr)
         return 2
     with table:
         status = 0
         rows = []
-        if sys.argv[2:]:
+        if asked.keys:
             if table.key_bytes != 48:
                 print("the keys of this table are no interfaces' names", file=sys.stderr)
                 return 2
-            for name in sys.argv[2:]:
+            for name in asked.keys:
                 key = name.encode().ljust(table.key_bytes, b"\0")
                 row = table.find(key, interface_name_hash(key))
                 if row is None:

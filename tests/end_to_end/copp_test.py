@@ -72,8 +72,7 @@ class OnPolicedLinks(Reader, OnLinks):
 
     def rows(self):
         """Of coppCounters, by the class."""
-        rows = json.loads(self.command("tables", "dump", "coppCounters", "--json"))["rows"]
-        return {row["className"]: row for row in rows}
+        return {row["className"]: row for row in self.dumped("coppCounters")}
 
     def totals(self):
         """(packets, octets) of the classes that counted any."""
@@ -83,11 +82,7 @@ class OnPolicedLinks(Reader, OnLinks):
     def await_totals(self, **totals):
         """Exactly these; copp_ntp stands for copp-ntp."""
         expected = {name.replace("_", "-"): counts for name, counts in totals.items()}
-        try:
-            await_that(expected, lambda: self.totals() == expected)
-        except AssertionError:
-            self.assertEqual(self.totals(), expected)
-            raise
+        self.await_equal(self.totals, expected)
 
     def await_a_poll(self):
         called = time.time()
@@ -200,6 +195,7 @@ class PolicingClasses(OnPolicedLinks):
         await_that("no classes", lambda: self.rows() == {})
         _, said = self.stop_agent(signal.SIGTERM)
         self.assertEqual(said.splitlines(), [
+            f"oru-agentd: counting 2 interfaces into {self.tables}, every 0.05 s",
             "oru-agentd: policy map copp-system-policy is watched, with 10 classes",
             "oru-agentd: policy map copp-system-policy is no longer watched"])
 

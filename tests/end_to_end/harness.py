@@ -122,16 +122,27 @@ class Programs(unittest.TestCase):
             return interface and (interface["lastUpdate"] or 0.0) > called and interface
         return await_that(f"a poll of {name}", recent)
 
+    def await_equal(self, found, expected):
+        """FOUND() answers what is expected, at the latest after PATIENCE."""
+        try:
+            return await_that(expected, lambda: found() == expected)
+        except AssertionError:
+            self.assertEqual(found(), expected)  # tells both
+            raise
+
     def assert_counted(self, name, **counted):
-        """These counters are so, and every other one that is counted is 0."""
+        """These counters come to be so, and stay; every other one that is counted is 0."""
         def flat(counters):
             for counter, value in counters.items():
                 if isinstance(value, list):
                     yield from ((f"{counter}[{i}]", one) for i, one in enumerate(value))
                 else:
                     yield counter, value
-        counters = dict(flat(self.polled(name)["counters"]))
-        self.assertEqual({each: value for each, value in counters.items() if value}, counted)
+        def found():
+            counters = dict(flat(self.polled(name)["counters"]))
+            return {each: value for each, value in counters.items() if value}
+        self.await_equal(found, counted)
+        self.assertEqual(found(), counted)  # with one more poll: no frame is counted once more
 
 
 class Reader:
@@ -141,6 +152,10 @@ class Reader:
             capture_output=True, text=True, timeout=PATIENCE, check=False)
         self.assertEqual(run.returncode, 0, run.stdout + run.stderr)
         return run.stdout
+
+    def dumped(self, table):
+        """The table's rows, as they are."""
+        return json.loads(self.command("tables", "dump", table, "--json"))["rows"]
 
     def shown(self, what):
         """By the interfaces' names."""
@@ -170,9 +185,9 @@ class OnLinks(Programs):
     def ip(self, command):
         subprocess.run(["ip", *command.split()], check=True, timeout=PATIENCE)
 
-    def add_pair(self, one, other):
-        """Two links that are each other's wire, up."""
-        self.ip(f"link add {one} type veth peer name {other}")
+    def add_pair(self, one, other, options=""):
+        """Two links that are each other's wire, up; the first with options as of ip-link(8)."""
+        self.ip(f"link add {one} {options} type veth peer name {other}")
         for link in (one, other):
             self.ip(f"link set {link} arp off up")
         for link in (one, other):

@@ -87,6 +87,22 @@ class ReaderInAnotherLanguage(Tables):
                          for f in dump["table"]["fields"]])
         self.assertEqual(len(self.decoded("intfCounters")), PORTS)
 
+    def test_it_tells_how_it_is_called(self):
+        def called(*arguments):
+            run = subprocess.run([sys.executable, "-B", table_reader.__file__, *arguments],
+                                 capture_output=True, text=True, timeout=harness.PATIENCE,
+                                 check=False)
+            return run.returncode, run.stdout, run.stderr
+        status, out, err = called("--help")
+        self.assertEqual((status, err), (0, ""))
+        self.assertIn("Exit status: 0, or 1 where a KEY has no row", out)
+        status, out, err = called()
+        self.assertEqual((status, out), (2, ""))
+        self.assertIn("FILE", err)
+        status, _, err = called("/nonexistent.glim")
+        self.assertEqual(status, 2)
+        self.assertIn("/nonexistent.glim: ", err)
+
     def test_rows_of_a_killed_agent_are_whole(self):
         for _ in range(5):
             self.start_agent_with_all_ports()

@@ -24,8 +24,8 @@ class VlanBridgeOfTheTests(WithVlans):
         sut.send("swp2", 10, 5, 200)
         sut.send("swp3", 20, 7, 1000)
         # Each is flooded to the two other ports, and to the bridge itself as to one more.
-        self.assertEqual(sut.counts(10), self.counted(45, 5000, 3 * 45, 3 * 5000))
-        self.assertEqual(sut.counts(20), self.counted(7, 7000, 3 * 7, 3 * 7000))
+        self.await_equal(lambda: sut.counts(10), self.counted(45, 5000, 3 * 45, 3 * 5000))
+        self.await_equal(lambda: sut.counts(20), self.counted(7, 7000, 3 * 7, 3 * 7000))
 
     def test_its_ports_count_for_themselves_where_that_was_asked_for(self):
         sut = VlanBridge(self, stats_per_port=True)
@@ -33,9 +33,9 @@ class VlanBridgeOfTheTests(WithVlans):
         sut.add_port("swp2", 10)
         sut.send("swp1", 10, 40, 100)
         sut.send("swp2", 10, 3, 100)
-        self.assertEqual(sut.counts(10, "swp1"), self.counted(40, 4000, 3, 300))
-        self.assertEqual(sut.counts(10, "swp2"), self.counted(3, 300, 40, 4000))
-        self.assertEqual(sut.counts(20, "swp1"), self.counted(0, 0, 0, 0))
+        self.await_equal(lambda: sut.counts(10, "swp1"), self.counted(40, 4000, 3, 300))
+        self.await_equal(lambda: sut.counts(10, "swp2"), self.counted(3, 300, 40, 4000))
+        self.await_equal(lambda: sut.counts(20, "swp1"), self.counted(0, 0, 0, 0))
 
     def test_a_frame_of_a_vlan_that_its_port_is_not_in_is_not_counted(self):
         sut = VlanBridge(self)
@@ -44,7 +44,7 @@ class VlanBridgeOfTheTests(WithVlans):
         sut.add_vlan("br0", 10)
         sut.add_vlan("br0", 30)
         sut.send("swp1", 30, 9, 100)
-        self.assertEqual(sut.counts(30), self.counted(0, 0, 0, 0))
+        self.await_equal(lambda: sut.counts(30), self.counted(0, 0, 0, 0))
         sut.remove_vlan("swp2", 30)
         self.assertIsNone(sut.counts(30, "swp2"))
 
@@ -55,7 +55,7 @@ class VlanBridgeOfTheTests(WithVlans):
         sut.add_vlan("br0", 10)
         sut.send("swp2", 10, 1, 100)
         sut.send("swp1", 10, 20, 100, self.address("swp2-wire"))
-        self.assertEqual(sut.counts(10), self.counted(21, 2100, 3 + 20, 2300))
+        self.await_equal(lambda: sut.counts(10), self.counted(21, 2100, 3 + 20, 2300))
 
 
 if __name__ == "__main__":

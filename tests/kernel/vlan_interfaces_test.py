@@ -88,7 +88,7 @@ class VlanInterfaces(OnVlans):
         link = self.add_vlan(10)
         self.start_agent()
         self.receive(10, 30, 100)
-        self.assertEqual(self.polled(PARENT)["counters"]["inOctets"], 30 * (100 + TAG_SIZE))
+        self.await_equal(lambda: self.polled(PARENT)["counters"]["inOctets"], 30 * (100 + TAG_SIZE))
         self.await_totals("Vlan10", 30, 3000, 0, 0)
         self.assertEqual(self.vlans()["Vlan10"]["kernelName"], link)
         self.assertIsNone(self.link(link))
