@@ -114,7 +114,9 @@ TEST(QdiscMessage, WithAnyLengthOfAnyAttributeIsReadWithinIt) {
       };
       auto const news = readBefore('\0'), same = readBefore('\x5a');
       ASSERT_EQ(news.has_value(), same.has_value()) << at;
-      if (news) EXPECT_EQ(news->qdisc, same->qdisc) << at;
+      if (news) {
+        EXPECT_EQ(news->qdisc, same->qdisc) << at;
+      }
     }
 }
 
