@@ -35,6 +35,7 @@ std::error_code BridgeMonitor::poll() {
       case Received::nothing:
         return listIsDue_ ? takeList() : std::error_code();
       case Received::failed:
+        listIsDue_ = true;  // who knows what was not read
         return error;
     }
   }

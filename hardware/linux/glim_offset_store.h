@@ -8,6 +8,7 @@
 #include "hardware/linux/offset_store.h"
 #include "platform/dov/exception.h"
 #include "platform/glim/collection.h"
+#include "platform/glim/give_up.h"
 
 namespace Hardware::Linux {
 
@@ -138,13 +139,14 @@ class GlimOffsetStoreOf final : public OffsetStoreOf<Offsets> {
   bool save(Pekt::IntfId const& intfId, Offsets const& offsets) override {
     if (!table_->attached()) return false;
     try {
-      table_->write(Row::of(intfId, offsets));
+      Glim::writeOrGiveUp(*table_, Row::of(intfId, offsets));
     } catch (Dov::Exception const&) {
       return false;
     }
     return table_->attached();
   }
-  void erase(Pekt::IntfId const& intfId) override { table_->remove(intfId); }
+  /// A table that turns out to be damaged is given up.
+  void erase(Pekt::IntfId const& intfId) override { Glim::removeOrGiveUp(*table_, intfId); }
   void forEach(std::function<void(Pekt::IntfId const&)> const& visit) override {
     table_->forEach([&](Row const& row) { visit(row.intfId); });
   }

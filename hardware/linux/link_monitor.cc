@@ -30,6 +30,7 @@ std::error_code LinkMonitor::poll(Events& events) {
       case Received::nothing:
         return listIsDue_ ? takeList(events) : std::error_code();
       case Received::failed:
+        listIsDue_ = true;  // who knows what was not read
         return error;
     }
   }

@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include "platform/kel/exceptions.h"
-
 namespace Hardware::Linux {
 
 using Bridging::VlanCounts;
@@ -15,6 +13,12 @@ constexpr std::string_view kPrefix = "Vlan";
 
 Pekt::IntfId keyOf(VlanId vlanId) {
   return Pekt::IntfId(std::string(kPrefix) + std::to_string(vlanId.value()));
+}
+
+// The VLAN of a key; none of a key that no VLAN has.
+std::optional<VlanId> vlanOf(Pekt::IntfId const& key) {
+  std::uint64_t const number = Pekt::VlanIntfId::vlanId(key);
+  return number != 0 ? std::optional(VlanId(number)) : std::nullopt;
 }
 
 // A VLAN's row as a port's that counts nothing else.
@@ -76,7 +80,10 @@ bool VlanCountersHelper::couldRead(VlanId vlanId) const {
 
 void VlanCountersHelper::forEachKept(std::function<void(VlanId)> const& visit) {
   parts_.offsets->forEach([&](Pekt::IntfId const& intfId) {
-    visit(VlanId(std::string(intfId.view().substr(kPrefix.size()))));
+    if (auto const vlanId = vlanOf(intfId))
+      visit(*vlanId);
+    else
+      parts_.offsets->erase(intfId);
   });
 }
 

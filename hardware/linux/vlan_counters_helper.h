@@ -52,7 +52,7 @@ class VlanCountersHelper final : public OruHelper::OruVlanCountersHelper {
   void vlanDel(Bridging::VlanId vlanId);
   /// Whether the VLAN's row, if it has one, is of this very bridge and goes on with its counts.
   bool continues(Bridging::VlanId vlanId) const;
-  /// The VLANs of which anything is kept.
+  /// The VLANs of which anything is kept. Records of what is no VLAN go.
   void forEachKept(std::function<void(Bridging::VlanId)> const& visit);
 
   /// Whether the kernel's count was read when the VLAN was last polled. Where it was not, the row

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 
+#include "tests/platform/glim/table_fixture.h"
 #include "tests/support/published_schema.h"
 
 namespace Hardware::Linux {
@@ -98,6 +99,22 @@ TEST_F(GlimOffsetStoreTest, OffsetsOfQueuesOutliveTheirWriterToo) {
 
 TEST_F(GlimOffsetStoreTest, ThePublishedSchemaOfQueuesIsTodaysOrCarriedOver) {
   Support::expectPublishedSchema<QueueOffsetRow>(ORU_SOURCE_DIR "/tests/hardware/linux/schemas");
+}
+
+TEST_F(GlimOffsetStoreTest, ADamagedTableIsGivenUp) {
+  using Order = void (*)(GlimOffsetStore&);
+  for (auto const& [name, order] :
+       {std::pair<char const*, Order>("erase", [](auto& sut) { sut.erase("Ethernet1"); }),
+        std::pair<char const*, Order>(
+            "save", [](auto& sut) { EXPECT_FALSE(sut.save("Ethernet1", offsets(2))); })}) {
+    std::string const path = directory + "/" + name;
+    auto const table = Kel::make<GlimOffsetStore::Table>(debug, Glim::RootPath(debug, path, false));
+    GlimOffsetStore sut(table);
+    ASSERT_TRUE(sut.save("Ethernet1", offsets(1)));
+    GlimTest::Vandal(path + ".glim").slotWord(0, 0) += 2;
+    EXPECT_NO_THROW(order(sut)) << name;
+    EXPECT_FALSE(table->attached()) << name;
+  }
 }
 
 TEST_F(GlimOffsetStoreTest, DetachedTableKeepsNothingAndSaysSo) {

@@ -1,5 +1,6 @@
 #include "hardware/linux/link_monitor.h"
 
+#include <fcntl.h>
 #include <linux/if_arp.h>
 #include <linux/if_link.h>
 #include <linux/rtnetlink.h>
@@ -8,11 +9,13 @@
 #include <chrono>
 
 #include "hardware/linux/link_speed.h"
+#include "tests/hardware/linux/monitor_socket.h"
 #include "tests/hardware/linux/network_namespace.h"
 
 namespace Hardware::Linux {
 namespace {
 
+using Test::InPlaceOfSocket;
 using Type = LinkEvent::Type;
 
 class LinkMonitorInKernel : public Test::NetworkNamespace {
@@ -158,6 +161,22 @@ TEST_F(LinkMonitorInKernel, LostNewsIsMadeGoodByTheList) {
   EXPECT_EQ(sut.links().size(), 80u);
   for (int i = 0; i < 40; ++i)
     EXPECT_TRUE(sut.links().contains(indexOf("w" + std::to_string(i)))) << i;
+}
+
+TEST_F(LinkMonitorInKernel, NewsThatCouldNotBeReadIsMadeGoodByTheList) {
+  addVethPair("old", "older", false);
+  LinkMonitor sut;
+  ASSERT_FALSE(sut.start(events));
+  events.clear();
+  {
+    InPlaceOfSocket const noSocket(sut.fd(), Glim::FileDescriptor(open("/dev/null", O_RDONLY)));
+    deleteLink("old");
+    EXPECT_EQ(sut.poll(events), std::errc::not_a_socket);
+    EXPECT_TRUE(events.empty());
+  }
+  ASSERT_FALSE(sut.poll(events));
+  EXPECT_EQ(events.size(), 2u);
+  EXPECT_TRUE(sut.links().empty());
 }
 
 // Messages as the kernel sends them where a test cannot make it send them.

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -135,6 +136,21 @@ TEST_F(VlanCountersHelperTest, ToldAgainOfAVlanWhoseOffsetCouldNotBeKeptItGoesOn
   sut->initializeVlanCounters(kVlan);
   poll();
   expectRow(43, 86);
+}
+
+TEST_F(VlanCountersHelperTest, WhatIsKeptOfNoVlanGoes) {
+  kernelCounts(40, 80);
+  poll();
+  for (char const* const name : {"Vlan20", "", "Vla", "Vlan", "Vlan0", "Vlan010", "Vlan4095",
+                                 "Vlan10x", "Ethernet1", "Vlan99999999999999999999999"})
+    offsets.save(name, {});
+  std::vector<VlanId> kept;
+  EXPECT_NO_THROW(sut->forEachKept([&](VlanId vlanId) { kept.push_back(vlanId); }));
+  std::sort(kept.begin(), kept.end());
+  EXPECT_EQ(kept, (std::vector<VlanId>{VlanId(10u), VlanId(20u)}));
+  std::size_t left = 0;
+  offsets.forEach([&](auto const&) { ++left; });
+  EXPECT_EQ(left, 2u);
 }
 
 TEST_F(VlanCountersHelperTest, RowsOfAnotherBridgeDoNotGoOn) {
