@@ -1,6 +1,7 @@
 #include "agent/host.h"
 
 #include <algorithm>
+#include <exception>
 #include <stdexcept>
 #include <utility>
 
@@ -110,7 +111,7 @@ void Host::start(EventLoop& loop) {
 void Host::startVlans() {
   if (_vlans.counters() || !_chip->vlansAreTold()) return;
   _vlans.start(_chip->vlanHelper());
-  if (_control) _control->requestsAre(controlRequests());
+  if (_control && _vlans.counters()) _control->requestsAre(controlRequests());
 }
 
 // Without it the agent counts all the same. Somebody may have removed it, and it is made anew.
@@ -142,14 +143,14 @@ void Host::clockWasSetBy(Kel::Seconds step) {
 }
 
 Kel::Seconds Host::turn() {
-  Kel::Seconds const next = _clockDriver.turn();
+  Kel::Seconds next = _clockDriver.turn();
   if (std::exchange(_clockWasSet, false)) _tables.noSampleAfter(_clock->time());
   _chip->turn();
   startVlans();
   _controlPlane.classesAre(_chip->coppClasses());
   retryRefused();
   pollNews();
-  _vlans.pollNews();
+  next = std::min(next, _vlans.pollNews());
   beat();
   // After the clock: what a request reads from the chip was not read before the request came.
   return _control ? std::min(next, _control->turn()) : next;
@@ -159,7 +160,7 @@ void Host::retryRefused() {
   auto const& interfaces = _interfaces.withoutRoom();
   if (interfaces.empty()) _refusedIntfsTold = false;
   if (_vlans.withoutRoom() == 0) _refusedVlansTold = false;
-  if (interfaces.empty() && _vlans.withoutRoom() == 0) return;
+  if (interfaces.empty() && !_vlans.areRefused()) return;
   Kel::Seconds const now = _steady();
   if (_lastRetry && now - *_lastRetry < kRetry) return;
   _lastRetry = now;
@@ -182,11 +183,16 @@ void Host::pollNews() {
   askForQueues();
 }
 
-// Pollers that there are not, as those of another kind of interface, do nothing.
+// Pollers that there are not, as those of another kind of interface, do nothing. A poll that fails
+// is told, and the next is that of the period.
 void Host::pollNow(Pekt::IntfId const& intfId) {
   using OruTypes::CounterType;
-  for (CounterType const type : {CounterType::port, CounterType::queue, CounterType::vlanIntf})
-    _counters->updateCounters(type, intfId);
+  try {
+    for (CounterType const type : {CounterType::port, CounterType::queue, CounterType::vlanIntf})
+      _counters->updateCounters(type, intfId);
+  } catch (std::exception const& exception) {
+    say(std::string(intfId.view()) + " could not be polled: " + exception.what());
+  }
 }
 
 // Whoever cannot answer is asked again with the next polls.

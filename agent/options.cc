@@ -26,7 +26,8 @@ constexpr char const* kEpilogue =
     "  oru-agentd --chip simulated --ports 8   no hardware needed\n"
     "  oru-agentd --check-config --config FILE whether that file would be taken\n"
     "Traces go to standard error: level 8 every handler and poll, 7 pollers made and deleted,\n"
-    "forced updates, policy maps, CPU ports and VLANs, 6 rows made, 1 errors (always on).\n"
+    "forced updates, policy maps, CPU ports and VLANs, 6 rows made, 4 clears of\n"
+    "VLANs that are over, 1 errors (always on).\n"
     "SIGTERM and SIGINT end the agent; the tables stay, and the next one counts on from them.\n"
     "Exit status: 0 ended by a signal, 1 could not run, 2 asked for what cannot be.";
 

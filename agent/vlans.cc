@@ -5,12 +5,20 @@
 
 #include "agent/log.h"
 #include "platform/dov/exception.h"
+#include "platform/glim/give_up.h"
 #include "platform/kel/strep.h"
 
 namespace Agent {
 
 using Bridging::VlanId;
 using Glim::Bridging::VlanCounter;
+
+namespace {
+
+// A script that adds VLANs one by one costs a poll of them all each time.
+constexpr Kel::Seconds kBetweenPollsOfNews = 0.1;
+
+}  // namespace
 
 Vlans::Vlans(Tables const& tables, Kel::Ptr<Kel::Clock> const& clock, Kel::Seconds period)
     : _live(tables.vlanCounters()),
@@ -26,10 +34,9 @@ void Vlans::makeRows(Bridging::VlanDescription const& description) {
   VlanId const vlanId = description.vlanId;
   // A snapshot without a live row is of a VLAN that was there before.
   bool const isNew = !_live->contains(vlanId);
-  if (isNew) _live->vlanCounterIs(VlanCounter(vlanId));
-  if (isNew || !_snapshots->contains(vlanId))
-    _snapshots->vlanCounterSnapshotIs(VlanCounter(vlanId));
-  _descriptions->descriptionIs(description);
+  if (isNew) Glim::writeOrGiveUp(*_live, VlanCounter(vlanId));
+  if (isNew || !_snapshots->contains(vlanId)) Glim::writeOrGiveUp(*_snapshots, VlanCounter(vlanId));
+  Glim::writeOrGiveUp(*_descriptions, description);
 }
 
 bool Vlans::vlanIs(Bridging::VlanDescription const& description) {
@@ -37,11 +44,16 @@ bool Vlans::vlanIs(Bridging::VlanDescription const& description) {
   try {
     makeRows(description);
   } catch (Dov::ResourceException const& exception) {
-    if (!isConfigured(vlanId)) dropRows(vlanId);
-    _withoutRoom.insert_or_assign(vlanId, exception.message());
+    if (isConfigured(vlanId)) {
+      _countedWithoutRoom.insert(vlanId);
+    } else {
+      dropRows(vlanId);
+      _withoutRoom.insert_or_assign(vlanId, exception.message());
+    }
     return false;
   }
   _withoutRoom.erase(vlanId);
+  _countedWithoutRoom.erase(vlanId);
   if (isConfigured(vlanId)) return true;
   _config->vlanConfigIs({.vlanId = vlanId});
   _news = true;
@@ -56,15 +68,16 @@ std::string Vlans::whyNoRoom() const {
 
 void Vlans::vlanDel(VlanId vlanId) {
   _withoutRoom.erase(vlanId);
+  _countedWithoutRoom.erase(vlanId);
   _config->vlanConfigDel(vlanId);
   _requests->clearCountersRequestDel(vlanId);
   dropRows(vlanId);
 }
 
 void Vlans::dropRows(VlanId vlanId) {
-  _live->vlanCounterDel(vlanId);
-  _snapshots->vlanCounterSnapshotDel(vlanId);
-  _descriptions->descriptionDel(vlanId);
+  Glim::removeOrGiveUp(*_live, vlanId);
+  Glim::removeOrGiveUp(*_snapshots, vlanId);
+  Glim::removeOrGiveUp(*_descriptions, vlanId);
 }
 
 void Vlans::dropAllRows() {
@@ -77,25 +90,48 @@ std::vector<VlanId> Vlans::withRows() const {
   return all;
 }
 
-// The state machine removes live rows of VLANs that went, and with each its snapshot.
-void Vlans::start(Kel::Ptr<OruHelper::OruVlanCountersHelper> const& helper) {
-  _counters =
-      Oru::Counters::vlanCountersSmFactory(_config, _requests, _live, _snapshots, _wheel, helper);
-  // It set its first wake-up by the period that it begins with.
-  _counters->pollIntervalIs(_period);
-  _counters->handleInitialized();
-  auto const gone = [this](auto const& row) { return !isConfigured(row.vlanId); };
-  _snapshots->forEach([&](auto const& row) {
-    if (gone(row)) _snapshots->vlanCounterSnapshotDel(row.vlanId);
-  });
-  _descriptions->forEach([&](auto const& row) {
-    if (gone(row)) _descriptions->descriptionDel(row.vlanId);
-  });
-  _news = true;
+// Of all three tables: what an agent before left may be in any of them.
+void Vlans::dropRowsOfOthers() {
+  auto const drop = [this](auto const& row) {
+    if (!isConfigured(row.vlanId)) dropRows(row.vlanId);
+  };
+  _live->forEach(drop);
+  _snapshots->forEach(drop);
+  _descriptions->forEach(drop);
 }
 
-void Vlans::pollNews() {
-  if (!_counters || !std::exchange(_news, false)) return;
+void Vlans::start(Kel::Ptr<OruHelper::OruVlanCountersHelper> const& helper) {
+  dropRowsOfOthers();
+  try {
+    _counters =
+        Oru::Counters::vlanCountersSmFactory(_config, _requests, _live, _snapshots, _wheel, helper);
+  } catch (std::exception const& exception) {
+    std::string const why = exception.what();
+    if (std::exchange(_whyNotStarted, why) != why)
+      say("the VLANs cannot be counted, trying on: " + why);
+    return;
+  }
+  _counters->pollIntervalIs(_period);
+  // It set its first wake-up by the period that it begins with; one that comes now puts that of
+  // ours in its place.
+  tryToPoll([this] { _counters->handleTime(); });
+  _news = _period == 0.0;  // such a wake-up does nothing
+}
+
+Kel::Seconds Vlans::pollNews() {
+  if (!_counters || !_news) return Kel::Clock::kNever;
+  Kel::Seconds const now = _wheel->time();
+  Kel::Seconds const due = _newsPolled + kBetweenPollsOfNews;
+  // A clock that was set back is no reason to wait.
+  if (_newsPolled <= now && now < due) return due - now;
+  _news = false;
+  _newsPolled = now;
+  tryToPoll([this] { poll(); });
+  return Kel::Clock::kNever;
+}
+
+template <class Poll>
+void Vlans::tryToPoll(Poll const& poll) {
   try {
     poll();
   } catch (std::exception const& exception) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -22,12 +23,17 @@ class Vlans {
 
   // For the chip, which says what VLANs there are.
 
-  // A VLAN is there and described so; told again when that changes. False: there is no room for its
-  // rows, and it is not counted.
+  // A table that turns out to be damaged is given up by any of these, and the next heartbeat of the
+  // tables says so.
+
+  // A VLAN is there and described so; told again when that changes. False: there is no room for one
+  // of its rows, and it is not counted; or it goes on being counted as it was described before.
   bool vlanIs(Bridging::VlanDescription const& description);
-  // Those that there is no room for, and why the first of them is not counted.
+  // Those that are not counted for want of room, and why the first of them is not.
   std::size_t withoutRoom() const { return _withoutRoom.size(); }
   std::string whyNoRoom() const;
+  // Whether any is to be told again for want of room, counted or not.
+  bool areRefused() const { return !_withoutRoom.empty() || !_countedWithoutRoom.empty(); }
   // Its rows go.
   void vlanDel(Bridging::VlanId vlanId);
   bool isConfigured(Bridging::VlanId vlanId) const;
@@ -40,12 +46,15 @@ class Vlans {
 
   // For the host.
 
-  // Starts counting. Rows of VLANs that were not told go.
-  // REQUIRES: all VLANs that there are were told.
+  // Rows of VLANs that were not told go; then it starts counting, with a first poll. What the chip
+  // throws is told: if it was while the VLANs were prepared, counters() stays null, and start() is
+  // to be called again; if it was while they were polled, the next poll is that of the period.
+  // REQUIRES: all VLANs that there are were told; it was not started.
   void start(Kel::Ptr<OruHelper::OruVlanCountersHelper> const& helper);
   // Polls if there are new VLANs and it was started: they show true counts from the start, and not
-  // only after a period. A poll that fails is told, and the next is that of the period.
-  void pollNews();
+  // only after a period. A poll that fails is told, and the next is that of the period. Where
+  // such a poll was just made, the next has to wait: answers for how many seconds, or kNever.
+  Kel::Seconds pollNews();
   // Polls all VLANs now.
   // REQUIRES: it was started.
   void poll() { _counters->updateCounters(); }
@@ -56,6 +65,9 @@ class Vlans {
 
  private:
   void makeRows(Bridging::VlanDescription const& description);
+  void dropRowsOfOthers();
+  template <class Poll>
+  void tryToPoll(Poll const& poll);
 
   Kel::Ptr<Glim::Bridging::VlanCounterDir> const _live;
   Kel::Ptr<Glim::Bridging::VlanCounterSnapshotDir> const _snapshots;
@@ -67,7 +79,10 @@ class Vlans {
       Kel::make<Bridging::VlanCountersCliReq>();
   Kel::Ptr<Oru::Counters::VlanCountersSm> _counters;
   std::map<Bridging::VlanId, std::string> _withoutRoom;  // and why
+  std::set<Bridging::VlanId> _countedWithoutRoom;  // a row is missing, or describes it as it was
+  std::string _whyNotStarted;
   bool _news = false;
+  Kel::Seconds _newsPolled = -1.0;  // before any time
 };
 
 }  // namespace Agent

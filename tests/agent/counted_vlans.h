@@ -28,9 +28,20 @@ class CountingChip : public OruHelper::OruVlanCountersHelper {
     if (!unreadable.contains(vlanId)) _polled[vlanId] = counts[vlanId];
     newCounters->countsIs(_polled[vlanId]);
   }
+  void initializeVlanCounters(Bridging::VlanId vlanId) override {
+    if (onInitialize) onInitialize(vlanId);
+    ++initialized[vlanId];
+  }
+  Kel::Seconds minimumPollInterval() override {
+    ++askedForItsMinimum;
+    return 0.0;
+  }
+
   std::map<Bridging::VlanId, Bridging::VlanCounts> counts;
   std::set<Bridging::VlanId> unreadable;
-  std::function<void(Bridging::VlanId)> onPoll;
+  std::function<void(Bridging::VlanId)> onPoll, onInitialize;
+  std::map<Bridging::VlanId, int> initialized;  // how often
+  int askedForItsMinimum = 0;
 
  private:
   std::map<Bridging::VlanId, Bridging::VlanCounts> _polled;

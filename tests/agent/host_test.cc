@@ -6,7 +6,9 @@
 
 #include <sstream>
 
+#include "counters/pollers/counter_records.h"
 #include "hardware/linux/glim_offset_store.h"
+#include "hardware/simulated/counters_helper.h"
 #include "hardware/simulated/script.h"
 #include "platform/glim/reader.h"
 #include "tests/support/temporary_tables.h"
@@ -261,6 +263,55 @@ TEST_F(HostTest, InterfacesWithoutRoomAreToldOnceAndServedWhenThereIsRoom) {
   EXPECT_THAT(::testing::internal::GetCapturedStderr(),
               ::testing::MatchesRegex("oru-agentd: policy map[^\n]*\n"
                                       "oru-agentd: 4 interfaces are not counted[^\n]*\n"));
+}
+
+// Three ports, of which one cannot be read.
+class ChipWithAFault : public Chip {
+ public:
+  explicit ChipWithAFault(Interfaces& interfaces) : _interfaces(interfaces) {}
+  Kel::Ptr<OruHelper::OruHelperCountersSm> helper() const override { return _helper; }
+  Kel::Ptr<OruHelper::OruVlanCountersHelper> vlanHelper() const override { return _vlans; }
+  void start(EventLoop&) override { retellRefused(); }
+  void retellRefused() override {
+    for (char const* const id : {"Ethernet1", "Ethernet2", "Ethernet3"}) {
+      Interface::IntfDescription description;
+      description.intfId = id;
+      _interfaces.interfaceIs(description);
+    }
+  }
+
+ private:
+  class Helper : public Hardware::Simulated::CountersHelper {
+   public:
+    using CountersHelper::CountersHelper;
+    void getCounters(Pekt::IntfId intfId, Kel::Ptr<OruTypes::IntfCounters> newCounters,
+                     Kel::Ptr<OruTypes::IntfCounters> prevCounters) override {
+      if (intfId == Pekt::IntfId("Ethernet2")) throw std::runtime_error("it is away");
+      CountersHelper::getCounters(intfId, newCounters, prevCounters);
+    }
+  };
+  Interfaces& _interfaces;
+  Kel::Ptr<Helper> const _helper = Kel::make<Helper>(
+      Kel::Name("faulty"),
+      std::make_shared<Hardware::Simulated::Chip const>(Hardware::Simulated::Chip::seeded(3, 11)));
+  Kel::Ptr<OruHelper::OruVlanCountersHelper> const _vlans =
+      Kel::make<OruHelper::OruVlanCountersHelper>(Kel::Name("none"));
+};
+
+TEST_F(HostTest, ANewPortThatCannotBePolledIsToldAndTheOthersArePolled) {
+  sut = std::make_unique<Host>(
+      options, [this] { return time.now(); }, Glim::TableLimits(),
+      [](Tables&, Interfaces& interfaces, Vlans&) {
+        return std::make_unique<ChipWithAFault>(interfaces);
+      });
+  sut->start(loop);
+  ::testing::internal::CaptureStderr();
+  EXPECT_NO_THROW(sut->turn());
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+            "oru-agentd: Ethernet2 could not be polled: it is away\n");
+  EXPECT_EQ(row("Ethernet1")->statistics.lastUpdate, time.now());
+  EXPECT_EQ(row("Ethernet2")->statistics.lastUpdate, 0.0);
+  EXPECT_EQ(row("Ethernet3")->statistics.lastUpdate, time.now());
 }
 
 TEST_F(HostTest, RowsStayWhenTheAgentEnds) {

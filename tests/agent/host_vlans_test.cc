@@ -169,6 +169,38 @@ TEST_F(HostOfVlans, APollThatFailsDoesNotEndTheAgent) {
   EXPECT_NEAR(vlan(10)->lastUpdate, time.now(), 0.3);
 }
 
+TEST_F(HostOfVlans, AStartOfTheirsThatFailsDoesNotEndTheAgentAndIsTriedAgain) {
+  start({}, false);
+  TestClient client(options.tables);
+  chip->counting->onInitialize = [](auto) { throw std::runtime_error("it is away"); };
+  chip->vlanIs(10);
+  chip->areTold = true;
+  testing::internal::CaptureStderr();
+  EXPECT_NO_THROW(turnsFor(1.0));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("it is away"));
+  EXPECT_EQ(ask(client, {{"op", "ls"}})["names"], Json({"countersSm"}));
+  chip->counting->onInitialize = {};
+  octets(10) = 7;
+  sut->turn();
+  EXPECT_EQ(vlan(10)->counts.inOctets, 7u);
+  EXPECT_EQ(ask(client, {{"op", "ls"}})["names"], Json({"countersSm", "vlanCountersSm"}));
+  EXPECT_EQ(ask(client, clearAll)["cleared"], 1);
+}
+
+TEST_F(HostOfVlans, NewsThatHasToWaitIsPolledInTime) {
+  start();
+  chip->vlanIs(10);
+  sut->turn();
+  chip->vlanIs(20);
+  octets(20) = 7;
+  Kel::Seconds const next = sut->turn();
+  EXPECT_LE(next, 0.1 + 1e-6);
+  EXPECT_EQ(vlan(20)->lastUpdate, 0.0);
+  time.nowIs(time.now() + 0.1);
+  sut->turn();
+  EXPECT_EQ(vlan(20)->counts.inOctets, 7u);
+}
+
 TEST_F(HostOfVlans, WithoutRoomAreToldAgainEveryFewSecondsAndToTheOperatorOnce) {
   testing::internal::CaptureStderr();
   start({.maxRows = 1});
