@@ -222,7 +222,7 @@ class VlanCounters(Reader, WithVlans):
         self.await_description(10, unsupported=KINDS_OF_PACKETS)
         self.bridge.send("swp1", 10, 6, 100)
         self.await_totals(10, 6, 600)
-        self.assertIn("switched", self.what_it_said())
+        self.assertIn("switched the counting of the VLANs of bridge br0 on", self.what_it_said())
 
     def test_a_bridge_that_counts_at_its_ports_is_told_as_not_counted(self):
         self.ip("link del br0")
