@@ -103,9 +103,16 @@ class VlanBridge:
         self.vlan_command("del", port, vlan)
 
     def send(self, port, vlan, count, size, destination=BROADCAST):
-        """Tagged frames, from the station of the port."""
+        """Tagged frames, from the station of the port. The port has taken them all, if it is in that
+        VLAN and counts it: the kernel hands them over in its own time."""
+        def taken():
+            counted = self.counts(vlan, port)
+            return counted and counted["rx_packets"]
+        before = taken()
         self.test.send_frames(f"{port}-wire", destination, count, size, vlan,
                               source=self.test.address(f"{port}-wire"))
+        if before is not None:
+            await_that(f"{count} frames of VLAN {vlan} at {port}", lambda: taken() >= before + count)
 
     def counts(self, vlan, port=None):
         """What the kernel says of the VLAN, of all ports together or of one, by direction; octets
