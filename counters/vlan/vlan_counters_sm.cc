@@ -200,6 +200,7 @@ void VlanCountersSm::doTakeSnapshot(Bridging::VlanId vlanId) {
   Kel::Seconds const now = clock()->time();
   auto const slot = vlanCounterSnapshotDir()->directWrite(vlanId);
   slot->counts = vlanCounterDir()->vlanCounter(vlanId).counts;
+  if (!vlanCounterDir()->attached()) return;  // lost, now or before: what it had is not zero
   slot->lastUpdate = now;
   vlanCounterSnapshotDir()->vlanCounterSnapshotCommit(slot);
 }
