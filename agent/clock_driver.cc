@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/glim/boot_time.h"
+#include "platform/kel/system.h"
 
 namespace Agent {
 

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "hardware/linux/nft_counter_name.h"
-#include "platform/interface/rates.h"
+#include "platform/interface/load_interval.h"
 #include "platform/kel/system.h"
 #include "platform/pekt/intf_id.h"
 

@@ -10,10 +10,12 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstring>
 #include <exception>
+#include <stdexcept>
 #include <string>
 #include <type_traits>
 

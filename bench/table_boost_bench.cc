@@ -1,5 +1,7 @@
 // The map of Boost.Interprocess, in a segment of shared memory, under its mutex. All of Boost that
 // the benchmarks compile is here.
+#include <unistd.h>
+
 #include <boost/interprocess/allocators/allocator.hpp>
 #include <boost/interprocess/managed_shared_memory.hpp>
 #include <boost/interprocess/sync/interprocess_mutex.hpp>

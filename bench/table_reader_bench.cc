@@ -1,4 +1,6 @@
 // The orders of a table's readers: the table and its writer are another process's.
+#include <unistd.h>
+
 #include "bench/table_bench.h"
 #include "bench/table_folder.h"
 #include "platform/glim/collection.h"
@@ -131,7 +133,7 @@ void readerWalk(benchmark::State& state, SampleRows<Record>& sample, Writer writ
   OthersTable<Record> table(sample, writer);
   std::uint64_t rows = 0, busy = 0;
   std::uint64_t const walks = besideWalk(state, sample, table.rounds(), [&] {
-    Glim::Walk const walk =
+    Glim::WalkResult const walk =
         table.reader.forEach([&](Record const& row) { benchmark::DoNotOptimize(row); });
     rows += walk.rows;
     busy += walk.busy;

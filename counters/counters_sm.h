@@ -6,7 +6,6 @@
 #include "counters/pollers/helper.h"
 #include "platform/interface/intf_dirs.h"
 #include "platform/interface/writer_status.h"
-#include "platform/kel/clock.h"
 #include "platform/kel/dir.h"
 #include "platform/kel/hash_map.h"
 #include "platform/oru/base_sm.h"

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "platform/kel/system.h"
+#include "platform/kel/seconds.h"
 #include "platform/kel/text.h"
 #include "platform/oru/base_helper.h"
 #include "platform/pekt/intf_id.h"

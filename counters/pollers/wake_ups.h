@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "counters/pollers/helper.h"
+#include "platform/kel/system.h"
 
 namespace Oru::Counters {
 

@@ -1,8 +1,8 @@
 // The contract between the VLAN counters and a chip platform.
 #pragma once
 
-#include "counters/vlan/vlan_counters.h"
-#include "platform/kel/system.h"
+#include "counters/vlan/counter_records.h"
+#include "platform/kel/seconds.h"
 #include "platform/oru/base_helper.h"
 
 namespace OruHelper {

@@ -159,9 +159,7 @@ Interface::CounterSet unsupportedCounters(PortFields known, std::string_view kin
                              counter == EthCounter::internalMacTransmitErrors;
     if (!isRemainder && !known.contains(portField(counter))) unsupported.insert(name(counter));
   }
-  for (std::string_view array : {"inPfcFrames", "outPfcFrames", "fecCodewordErrors",
-                                 "fecLaneCorrectedBlocks", "inPfcPauseMicros", "outPfcPauseMicros"})
-    unsupported.insert(array);
+  for (std::string_view const array : Interface::kEthArrayNames) unsupported.insert(array);
   return unsupported;
 }
 

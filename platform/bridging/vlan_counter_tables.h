@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/bridging/vlan_counter.h"
+#include "platform/bridging/vlan_description.h"
 #include "platform/glim/collection.h"
 
 namespace Bridging {
@@ -10,19 +11,20 @@ namespace Bridging {
 // The names of the tables within the agent's directory.
 inline constexpr std::string_view kVlanCounters = "vlanCounters";
 inline constexpr std::string_view kVlanCounterSnapshots = "vlanCounterSnapshots";
+inline constexpr std::string_view kVlanDescriptions = "vlanDescriptions";
+
+// What the agent says of each VLAN.
+class AllVlanDescription : public Glim::Collection<VlanDescription> {
+ public:
+  using Collection::Collection;
+
+  void descriptionIs(VlanDescription const& description) { write(description); }
+  void descriptionDel(VlanId vlanId) { remove(vlanId); }
+};
 
 }  // namespace Bridging
 
 namespace Glim::Bridging {
-
-// The VLAN's row; for an absent one, the VLAN's empty record.
-template <class Table>
-VlanCounter rowOf(Table& table, ::Bridging::VlanId vlanId) {
-  VlanCounter row;
-  bool found = false;
-  table.safeLookup(vlanId, found, row);
-  return found ? row : VlanCounter(vlanId);
-}
 
 // Counters of the VLANs.
 class VlanCounterDir : public Glim::Collection<VlanCounter> {
@@ -30,7 +32,8 @@ class VlanCounterDir : public Glim::Collection<VlanCounter> {
   using Collection::Collection;
 
   void vlanCounterIs(VlanCounter const& counter) { write(counter); }
-  VlanCounter vlanCounter(::Bridging::VlanId vlanId) { return rowOf(*this, vlanId); }
+  // The row; for an absent one, the VLAN's empty record.
+  VlanCounter vlanCounter(::Bridging::VlanId vlanId) { return rowOf(vlanId); }
   void vlanCounterDel(::Bridging::VlanId vlanId) { remove(vlanId); }
   void vlanCounterCommit(Slot const& slot) { commit(slot); }
 };
@@ -41,7 +44,8 @@ class VlanCounterSnapshotDir : public Glim::Collection<VlanCounter> {
   using Collection::Collection;
 
   void vlanCounterSnapshotIs(VlanCounter const& counter) { write(counter); }
-  VlanCounter vlanCounterSnapshot(::Bridging::VlanId vlanId) { return rowOf(*this, vlanId); }
+  // The row; for an absent one, the VLAN's empty record.
+  VlanCounter vlanCounterSnapshot(::Bridging::VlanId vlanId) { return rowOf(vlanId); }
   void vlanCounterSnapshotDel(::Bridging::VlanId vlanId) { remove(vlanId); }
   void vlanCounterSnapshotCommit(Slot const& slot) { commit(slot); }
 };

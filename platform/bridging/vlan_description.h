@@ -7,13 +7,10 @@
 #include <string_view>
 
 #include "platform/bridging/vlan_counter.h"
-#include "platform/glim/collection.h"
-#include "platform/interface/row_text.h"
+#include "platform/glim/record.h"
+#include "platform/interface/padded_text.h"
 
 namespace Bridging {
-
-// The name of the table within the agent's directory.
-inline constexpr std::string_view kVlanDescriptions = "vlanDescriptions";
 
 // One counter as a set, for VlanDescription::unsupported: bit n is kVlanCountsFields[n]. Empty for
 // a name that is no counter's.
@@ -27,9 +24,9 @@ inline constexpr std::uint64_t kNoVlanCounters = (std::uint64_t{1} << kVlanCount
 // A row of the agent's own table of VLANs.
 struct VlanDescription {
   VlanId vlanId;
-  Interface::RowText<16> bridge;  // the name of the VLAN's bridge on this machine
-  Interface::RowText<32> name;    // what the operator calls the VLAN; empty: nothing
-  std::uint64_t unsupported = 0;  // the counters that the chip cannot count, by vlanCounterBit
+  Interface::PaddedText<16> bridge;  // the name of the VLAN's bridge on this machine
+  Interface::PaddedText<32> name;    // what the operator calls the VLAN; empty: nothing
+  std::uint64_t unsupported = 0;     // the counters that the chip cannot count, by vlanCounterBit
 
   bool operator==(VlanDescription const&) const = default;
 };
@@ -48,16 +45,3 @@ struct Glim::RecordTraits<Bridging::VlanDescription> {
       Glim::Field{"unsupported", Glim::FieldType::u64, offsetof(Row, unsupported)}};
   static Key const& key(Row const& row) { return row.vlanId; }
 };
-
-namespace Bridging {
-
-// What the agent says of each VLAN.
-class AllVlanDescription : public Glim::Collection<VlanDescription> {
- public:
-  using Collection::Collection;
-
-  void descriptionIs(VlanDescription const& description) { write(description); }
-  void descriptionDel(VlanId vlanId) { remove(vlanId); }
-};
-
-}  // namespace Bridging

@@ -49,6 +49,7 @@ class NoPermissionException : public Exception {
   [[noreturn]] static void throwException(std::string_view message);
 };
 
+// An order that this kind of table does not have.
 class UnimplementedException : public Exception {
  public:
   explicit UnimplementedException(std::string_view message);
@@ -63,6 +64,7 @@ class ResourceException : public Exception {
   [[noreturn]] static void throwException(std::string_view message);
 };
 
+// What cannot be answered, of a table that is no more: a direct write to a detached one.
 class AssertException : public Exception {
  public:
   explicit AssertException(std::string_view message);

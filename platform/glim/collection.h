@@ -17,9 +17,11 @@
 // derives from it.
 #pragma once
 
+#include <cstring>
 #include <utility>
 
 #include "platform/glim/glim_map.h"
+#include "platform/glim/slot_allocator.h"
 #include "platform/kel/notifier.h"
 
 namespace Glim {
@@ -80,6 +82,15 @@ class Collection : public Kel::Notifier {
     Record record;
     bool found = false;
     safeLookup(key, found, record);
+    return record;
+  }
+  // The record under the key; for an absent one, the default record but for its key.
+  Record rowOf(Key const& key) {
+    Record record;
+    bool found = false;
+    safeLookup(key, found, record);
+    // The key is its record's first member.
+    if (!found) std::memcpy(static_cast<void*>(&record), &key, sizeof key);
     return record;
   }
   bool contains(Key const& key) {

@@ -9,14 +9,13 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "platform/glim/bucket_index.h"
 #include "platform/glim/conquest.h"
 #include "platform/glim/header_copy.h"
 #include "platform/glim/row_shape.h"
-#include "platform/glim/slot_allocator.h"
+#include "platform/glim/slot_directory.h"
 #include "platform/glim/table_directory.h"
 #include "platform/glim/table_limits.h"
 #include "platform/glim/table_mapping.h"

@@ -10,7 +10,6 @@
 #include <cstring>
 
 #include "platform/dov/exception.h"
-#include "platform/glim/boot_time.h"
 #include "platform/glim/conquer_writer.h"
 #include "platform/glim/migration.h"
 

@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/glim/kel_glim_map.h"
+#include "platform/glim/record_ops.h"
 #include "platform/glim/root_path.h"
 #include "platform/glim/slot.h"
 

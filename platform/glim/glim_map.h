@@ -70,7 +70,6 @@ class GlimMap : private GlimMapMessages {
 
   std::string glimName() const { return root().glimName(); }
   RootPath const& rootPath() const { return root(); }
-  Record const& defaultRecord() const { return _default; }
   Base& implementation() { return *_implementation; }
   bool attached() const { return _attached; }
   bool notifying() const { return _notifying; }
@@ -128,6 +127,7 @@ class GlimMap : private GlimMapMessages {
     Util::writeCorruptionFile(root().debugHandler(), root(), reason);
   }
 
+  // Every call says so and tells the callbacks, that of a detached table too.
   void detach() {
     sayDetach();
     _implementation->detach();

@@ -27,7 +27,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string_view>
 
 #include "platform/glim/atomic_words.h"

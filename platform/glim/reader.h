@@ -19,7 +19,7 @@
 namespace Glim {
 
 // What a walk met besides the rows that it showed.
-struct Walk {
+struct WalkResult {
   Answer end = Answer::ok;  // or retired: the walk stopped, attach again
   std::uint64_t rows = 0;
   std::uint64_t busy = 0;
@@ -59,8 +59,8 @@ class Reader {
   // Calls visit(record) with each row, by slot: a row that is there throughout is visited once.
   // Rows that come or go meanwhile may be visited or not.
   template <class Visit>
-  Walk forEach(Visit visit) const {
-    Walk walk;
+  WalkResult forEach(Visit visit) const {
+    WalkResult walk;
     if (!attached()) {
       walk.end = Answer::missing;
       return walk;

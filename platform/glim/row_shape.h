@@ -8,8 +8,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/glim/kel_glim_map.h"
 #include "platform/glim/record.h"
+#include "platform/glim/record_ops.h"
 
 namespace Glim {
 

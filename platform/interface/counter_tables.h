@@ -20,16 +20,6 @@ inline constexpr std::string_view kAclDropCounters = "aclDropCounters";
 inline constexpr std::string_view kIntfDescriptions = "intfDescriptions";
 inline constexpr std::string_view kVlanIntfCounters = "vlanIntfCounters";
 
-// The interface's row; for an absent one, a default row under its name.
-template <class Table>
-typename Table::Record rowOf(Table& table, Pekt::IntfId const& intfId) {
-  typename Table::Record row;
-  bool found = false;
-  table.safeLookup(intfId, found, row);
-  if (!found) row.intfId = intfId;
-  return row;
-}
-
 // Counters of the Ethernet interfaces; also the kind of the table that holds their values at the
 // last clear.
 class AllEthIntfCounterGlim : public Glim::Collection<EthIntfCounterGlim> {
@@ -39,7 +29,7 @@ class AllEthIntfCounterGlim : public Glim::Collection<EthIntfCounterGlim> {
   void counterIs(EthIntfCounterGlim const& counter) { write(counter); }
   void counterDel(Pekt::IntfId const& intfId) { remove(intfId); }
   // The row; for an absent one, a row of the interface with zero counters.
-  EthIntfCounterGlim counter(Pekt::IntfId const& intfId) { return rowOf(*this, intfId); }
+  EthIntfCounterGlim counter(Pekt::IntfId const& intfId) { return rowOf(intfId); }
 };
 
 // What the agent says of each interface.
@@ -59,7 +49,7 @@ class AllVlanIntfCounterGlim : public Glim::Collection<VlanIntfCounterGlim> {
   void counterIs(VlanIntfCounterGlim const& counter) { write(counter); }
   void counterDel(Pekt::IntfId const& intfId) { remove(intfId); }
   // The row; for an absent one, a row of the interface with zero counters.
-  VlanIntfCounterGlim counter(Pekt::IntfId const& intfId) { return rowOf(*this, intfId); }
+  VlanIntfCounterGlim counter(Pekt::IntfId const& intfId) { return rowOf(intfId); }
 };
 
 namespace QueueCounter {
@@ -72,7 +62,7 @@ class AllIntfQueueCounters : public Glim::Collection<IntfQueueCounter> {
   void intfQueueCounterIs(IntfQueueCounter const& counter) { write(counter); }
   void intfQueueCounterDel(Pekt::IntfId const& intfId) { remove(intfId); }
   // The row; for an absent one, a row of the interface without queues.
-  IntfQueueCounter intfQueueCounter(Pekt::IntfId const& intfId) { return rowOf(*this, intfId); }
+  IntfQueueCounter intfQueueCounter(Pekt::IntfId const& intfId) { return rowOf(intfId); }
 };
 
 }  // namespace QueueCounter

@@ -16,7 +16,7 @@ std::array<T, n> combined(std::array<T, n> const& a, std::array<T, n> const& b, 
 
 template <class Op>
 EthPerPrioStatistics combined(EthPerPrioStatistics const& a, EthPerPrioStatistics const& b, Op op) {
-  return {.entries = combined(a.entries, b.entries, op), .count = 8};
+  return {.entries = combined(a.entries, b.entries, op), .count = EthPerPrioStatistics::kEntries};
 }
 
 template <class Op>
@@ -45,7 +45,7 @@ void addArrayDifference(std::array<T, n>& total, std::array<T, n> const& now,
 void addDifference(EthPerPrioStatistics& total, EthPerPrioStatistics const& now,
                    EthPerPrioStatistics const& before) {
   addArrayDifference(total.entries, now.entries, before.entries);
-  total.count = 8;
+  total.count = EthPerPrioStatistics::kEntries;
 }
 
 void addDifference(EthLaneStatistics& total, EthLaneStatistics const& now,

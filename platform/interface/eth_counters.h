@@ -97,8 +97,9 @@ constexpr std::string_view name(EthCounter counter) {
 
 // One optional counter a traffic priority (IEEE 802.1Q priority code points).
 struct EthPerPrioStatistics {
-  std::array<Wib::MaybeU63, 8> entries;
-  std::uint32_t count = 0;  // entries held; 8 after any arithmetic
+  static constexpr std::size_t kEntries = 8;
+  std::array<Wib::MaybeU63, kEntries> entries;
+  std::uint32_t count = 0;  // entries held; all of them after any arithmetic
   std::uint32_t reserved = 0;
 
   bool operator==(EthPerPrioStatistics const&) const = default;
@@ -150,28 +151,34 @@ void addDifference(EthStatistics& total, EthStatistics const& now, EthStatistics
 std::uint64_t receiveErrorSum(EthStatistics const& s);
 std::uint64_t transmitErrorSum(EthStatistics const& s);
 
+// The names of the six arrays, in order.
+inline constexpr std::array<std::string_view, 6> kEthArrayNames{
+    "inPfcFrames",      "outPfcFrames",     "fecCodewordErrors", "fecLaneCorrectedBlocks",
+    "inPfcPauseMicros", "outPfcPauseMicros"};
+
 // The members as they stand in a table row, by name.
 constexpr auto ethStatisticsFields() {
-  std::array<Glim::Field, kEthCounters + 6 * 3> fields{};
+  std::array<Glim::Field, kEthCounters + kEthArrayNames.size() * 3> fields{};
   std::size_t n = 0;
   for (std::size_t i = 0; i < kEthCounters; ++i)
     fields[n++] = {kEthCounterNames[i], Glim::FieldType::u64, i * 8, 1};
   std::size_t offset = kEthCounters * 8;
-  auto const array = [&](std::string_view entries, std::string_view count,
-                         std::string_view reserved, Glim::FieldType type, std::size_t size) {
-    fields[n++] = {entries, type, offset, size};
+  std::size_t arrays = 0;
+  auto const array = [&](std::string_view count, std::string_view reserved, Glim::FieldType type,
+                         std::size_t size) {
+    fields[n++] = {kEthArrayNames[arrays++], type, offset, size};
     fields[n++] = {count, Glim::FieldType::u32, offset + size * 8, 1};
     fields[n++] = {reserved, Glim::FieldType::u32, offset + size * 8 + 4, 1};
     offset += size * 8 + 8;
   };
   using enum Glim::FieldType;
-  array("inPfcFrames", "inPfcFramesCount", "inPfcFramesReserved", u63, 8);
-  array("outPfcFrames", "outPfcFramesCount", "outPfcFramesReserved", u63, 8);
-  array("fecCodewordErrors", "fecCodewordErrorsCount", "fecCodewordErrorsReserved", u64, 17);
-  array("fecLaneCorrectedBlocks", "fecLaneCorrectedBlocksCount", "fecLaneCorrectedBlocksReserved",
-        u64, 17);
-  array("inPfcPauseMicros", "inPfcPauseMicrosCount", "inPfcPauseMicrosReserved", u63, 8);
-  array("outPfcPauseMicros", "outPfcPauseMicrosCount", "outPfcPauseMicrosReserved", u63, 8);
+  array("inPfcFramesCount", "inPfcFramesReserved", u63, EthPerPrioStatistics::kEntries);
+  array("outPfcFramesCount", "outPfcFramesReserved", u63, EthPerPrioStatistics::kEntries);
+  array("fecCodewordErrorsCount", "fecCodewordErrorsReserved", u64, EthLaneStatistics::kEntries);
+  array("fecLaneCorrectedBlocksCount", "fecLaneCorrectedBlocksReserved", u64,
+        EthLaneStatistics::kEntries);
+  array("inPfcPauseMicrosCount", "inPfcPauseMicrosReserved", u63, EthPerPrioStatistics::kEntries);
+  array("outPfcPauseMicrosCount", "outPfcPauseMicrosReserved", u63, EthPerPrioStatistics::kEntries);
   return fields;
 }
 

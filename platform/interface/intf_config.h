@@ -1,7 +1,7 @@
 // Configuration of interfaces.
 #pragma once
 
-#include "platform/interface/rates.h"
+#include "platform/interface/load_interval.h"
 #include "platform/kel/notifier.h"
 
 namespace Interface {

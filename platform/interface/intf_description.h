@@ -8,7 +8,8 @@
 
 #include "platform/glim/record.h"
 #include "platform/interface/eth_counters.h"
-#include "platform/interface/row_text.h"
+#include "platform/interface/intf_state.h"
+#include "platform/interface/padded_text.h"
 #include "platform/interface/statistics.h"
 #include "platform/pekt/intf_id.h"
 
@@ -18,14 +19,11 @@ namespace Interface {
 // IntfStatistics, then the plain ones and the six arrays of EthStatistics.
 inline constexpr auto kCounterNames = [] {
   constexpr std::size_t plain = kIntfStatisticsFields.size() - 1;  // without lastUpdate
-  std::array<std::string_view, plain + kEthCounters + 6> names{};
+  std::array<std::string_view, plain + kEthCounters + kEthArrayNames.size()> names{};
   std::size_t n = 0;
   for (std::size_t i = 0; i < plain; ++i) names[n++] = kIntfStatisticsFields[i].name;
   for (std::string_view const name : kEthCounterNames) names[n++] = name;
-  for (std::string_view const name :
-       {"inPfcFrames", "outPfcFrames", "fecCodewordErrors", "fecLaneCorrectedBlocks",
-        "inPfcPauseMicros", "outPfcPauseMicros"})
-    names[n++] = name;
+  for (std::string_view const name : kEthArrayNames) names[n++] = name;
   return names;
 }();
 
@@ -57,27 +55,6 @@ class CounterSet {
   std::uint64_t _word = 0;
 };
 
-enum class AdminState : std::uint8_t { unknown, up, down };
-
-// ifOperStatus of RFC 2863, with its values.
-enum class OperState : std::uint8_t {
-  none = 0,
-  up = 1,
-  down = 2,
-  testing = 3,
-  unknown = 4,
-  dormant = 5,
-  notPresent = 6,
-  lowerLayerDown = 7,
-};
-// The name of a state as RFC 2863 has it; empty for none and for what is no state.
-constexpr std::string_view name(OperState state) {
-  constexpr std::array<std::string_view, 8> names{
-      "", "up", "down", "testing", "unknown", "dormant", "notPresent", "lowerLayerDown"};
-  auto const n = static_cast<std::size_t>(state);
-  return n < names.size() ? names[n] : std::string_view();
-}
-
 // The queue counters as the bits of IntfDescription::unsupportedQueue: bit n is
 // kQueueCounterNames[n] of the single queues, bit 4 + n that of all queues together.
 inline constexpr std::array<std::string_view, 4> kQueueCounterNames{"pkts", "octets", "dropPkts",
@@ -88,8 +65,8 @@ inline constexpr std::uint32_t kNoQueuesTogether = 0xf0;
 // A row of the agent's own table of interfaces.
 struct IntfDescription {
   Pekt::IntfId intfId;
-  RowText<16> kernelName;         // the interface's name on this machine
-  RowText<256> alias;             // ifAlias: what the operator wrote on it
+  PaddedText<16> kernelName;      // the interface's name on this machine
+  PaddedText<256> alias;          // ifAlias: what the operator wrote on it
   std::uint64_t speed = 0;        // bits per second; 0: unknown
   std::uint64_t unsupported = 0;  // the counters that the chip cannot count: a CounterSet
   double lastChange = 0.0;        // seconds since the epoch

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "platform/interface/intf_description.h"
+#include "platform/interface/intf_state.h"
 #include "platform/kel/notifier.h"
 
 namespace Interface {

@@ -65,7 +65,9 @@ struct IntfQueueStat {
 };
 static_assert(sizeof(IntfQueueStat) == 40);
 
-using IntfQueueStats = Kelo::PodArray<IntfQueueStat, QueueIndex, 17>;
+// The queues of a row.
+inline constexpr std::size_t kQueues = QueueIndex::max + 1;
+using IntfQueueStats = Kelo::PodArray<IntfQueueStat, QueueIndex, kQueues>;
 
 // A row of the queue counter table and of its clear table.
 struct IntfQueueCounter {
@@ -87,8 +89,8 @@ struct FieldNames {
 inline constexpr auto kIntfQueueStatNames = [] {
   constexpr std::array<std::string_view, 6> members{"Type",   "Reserved", "Pkts",
                                                     "Octets", "DropPkts", "DropOctets"};
-  FieldNames<17 * members.size()> names;
-  for (std::size_t i = 0; i < 17 * members.size(); ++i) {
+  FieldNames<kQueues * members.size()> names;
+  for (std::size_t i = 0; i < kQueues * members.size(); ++i) {
     std::size_t n = 0;
     auto const add = [&](std::string_view s) {
       for (char const c : s) names.text[i][n++] = c;
@@ -118,15 +120,15 @@ constexpr auto intfQueueStatsFields() {
       Glim::Field{"", u64, offsetof(IntfQueueStat, counts.octets)},
       Glim::Field{"", u64, offsetof(IntfQueueStat, counts.dropPkts)},
       Glim::Field{"", u64, offsetof(IntfQueueStat, counts.dropOctets)}};
-  std::array<Glim::Field, 17 * members.size() + 2> fields{};
-  for (std::size_t i = 0; i < 17 * members.size(); ++i) {
+  std::array<Glim::Field, kQueues * members.size() + 2> fields{};
+  for (std::size_t i = 0; i < kQueues * members.size(); ++i) {
     fields[i] = members[i % members.size()];
     fields[i].name = kIntfQueueStatNames[i];
     fields[i].offset += i / members.size() * sizeof(IntfQueueStat);
   }
-  constexpr std::size_t end = 17 * sizeof(IntfQueueStat);
-  fields[17 * members.size()] = {"queues", u32, end, 1};
-  fields[17 * members.size() + 1] = {"reserved", u32, end + 4, 1};
+  constexpr std::size_t end = kQueues * sizeof(IntfQueueStat);
+  fields[kQueues * members.size()] = {"queues", u32, end, 1};
+  fields[kQueues * members.size() + 1] = {"reserved", u32, end + 4, 1};
   return fields;
 }
 

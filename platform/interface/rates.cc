@@ -5,8 +5,6 @@
 #include <cstdint>
 
 #include "platform/interface/statistics.h"
-#include "platform/kel/exceptions.h"
-#include "platform/kel/strep.h"
 
 namespace Interface {
 namespace {
@@ -25,12 +23,6 @@ double optionalCount(Wib::MaybeU63 count) {
 }
 
 }  // namespace
-
-LoadInterval::LoadInterval(double seconds) : _seconds(seconds) {
-  if (!(seconds >= kMin && seconds <= kMax))
-    Kel::throwRangeException("a load interval is " + Kel::numberText(kMin) + " to " +
-                             Kel::numberText(kMax) + " seconds, not " + Kel::numberText(seconds));
-}
 
 IntfRates updateIntfMovingAverages(IntfRates const& old, IntfStatistics const& delta, double now,
                                    LoadInterval own, LoadInterval global) {

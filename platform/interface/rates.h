@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "platform/glim/record.h"
+#include "platform/interface/load_interval.h"
 
 namespace Interface {
 
@@ -29,23 +30,6 @@ inline constexpr std::array kIntfRatesFields{
     Glim::Field{"outPktsRate", Glim::FieldType::f64, offsetof(IntfRates, outPktsRate)},
     Glim::Field{"ratesLastUpdate", Glim::FieldType::f64, offsetof(IntfRates, lastUpdate)},
     Glim::Field{"ratesSeeded", Glim::FieldType::f64, offsetof(IntfRates, seeded)}};
-
-// The time over which rates are averaged, in seconds.
-class LoadInterval {
- public:
-  static constexpr double kMin = 1.0, kMax = 600.0, kDefault = 300.0;
-
-  LoadInterval() = default;  // not configured
-  // Throws Kel::RangeException outside kMin to kMax.
-  explicit LoadInterval(double seconds);
-
-  bool configured() const { return _seconds != 0.0; }
-  double seconds() const { return configured() ? _seconds : kDefault; }
-  bool operator==(LoadInterval const&) const = default;
-
- private:
-  double _seconds = 0.0;
-};
 
 // The rates after `delta` was counted between old.lastUpdate and `now`. The
 // interface's own interval counts before the global one.

@@ -7,8 +7,6 @@
 
 namespace Kel {
 
-class ActivityConfig;
-
 struct ActivityManagerConfig {
   // The clock of the activity thread, which its event loop (or a test) advances.
   // Made on first use.

@@ -1,14 +1,6 @@
 #include "platform/kel/clock.h"
 
-#include <cmath>
-
-#include "platform/kel/exceptions.h"
-
 namespace Kel {
-
-void requireTime(Seconds when) {
-  if (std::isnan(when)) throwRangeException("a wake-up needs a time");
-}
 
 void Clock::arm(Reactor& reactor) const {
   reactor._sequence = ++_sequence;

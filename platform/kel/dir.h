@@ -23,6 +23,8 @@ class Dir : public Entity {
  public:
   class NotifieeConst : public NotifieeOn<Dir> {
    public:
+    // Directories here call onEntityPtr(Name) alone. The others tell of what they do not have, such
+    // as subdirectories and mounts, and are here for their slots.
     virtual void onSubdir(Name) {}
     virtual void onSubdirkelImmediate() {}
     virtual void onSubdir() {}

@@ -48,10 +48,12 @@ class PtrInterface::NotifieeConst : public PtrInterface {
   virtual PtrInterface* kelReactor() const { return nullptr; }
   virtual void isRegisteredNotifieeIs(bool registered) const;
   virtual void notifierIs(Ptr<PtrInterface const> const& notifier);
+  // Changes are told at once, through the callbacks of what is watched: nothing here calls this.
   virtual void handleNotification(ActivityConfig*) {}
   // Called where an exception left a callback, while it is being handled.
   virtual void onNotificationException();
   virtual void onZeroReferences() {}
+  // For activities beside the one thread, of which there are none here.
   virtual ActivityConfig* kelFwkActivity() const { return nullptr; }
   virtual void* actsm() { return nullptr; }
 

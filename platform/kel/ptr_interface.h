@@ -94,8 +94,6 @@ class PtrInterface {
 template <class T>
 class Ptr {
  public:
-  using Pointee = T;
-
   Ptr() = default;
   Ptr(std::nullptr_t) {}
   explicit Ptr(T* object) : _object(object) {

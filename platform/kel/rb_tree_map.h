@@ -3,7 +3,6 @@
 
 #include <map>
 
-#include "platform/kel/walk.h"
 
 namespace Kel {
 

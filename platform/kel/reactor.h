@@ -45,7 +45,8 @@ class ReactorOn : public NotifieeFor<X>::Type {
     return Ptr<X>(const_cast<X*>(watched));  // it was given as a Ptr<X>
   }
 
-  // A zombie keeps its notifier, but all its callbacks return at once.
+  // A zombie keeps its notifier, but all its callbacks return at once. One that is a zombie no more
+  // has its notifications on, whatever its owner's are.
   virtual void kelDoZombieReactors(bool zombie) {
     if (zombie == this->kelMarkedForDeletion()) return;
     if (this->baseNotifier()) this->hasNotificationActiveIs(!zombie);

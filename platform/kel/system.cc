@@ -1,18 +1,9 @@
 #include "platform/kel/system.h"
 
 #include <chrono>
-#include <cmath>
 #include <cstdlib>
 
-#include "platform/kel/exceptions.h"
-#include "platform/kel/strep.h"
-
 namespace Kel {
-
-void requirePeriod(Seconds period) {
-  if (!std::isfinite(period) || period < 0.0)
-    throwRangeException("a period is 0 or more seconds, not " + numberText(period));
-}
 
 constinit System::TimeSource System::timeSource = &System::wallClock;
 constinit System::Allocator System::allocator = &System::heap;

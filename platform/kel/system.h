@@ -5,14 +5,9 @@
 
 #include <cstddef>
 
+#include "platform/kel/seconds.h"
+
 namespace Kel {
-
-// Seconds; an absolute time counts from the epoch.
-using Seconds = double;
-
-// Throws RangeException where `period` is no span of time: negative, or not a
-// finite number.
-void requirePeriod(Seconds period);
 
 struct System {
   // The current time, in seconds since the epoch. Wall clock unless replaced.

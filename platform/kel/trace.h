@@ -15,7 +15,6 @@
 #include <optional>
 #include <ostream>
 #include <source_location>
-#include <string>
 #include <string_view>
 
 namespace Kel {

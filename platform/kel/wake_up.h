@@ -2,12 +2,9 @@
 #pragma once
 
 #include "platform/kel/notifier.h"
-#include "platform/kel/system.h"
+#include "platform/kel/seconds.h"
 
 namespace Kel {
-
-// Throws RangeException where `when` is not a number: such a time has no place in order.
-void requireTime(Seconds when);
 
 // Base of Source::NotifieeConst: a reactor that sets a time, and is called once when its source has
 // reached it. A wake-up belongs to one source: it stays behind when the reactor moves on. While the

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/kel/notifier.h"
-#include "platform/kel/system.h"
+#include "platform/kel/seconds.h"
 
 namespace Oru::Counters {
 

@@ -1,13 +1,7 @@
 #include "platform/pekt/intf_id.h"
 
 #include <algorithm>
-#include <bit>
 #include <charconv>
-#include <cstring>
-#include <string>
-
-#include "platform/kel/exceptions.h"
-#include "platform/pekt/word_hash.h"
 
 namespace Pekt {
 namespace {
@@ -41,26 +35,6 @@ std::string_view takeDigits(std::string_view& text) {
 }
 
 }  // namespace
-
-bool IntfId::isName(std::string_view text) {
-  return text.size() <= kMaxLength && text.find('\0') == std::string_view::npos;
-}
-
-IntfId::IntfId(std::string_view text) {
-  if (!isName(text))
-    Kel::throwRangeException("an interface name has at most " + std::to_string(kMaxLength) +
-                             " bytes and no NUL: \"" + std::string(text) + '"');
-  std::copy(text.begin(), text.end(), _text.begin());
-}
-
-std::string_view IntfId::view() const {
-  // A name read from a damaged table may lack its end.
-  return {_text.data(), strnlen(_text.data(), _text.size())};
-}
-
-std::uint32_t IntfId::hash() const {
-  return wordHash(std::bit_cast<std::array<std::uint64_t, sizeof(IntfId) / 8>>(*this));
-}
 
 bool IntfId::operator<(IntfId const& other) const {
   std::string_view a = view(), b = other.view();

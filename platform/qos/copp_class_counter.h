@@ -7,13 +7,10 @@
 #include <string_view>
 
 #include "platform/glim/record.h"
-#include "platform/interface/row_text.h"
+#include "platform/interface/padded_text.h"
 #include "platform/qos/copp_class_name.h"
 
 namespace Qos {
-
-// The name of the table within the agent's directory.
-inline constexpr std::string_view kCoppCounters = "coppCounters";
 
 // A row of the policing classes' table. The totals never go back, whatever is reset in the
 // hardware: since the last reset there came pkts - resetPkts packets.
@@ -24,9 +21,9 @@ struct CoppClassCounter {
   // The totals as they stood at the last reset; 0: never reset.
   std::uint64_t resetPkts = 0;
   std::uint64_t resetOctets = 0;
-  double lastReset = 0.0;            // seconds since the epoch; 0: never
-  double lastUpdate = 0.0;           // seconds since the epoch; 0: never
-  Interface::RowText<64> policyMap;  // the policy map that the class belongs to
+  double lastReset = 0.0;               // seconds since the epoch; 0: never
+  double lastUpdate = 0.0;              // seconds since the epoch; 0: never
+  Interface::PaddedText<64> policyMap;  // the policy map that the class belongs to
 
   bool operator==(CoppClassCounter const&) const = default;
 };

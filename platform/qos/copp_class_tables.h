@@ -6,6 +6,9 @@
 
 namespace Qos {
 
+// The name of the table within the agent's directory.
+inline constexpr std::string_view kCoppCounters = "coppCounters";
+
 // Counters of the control-plane policing classes.
 class AllCoppClassCounter : public Glim::Collection<CoppClassCounter> {
  public:

@@ -36,7 +36,7 @@ class GlimReader : public TableTest {
 
   Table<Small> table;
   Reader<Small> sut{path()};
-  Walk last;
+  WalkResult last;
   Small out;
 };
 

@@ -5,7 +5,6 @@
 
 #include <array>
 #include <csignal>
-#include <fstream>
 
 #include "tests/platform/glim/conquest_fixture.h"
 

@@ -4,7 +4,6 @@
 
 #include <map>
 #include <memory>
-#include <optional>
 #include <random>
 #include <vector>
 
@@ -65,7 +64,7 @@ class KillReader {
     std::vector<Watched> watched(_generation.keys.begin(), _generation.keys.end());
     std::map<std::string, Large> rows;
     bool twice = false;
-    Glim::Walk const walk = _reader.forEach([&](Large const& row) {
+    Glim::WalkResult const walk = _reader.forEach([&](Large const& row) {
       twice = !rows.emplace(row.key.stringValue(), row).second || twice;
     });
     if (walk.end == Answer::retired) return 0;

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <stdexcept>
-#include <vector>
 
 #include "platform/glim/file_descriptor.h"
 #include "platform/glim/record.h"

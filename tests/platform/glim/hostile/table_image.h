@@ -2,7 +2,6 @@
 // are, and how to make its checksums agree again.
 #pragma once
 
-#include <cstring>
 #include <optional>
 #include <string>
 

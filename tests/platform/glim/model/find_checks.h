@@ -12,7 +12,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "tests/platform/glim/model/model_reader.h"
 #include "tests/platform/glim/model/model_rows.h"

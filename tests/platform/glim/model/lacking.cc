@@ -1,6 +1,5 @@
 #include "tests/platform/glim/model/lacking.h"
 
-#include <algorithm>
 
 namespace GlimModel {
 

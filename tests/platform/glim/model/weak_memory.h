@@ -41,7 +41,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <string>
 #include <utility>
 #include <vector>
 

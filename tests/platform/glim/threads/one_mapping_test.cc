@@ -61,7 +61,7 @@ class GlimThreads : public TableTest {
       if (found++ % 100 != 0) continue;
       std::uint64_t rows = 0;
       bool whole = true;
-      Walk const walk = reader.forEach([&](Large const& each) {
+      WalkResult const walk = reader.forEach([&](Large const& each) {
         ++rows;
         whole = whole && isWhole(each);
       });

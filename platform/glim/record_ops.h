@@ -12,7 +12,7 @@
 #include <string>
 
 #include "platform/glim/record.h"
-#include "platform/glim/row_text.h"
+#include "platform/glim/row_print.h"
 
 namespace Glim {
 

@@ -1,4 +1,4 @@
-#include "platform/glim/slot_allocator.h"
+#include "platform/glim/slot_directory.h"
 
 #include <algorithm>
 #include <cstring>

@@ -9,11 +9,11 @@ namespace Interface {
 
 // Zero-padded text of a row; longer text is cut at a UTF-8 boundary.
 template <std::size_t size>
-struct RowText {
+struct PaddedText {
   std::array<char, size> bytes{};
 
-  RowText() = default;
-  RowText(std::string_view text) {
+  PaddedText() = default;
+  PaddedText(std::string_view text) {
     std::size_t length = text.size() < size ? text.size() : size;
     while (length < text.size() && length > 0 &&
            (static_cast<unsigned char>(text[length]) & 0xc0u) == 0x80u)
@@ -25,7 +25,7 @@ struct RowText {
     while (length < size && bytes[length] != '\0') ++length;
     return {bytes.data(), length};
   }
-  bool operator==(RowText const&) const = default;
+  bool operator==(PaddedText const&) const = default;
 };
 
 }  // namespace Interface

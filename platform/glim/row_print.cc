@@ -1,4 +1,4 @@
-#include "platform/glim/row_text.h"
+#include "platform/glim/row_print.h"
 
 #include <cstring>
 
