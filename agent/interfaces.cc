@@ -1,6 +1,7 @@
 #include "agent/interfaces.h"
 
 #include "platform/dov/exception.h"
+#include "platform/kel/system.h"
 
 namespace Agent {
 

@@ -16,7 +16,7 @@
 #include "platform/glim/answer.h"
 #include "platform/interface/counter_tables.h"
 #include "platform/interface/intf_description.h"
-#include "platform/qos/copp_class_counter.h"
+#include "platform/qos/copp_class_tables.h"
 
 namespace Show {
 

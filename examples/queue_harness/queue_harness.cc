@@ -10,6 +10,7 @@
 #include "platform/dov/debug_handler.h"
 #include "platform/interface/counter_tables.h"
 #include "platform/kel/activity.h"
+#include "platform/kel/system.h"
 #include "platform/oru/common_sm_data.h"
 #include "tester/intf_queue_counter_test_wrapper.h"
 #include "tester/intf_queue_counters_helper.h"

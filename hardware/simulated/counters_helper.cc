@@ -2,6 +2,7 @@
 
 #include "counters/pollers/counter_records.h"
 #include "platform/dov/exception.h"
+#include "platform/kel/system.h"
 
 namespace Hardware::Simulated {
 

@@ -1,5 +1,7 @@
 #include "hardware/simulated/vlan_counters_helper.h"
 
+#include "platform/kel/system.h"
+
 namespace Hardware::Simulated {
 
 void VlanCountersHelper::getVlanCounters(Bridging::VlanId vlanId,

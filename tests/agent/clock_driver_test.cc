@@ -1,5 +1,7 @@
 #include "agent/clock_driver.h"
 
+#include "platform/kel/system.h"
+
 #include <gtest/gtest.h>
 
 #include <vector>

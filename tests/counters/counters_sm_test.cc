@@ -10,6 +10,7 @@
 #include "counters/pollers/cpu_port_counters_sm.h"
 #include "counters/pollers/unit.h"
 #include "counters/pollers/vlan_intf_counters_sm.h"
+#include "platform/kel/system.h"
 #include "tests/counters/counters_fixture.h"
 #include "tests/support/trace_capture.h"
 

@@ -5,6 +5,7 @@
 """
 
 import concurrent.futures
+import contextlib
 import json
 import signal
 import threading
@@ -104,15 +105,18 @@ class VlansInUse(Reader, WithVlans):
         self.await_counts(10, self.flooded(9, 100), "sinceClear", "--since-clear")
         self.assertEqual(self.counts(10), self.flooded(39, 100))
 
-    def test_agents_that_are_killed_under_traffic_lose_and_double_nothing(self):
-        self.bridge_with_two_ports(10)
+    @contextlib.contextmanager
+    def traffic(self, *vlans):
+        """Sends on these VLANs until the end of the block; what it gives tells then how many frames on
+        each."""
         source = self.address("swp1-wire")
         stopped = threading.Event()
 
         def send_until_stopped():
             sent = 0
             while not stopped.is_set():
-                self.send_frames("swp1-wire", BROADCAST, 3, 100, 10, source=source)
+                for vlan in vlans:
+                    self.send_frames("swp1-wire", BROADCAST, 3, 100, vlan, source=source)
                 sent += 3
                 time.sleep(0.001)  # the agent needs the processor
             return sent
@@ -120,19 +124,44 @@ class VlansInUse(Reader, WithVlans):
         with concurrent.futures.ThreadPoolExecutor(1) as sender:
             sending = sender.submit(send_until_stopped)
             try:
-                counted = 0
-                for _ in range(4):
-                    self.start_agent()
-                    # Killed while it counts what is being sent.
-                    counted = await_that("more traffic", lambda before=counted: (
-                        now := self.counts(10) or (0,))[0] > before and now[0])
-                    self.stop_agent(signal.SIGKILL)
-                self.start_agent()
+                yield sending.result
             finally:
                 stopped.set()
-            sent = sending.result()
-        self.assertGreater(sent, counted)
-        self.await_counts(10, self.flooded(sent, 100))
+
+    def test_agents_that_are_killed_under_traffic_lose_and_double_nothing(self):
+        self.bridge_with_two_ports(10)
+        with self.traffic(10) as sent:
+            counted = 0
+            for _ in range(4):
+                self.start_agent()
+                # Killed while it counts what is being sent.
+                counted = await_that("more traffic", lambda before=counted: (
+                    now := self.counts(10) or (0,))[0] > before and now[0])
+                self.stop_agent(signal.SIGKILL)
+            self.start_agent()
+        self.assertGreater(sent(), counted)
+        self.await_counts(10, self.flooded(sent(), 100))
+
+    def test_a_vlan_that_is_removed_and_added_under_traffic_begins_anew_and_others_lose_nothing(self):
+        bridge = self.bridge_with_two_ports(10, 20)
+        self.start_agent()
+        with self.traffic(10, 20) as sent:
+            for at_once in (False, True, False, True):
+                await_that("traffic", lambda: (self.counts(10) or (0,))[0] > 20)
+                for port in ("swp1", "swp2"):
+                    bridge.remove_vlan(port, 10)
+                if not at_once:  # otherwise the agent may see both changes together
+                    self.await_vlans(20)
+                for port in ("swp1", "swp2"):
+                    bridge.add_vlan(port, 10)
+            await_that("traffic", lambda: (self.counts(10) or (0,))[0] > 20)
+        # The kernel counts a VLAN that is added from zero: what the last one of them counted is all that
+        # the row holds. The other VLAN has every frame.
+        since_added = tuple(bridge.counts(10, "swp1")[each] for each in (
+            "rx_packets", "rx_bytes", "tx_packets", "tx_bytes"))
+        self.assertLess(since_added[0], sent())
+        self.await_counts(10, since_added)
+        self.await_counts(20, self.flooded(sent(), 100))
 
 
 if __name__ == "__main__":

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/kel/activity.h"
+#include "platform/kel/system.h"
 
 namespace Support {
 namespace {

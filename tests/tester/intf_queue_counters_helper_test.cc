@@ -8,6 +8,7 @@
 #include "counters/pollers/counter_records.h"
 #include "platform/kel/dir.h"
 #include "platform/kel/exceptions.h"
+#include "platform/kel/system.h"
 #include "platform/kel/type_node.h"
 #include "tests/support/call_log.h"
 #include "tests/tester/queue_record.h"

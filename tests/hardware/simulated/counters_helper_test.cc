@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "counters/pollers/counter_records.h"
+#include "platform/kel/system.h"
 
 namespace Hardware::Simulated {
 namespace {
