@@ -4,6 +4,7 @@
 
 #include "bench/table_bench.h"
 #include "platform/glim/row_slot.h"
+#include "platform/glim/row_words.h"
 
 namespace Bench {
 

@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 
+#include "counters/pollers/unit.h"
 #include "counters/vlan/helper.h"
 #include "counters/vlan/vlan_counters_sm.h"
 #include "platform/bridging/config.h"

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <csignal>
+#include <fstream>
 
 #include "tests/platform/glim/conquest_fixture.h"
 

@@ -2,6 +2,7 @@
 // between any two of them.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 
 #include "tests/platform/glim/table_fixture.h"
 

@@ -1,6 +1,7 @@
 // The directory of a table under test, and its writer, whatever its record.
 #pragma once
 
+#include <sys/types.h>
 
 #include <filesystem>
 #include <map>

@@ -2,8 +2,10 @@
 // whatever happens to it meanwhile. table_reader.h states the bounds.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <functional>
 #include <optional>
+#include <random>
 
 #include "tests/platform/glim/hostile/base_table.h"
 #include "tests/platform/glim/hostile/mutations.h"

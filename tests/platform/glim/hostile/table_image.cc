@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <vector>
 
 #include "platform/glim/file_descriptor.h"
 #include "platform/glim/record.h"

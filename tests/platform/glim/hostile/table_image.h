@@ -2,6 +2,7 @@
 // are, and how to make its checksums agree again.
 #pragma once
 
+#include <cstring>
 #include <optional>
 #include <string>
 

@@ -12,6 +12,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "tests/platform/glim/model/model_reader.h"
 #include "tests/platform/glim/model/model_rows.h"

@@ -1,5 +1,6 @@
 #include "tests/platform/glim/model/lacking.h"
 
+#include <algorithm>
 
 namespace GlimModel {
 

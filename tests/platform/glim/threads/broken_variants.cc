@@ -1,5 +1,6 @@
 // Faults that the sanitizers must see: broken_variants FAULT.
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <string_view>
 #include <thread>
