@@ -141,8 +141,8 @@ class ConquerWriter {
   mutable std::uint32_t _lastFound = 0;
   std::uint64_t _identity;  // different for each writer of this process
   int _pid;                 // a forked child must not touch the file
-  // Of direct writes that do not go to the file at once. Here whether or not they do, so that the class
-  // is the same for who is compiled with the thread sanitizer and who is not.
+  // Of direct writes that do not go to the file at once. Here whether or not they do, so that the
+  // class is the same for who is compiled with the thread sanitizer and who is not.
   Word* staged(std::uint32_t slot);
   std::vector<std::vector<Word>> _staged;  // by slot
 };

@@ -1,7 +1,6 @@
 // The live table of its writer: the typed face of a WriterPolicy.
 #pragma once
 
-
 #include "platform/dov/exception.h"
 #include "platform/glim/glim_base.h"
 

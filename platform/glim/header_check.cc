@@ -1,6 +1,5 @@
 #include "platform/glim/header_check.h"
 
-
 #include <cstdio>
 #include <string_view>
 

@@ -2,7 +2,6 @@
 // nothing.
 #pragma once
 
-
 #include "platform/glim/layout.h"
 #include "platform/glim/row_slot.h"
 

@@ -3,7 +3,6 @@
 
 #include <map>
 
-
 namespace Kel {
 
 template <class Value, class Key>

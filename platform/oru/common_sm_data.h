@@ -1,7 +1,6 @@
 // The common data of the agent.
 #pragma once
 
-
 #include "platform/kel/notifier.h"
 #include "platform/kel/text.h"
 #include "platform/pekt/intf_id.h"
