@@ -13,29 +13,29 @@
 namespace Hardware::Linux {
 
 BridgeMonitor::BridgeMonitor(std::string name, int receiveBufferBytes)
-    : news_({RTNLGRP_LINK, RTNLGRP_BRVLAN}, receiveBufferBytes), vlans_(std::move(name)) {}
+    : _news({RTNLGRP_LINK, RTNLGRP_BRVLAN}, receiveBufferBytes), _vlans(std::move(name)) {}
 
 std::error_code BridgeMonitor::start() {
-  if (auto error = news_.open()) return error;
+  if (auto error = _news.open()) return error;
   return takeList();
 }
 
 std::error_code BridgeMonitor::poll() {
   using Received = NewsSocket::Received;
-  if (!news_.isOpen()) return {ENOTCONN, std::generic_category()};
+  if (!_news.isOpen()) return {ENOTCONN, std::generic_category()};
   std::error_code error;
   while (true) {
-    switch (news_.receive([this](nlmsghdr const& message) { takeIn(message); }, error)) {
+    switch (_news.receive([this](nlmsghdr const& message) { takeIn(message); }, error)) {
       case Received::something:
         break;
       case Received::lost:
-        ++resynchronisations_;
-        listIsDue_ = true;
+        ++_resynchronisations;
+        _listIsDue = true;
         break;
       case Received::nothing:
-        return listIsDue_ ? takeList() : std::error_code();
+        return _listIsDue ? takeList() : std::error_code();
       case Received::failed:
-        listIsDue_ = true;  // who knows what was not read
+        _listIsDue = true;  // who knows what was not read
         return error;
     }
   }
@@ -43,31 +43,31 @@ std::error_code BridgeMonitor::poll() {
 
 std::error_code BridgeMonitor::takeList() {
   auto const error = listUntilWhole([this] { return takeListOnce(); });
-  if (error) listIsDue_ = true;
+  if (error) _listIsDue = true;
   return error;
 }
 
 // Bridges, and then what they and their ports are in.
 std::error_code BridgeMonitor::takeListOnce() {
   auto const visit = [this](nlmsghdr const& message) { takeIn(message); };
-  listIsDue_ = false;
-  vlans_.listBegins();
+  _listIsDue = false;
+  _vlans.listBegins();
   ifinfomsg fixed{};
   NetlinkRequest bridges(RTM_GETLINK, fixed);
   bridges.put(IFLA_EXT_MASK, std::uint32_t{RTEXT_FILTER_SKIP_STATS});
-  if (auto const error = news_.list(bridges, visit)) return error;
+  if (auto const error = _news.list(bridges, visit)) return error;
   fixed.ifi_family = AF_BRIDGE;
   NetlinkRequest members(RTM_GETLINK, fixed);
   members.put(IFLA_EXT_MASK, std::uint32_t{RTEXT_FILTER_BRVLAN_COMPRESSED});
-  auto const error = news_.list(members, visit);
+  auto const error = _news.list(members, visit);
   // A kernel without bridges lists no members of any.
   if (error && error != std::errc::operation_not_supported) return error;
-  vlans_.listEnds();
-  return std::make_error_code(listIsDue_ ? std::errc::interrupted : std::errc());
+  _vlans.listEnds();
+  return std::make_error_code(_listIsDue ? std::errc::interrupted : std::errc());
 }
 
 void BridgeMonitor::takeIn(nlmsghdr const& message) {
-  if (readBridgeMessage(message, vlans_)) listIsDue_ = true;
+  if (readBridgeMessage(message, _vlans)) _listIsDue = true;
 }
 
 std::error_code BridgeMonitor::switchVlanStatsOn(int bridge) {

@@ -44,22 +44,22 @@ class BridgeMonitor final : public BridgeSource {
 
   std::error_code start() override;
   std::error_code poll() override;
-  int fd() const override { return news_.fd(); }
+  int fd() const override { return _news.fd(); }
 
-  BridgeVlans const& vlans() const override { return vlans_; }
-  VlanSet takeGone() override { return vlans_.takeGone(); }
+  BridgeVlans const& vlans() const override { return _vlans; }
+  VlanSet takeGone() override { return _vlans.takeGone(); }
   std::error_code switchVlanStatsOn(int bridge) override;
-  std::uint64_t resynchronisations() const { return resynchronisations_; }
+  std::uint64_t resynchronisations() const { return _resynchronisations; }
 
  private:
   std::error_code takeList();
   std::error_code takeListOnce();
   void takeIn(nlmsghdr const& message);
 
-  NewsSocket news_;
-  BridgeVlans vlans_;
-  bool listIsDue_ = false;
-  std::uint64_t resynchronisations_ = 0;
+  NewsSocket _news;
+  BridgeVlans _vlans;
+  bool _listIsDue = false;
+  std::uint64_t _resynchronisations = 0;
 };
 
 /// Take in one message of the kernel, of whatever kind. Answers whether it says that something

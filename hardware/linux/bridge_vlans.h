@@ -39,7 +39,7 @@ struct Bridge {
 class BridgeVlans {
  public:
   /// Empty name: any bridge.
-  explicit BridgeVlans(std::string name = {}) : name_(std::move(name)) {}
+  explicit BridgeVlans(std::string name = {}) : _name(std::move(name)) {}
 
   void bridgeIs(Bridge const& bridge);
   /// A link is no bridge, or gone.
@@ -53,9 +53,9 @@ class BridgeVlans {
   void listBegins();
   void listEnds();
 
-  std::map<int, Bridge> const& bridges() const { return bridges_; }
+  std::map<int, Bridge> const& bridges() const { return _bridges; }
   Bridge const* served() const;
-  VlanSet const& vlans() const { return vlans_; }
+  VlanSet const& vlans() const { return _vlans; }
 
   /// The VLANs that were gone at any time since the last call, those that came back included.
   VlanSet takeGone();
@@ -70,14 +70,14 @@ class BridgeVlans {
   template <class Change>
   void leave(Change const& change);
 
-  std::string const name_;
-  std::map<int, Bridge> bridges_;
-  std::map<int, Member> members_;
-  std::optional<int> served_;
-  VlanSet vlans_;
-  VlanSet gone_;
-  bool listing_ = false;  // also after a list that failed
-  std::set<int> listed_;
+  std::string const _name;
+  std::map<int, Bridge> _bridges;
+  std::map<int, Member> _members;
+  std::optional<int> _served;
+  VlanSet _vlans;
+  VlanSet _gone;
+  bool _listing = false;  // also after a list that failed
+  std::set<int> _listed;
 };
 
 }  // namespace Hardware::Linux

@@ -24,27 +24,27 @@ ClassCounts operator-(ClassCounts const& a, ClassCounts const& b) {
 ClassAccount::ClassAccount(std::optional<ClassCounts> const& published,
                            std::optional<StoredClassOffsets> const& stored) {
   if (!published || !stored) return;
-  totals_ = {later(published->pkts, stored->offsets.pkts),
+  _totals = {later(published->pkts, stored->offsets.pkts),
              later(published->octets, stored->offsets.octets)};
-  stored_ = stored;
+  _stored = stored;
 }
 
 bool ClassAccount::startedAnew(ClassSource const& source, ClassCounts const& kernel) const {
-  return stored_->source != source || isBefore(kernel, totals_ - stored_->offsets);
+  return _stored->source != source || isBefore(kernel, _totals - _stored->offsets);
 }
 
 void ClassAccount::advance(ClassSource const& source, ClassCounts const& kernel) {
-  if (!stored_ || startedAnew(source, kernel)) {
-    stored_ = StoredClassOffsets{source, totals_};
-    mustSave_ = true;
+  if (!_stored || startedAnew(source, kernel)) {
+    _stored = StoredClassOffsets{source, _totals};
+    _mustSave = true;
   }
-  totals_ = kernel + stored_->offsets;
+  _totals = kernel + _stored->offsets;
 }
 
 void ClassAccount::reset(ClassSource const& source, ClassCounts const& kernel) {
   advance(source, kernel);
-  stored_->offsets = totals_;
-  mustSave_ = true;
+  _stored->offsets = _totals;
+  _mustSave = true;
 }
 
 }  // namespace Hardware::Linux

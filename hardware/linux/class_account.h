@@ -50,26 +50,26 @@ class ClassAccount {
                std::optional<StoredClassOffsets> const& stored);
 
   /// Whether what was published goes on.
-  bool continues() const { return stored_.has_value(); }
+  bool continues() const { return _stored.has_value(); }
 
   /// Take in a reading.
   void advance(ClassSource const& source, ClassCounts const& kernel);
   /// The counter was set to 0 when it stood at `kernel`.
   void reset(ClassSource const& source, ClassCounts const& kernel);
 
-  ClassCounts const& totals() const { return totals_; }
+  ClassCounts const& totals() const { return _totals; }
 
-  bool mustSave() const { return mustSave_; }
-  void saved() { mustSave_ = false; }
+  bool mustSave() const { return _mustSave; }
+  void saved() { _mustSave = false; }
   /// REQUIRES: a reading was taken in.
-  StoredClassOffsets const& stored() const { return *stored_; }
+  StoredClassOffsets const& stored() const { return *_stored; }
 
  private:
   bool startedAnew(ClassSource const& source, ClassCounts const& kernel) const;
 
-  ClassCounts totals_;
-  std::optional<StoredClassOffsets> stored_;
-  bool mustSave_ = false;
+  ClassCounts _totals;
+  std::optional<StoredClassOffsets> _stored;
+  bool _mustSave = false;
 };
 
 }  // namespace Hardware::Linux

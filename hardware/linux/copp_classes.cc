@@ -31,49 +31,49 @@ bool isAbsence(std::error_code error) {
 CoppClasses::CoppClasses(Parts parts, NftCounterSource& source, std::uint64_t generation,
                          std::function<Kel::Seconds()> now,
                          std::function<void(std::string const&)> say)
-    : parts_(std::move(parts)),
-      source_(source),
-      generation_(generation),
-      now_(std::move(now)),
-      say_(std::move(say)) {}
+    : _parts(std::move(parts)),
+      _source(source),
+      _generation(generation),
+      _now(std::move(now)),
+      _say(std::move(say)) {}
 
 void CoppClasses::sayOnce(std::set<std::string>& told, std::string const& about,
                           std::string const& why) {
-  if (told.insert(about).second) say_(why);
+  if (told.insert(about).second) _say(why);
 }
 
 void CoppClasses::refresh() {
-  if (!parts_.rows || tick_ == now_()) return;
-  tick_ = now_();
-  auto const reading = source_.readTable(kTable);
+  if (!_parts.rows || _tick == _now()) return;
+  _tick = _now();
+  auto const reading = _source.readTable(kTable);
   if (reading.error) {
     cannotRead(reading.error);
   } else {
-    told_.erase(kReading);
+    _told.erase(kReading);
     take(reading.table);
   }
 }
 
 void CoppClasses::cannotRead(std::error_code error) {
   if (error == std::errc::operation_not_permitted || error == std::errc::permission_denied) {
-    sayOnce(told_, kNoPermission,
+    sayOnce(_told, kNoPermission,
             "control-plane policing classes are not counted: reading the nftables "
             "table " +
                 kTable.text() + " needs CAP_NET_ADMIN");
-    classes_.reset();
+    _classes.reset();
   } else if (isAbsence(error)) {
     removeRowsBut({});
-    toldOf_.clear();
-    classes_.reset();
+    _toldOf.clear();
+    _classes.reset();
   } else {
     sayOnce(
-        told_, kReading,
+        _told, kReading,
         "the nftables table " + kTable.text() + " cannot be read, trying on: " + error.message());
   }
 }
 
 void CoppClasses::take(NftTable const& table) {
-  tableHandle_ = table.handle;
+  _tableHandle = table.handle;
   forgetToldBut(table);
   Names living;
   for (NftCounter const& counter : table.counters)
@@ -92,23 +92,23 @@ void CoppClasses::take(NftTable const& table) {
       first = counter.name + " is not counted: " + why;
   }
   sayRefused(refused, first);
-  classes_ = std::move(counted);
+  _classes = std::move(counted);
 }
 
 void CoppClasses::forgetToldBut(NftTable const& table) {
-  if (toldOf_.empty()) return;
+  if (_toldOf.empty()) return;
   std::set<std::string_view> present;
   for (NftCounter const& counter : table.counters) present.insert(counter.name);
-  std::erase_if(toldOf_, [&](std::string const& name) { return !present.contains(name); });
+  std::erase_if(_toldOf, [&](std::string const& name) { return !present.contains(name); });
 }
 
 // One line however many there are, and another only when there are more than ever since there was
 // room for all.
 void CoppClasses::sayRefused(std::size_t refused, std::string const& first) {
-  if (refused > toldRefused_)
-    say_(refused == 1 ? "policing class " + first
+  if (refused > _toldRefused)
+    _say(refused == 1 ? "policing class " + first
                       : std::to_string(refused) + " policing classes are not counted; " + first);
-  toldRefused_ = refused == 0 ? 0 : std::max(refused, toldRefused_);
+  _toldRefused = refused == 0 ? 0 : std::max(refused, _toldRefused);
 }
 
 bool CoppClasses::isClassName(std::string const& name) {
@@ -118,7 +118,7 @@ bool CoppClasses::isClassName(std::string const& name) {
   std::string shown = name;
   std::replace_if(
       shown.begin(), shown.end(), [](char c) { return !isPrintable(c); }, '?');
-  sayOnce(toldOf_, name,
+  sayOnce(_toldOf, name,
           "the counter '" + shown + "' of the nftables table " + kTable.text() +
               " is not counted: the name of a class has 1 to " +
               std::to_string(CoppClassName::kMaxLength) + " characters and no blanks");
@@ -127,43 +127,43 @@ bool CoppClasses::isClassName(std::string const& name) {
 
 // A row that is not continued is of nothing that goes on.
 ClassAccount& CoppClasses::account(CoppClassName const& className) {
-  auto const at = accounts_.find(className);
-  if (at != accounts_.end()) return at->second;
+  auto const at = _accounts.find(className);
+  if (at != _accounts.end()) return at->second;
   std::optional<ClassCounts> published;
   std::optional<StoredClassOffsets> stored;
   bool found = false;
   Qos::CoppClassCounter row;
-  parts_.rows->safeLookup(className, found, row);
+  _parts.rows->safeLookup(className, found, row);
   if (found) published = ClassCounts{row.pkts, row.octets};
   CoppOffsetRow offsets;
-  parts_.offsets->safeLookup(className, found, offsets);
-  if (found && offsets.generation == generation_) stored = offsets.stored();
+  _parts.offsets->safeLookup(className, found, offsets);
+  if (found && offsets.generation == _generation) stored = offsets.stored();
   ClassAccount const fresh(published, stored);
   if (!fresh.continues()) removeRow(className);
-  return accounts_.emplace(className, fresh).first->second;
+  return _accounts.emplace(className, fresh).first->second;
 }
 
 // Answers why there is no room for the class; nothing if there is.
 std::string CoppClasses::count(NftCounter const& counter) {
   CoppClassName const className(counter.name);
   ClassAccount& account = this->account(className);
-  account.advance({generation_, tableHandle_, counter.handle}, {counter.pkts, counter.octets});
+  account.advance({_generation, _tableHandle, counter.handle}, {counter.pkts, counter.octets});
   try {
     // Its offsets have their place before the class has its row.
-    if (!saveOffsets(className, account) && !parts_.rows->contains(className))
+    if (!saveOffsets(className, account) && !_parts.rows->contains(className))
       return "no room for its offsets";
-    parts_.rows->counterIs(row(className, account));
+    _parts.rows->counterIs(row(className, account));
   } catch (Dov::ResourceException const& exception) {
     return exception.message();
   }
-  goneSince_.erase(className);
+  _goneSince.erase(className);
   return {};
 }
 
 // The class that went first makes room for one that is there. False: none went.
 bool CoppClasses::makeRoom(Names const& living) {
   std::optional<Qos::CoppClassCounter> oldest;
-  parts_.rows->forEach([&](Qos::CoppClassCounter const& row) {
+  _parts.rows->forEach([&](Qos::CoppClassCounter const& row) {
     if (!living.contains(row.className) && (!oldest || row.lastUpdate < oldest->lastUpdate))
       oldest = row;
   });
@@ -175,7 +175,7 @@ bool CoppClasses::makeRoom(Names const& living) {
 bool CoppClasses::saveOffsets(CoppClassName const& className, ClassAccount& account) {
   if (!account.mustSave()) return true;
   try {
-    parts_.offsets->write(CoppOffsetRow::of(className, account.stored()));
+    _parts.offsets->write(CoppOffsetRow::of(className, account.stored()));
   } catch (Dov::ResourceException const&) {
     return false;
   }
@@ -185,54 +185,54 @@ bool CoppClasses::saveOffsets(CoppClassName const& className, ClassAccount& acco
 
 Qos::CoppClassCounter CoppClasses::row(CoppClassName const& className,
                                        ClassAccount const& account) {
-  Qos::CoppClassCounter row = parts_.rows->lookup(className);
+  Qos::CoppClassCounter row = _parts.rows->lookup(className);
   row.className = className;
   row.pkts = account.totals().pkts;
   row.octets = account.totals().octets;
-  row.lastUpdate = now_();
-  row.policyMap = std::string_view(parts_.policyMap);
+  row.lastUpdate = _now();
+  row.policyMap = std::string_view(_parts.policyMap);
   return row;
 }
 
 void CoppClasses::reset(std::string_view className) {
-  if (!classes_ || !CoppClassName::isName(className)) return;
+  if (!_classes || !CoppClassName::isName(className)) return;
   refresh();
-  if (!classes_ || !classes_->contains(className)) return;
+  if (!_classes || !_classes->contains(className)) return;
   std::string const name(className);
-  auto const reading = source_.reset({kTable.family, kTable.name, name});
+  auto const reading = _source.reset({kTable.family, kTable.name, name});
   if (reading.error) {
     if (!isAbsence(reading.error))
-      sayOnce(toldOf_, name,
+      sayOnce(_toldOf, name,
               "policing class " + name + " cannot be reset: " + reading.error.message());
     return;
   }
-  toldOf_.erase(name);
+  _toldOf.erase(name);
   NftCounter const& counter = reading.counter;
   ClassAccount& account = this->account(className);
-  account.reset({generation_, tableHandle_, counter.handle}, {counter.pkts, counter.octets});
+  account.reset({_generation, _tableHandle, counter.handle}, {counter.pkts, counter.octets});
   saveOffsets(className, account);
   Qos::CoppClassCounter row = this->row(className, account);
   row.resetPkts = row.pkts;
   row.resetOctets = row.octets;
-  row.lastReset = now_();
-  parts_.rows->counterIs(row);
+  row.lastReset = _now();
+  _parts.rows->counterIs(row);
 }
 
 void CoppClasses::removeRowsBut(Names const& living) {
-  bool const isFirst = std::exchange(isFirst_, false);
+  bool const isFirst = std::exchange(_isFirst, false);
   if (isFirst)
-    parts_.offsets->forEach([this](CoppOffsetRow const& offsets) {
-      if (!parts_.rows->contains(offsets.className)) parts_.offsets->remove(offsets.className);
+    _parts.offsets->forEach([this](CoppOffsetRow const& offsets) {
+      if (!_parts.rows->contains(offsets.className)) _parts.offsets->remove(offsets.className);
     });
   // Those that never had room have no row either.
-  std::erase_if(accounts_, [&](auto const& each) {
-    return !living.contains(each.first) && !parts_.rows->contains(each.first);
+  std::erase_if(_accounts, [&](auto const& each) {
+    return !living.contains(each.first) && !_parts.rows->contains(each.first);
   });
-  if (parts_.keepsRows) return;
-  Kel::Seconds const now = parts_.steady();
-  parts_.rows->forEach([&](Qos::CoppClassCounter const& row) {
+  if (_parts.keepsRows) return;
+  Kel::Seconds const now = _parts.steady();
+  _parts.rows->forEach([&](Qos::CoppClassCounter const& row) {
     if (living.contains(row.className)) return;
-    Kel::Seconds const since = goneSince_.try_emplace(row.className, now).first->second;
+    Kel::Seconds const since = _goneSince.try_emplace(row.className, now).first->second;
     // What an agent before left went while nobody was there to see.
     if (isFirst || now - since >= kReloadGrace) removeRow(row.className);
   });
@@ -240,10 +240,10 @@ void CoppClasses::removeRowsBut(Names const& living) {
 
 void CoppClasses::removeRow(CoppClassName const& className) {
   CoppClassName const name = className;  // the caller's may go with what is removed
-  accounts_.erase(name);
-  goneSince_.erase(name);
-  parts_.offsets->remove(name);
-  parts_.rows->counterDel(name);
+  _accounts.erase(name);
+  _goneSince.erase(name);
+  _parts.offsets->remove(name);
+  _parts.rows->counterDel(name);
 }
 
 }  // namespace Hardware::Linux

@@ -53,7 +53,7 @@ class CoppClasses {
   void reset(std::string_view className);
 
   /// The classes as they were read last; no value: there is no CPU port.
-  std::optional<Names> const& classes() const { return classes_; }
+  std::optional<Names> const& classes() const { return _classes; }
 
  private:
   void cannotRead(std::error_code error);
@@ -70,22 +70,22 @@ class CoppClasses {
   void removeRow(Qos::CoppClassName const& className);
   void sayOnce(std::set<std::string>& told, std::string const& about, std::string const& why);
 
-  Parts const parts_;
-  NftCounterSource& source_;
-  std::uint64_t const generation_;
-  std::function<Kel::Seconds()> const now_;
-  std::function<void(std::string const&)> const say_;
-  std::optional<Kel::Seconds> tick_;
-  std::uint64_t tableHandle_ = 0;
-  std::optional<Names> classes_;
-  std::map<Qos::CoppClassName, ClassAccount> accounts_;
+  Parts const _parts;
+  NftCounterSource& _source;
+  std::uint64_t const _generation;
+  std::function<Kel::Seconds()> const _now;
+  std::function<void(std::string const&)> const _say;
+  std::optional<Kel::Seconds> _tick;
+  std::uint64_t _tableHandle = 0;
+  std::optional<Names> _classes;
+  std::map<Qos::CoppClassName, ClassAccount> _accounts;
   // Rows of classes that went, and since when by the steady clock.
-  std::map<Qos::CoppClassName, Kel::Seconds> goneSince_;
-  bool isFirst_ = true;
+  std::map<Qos::CoppClassName, Kel::Seconds> _goneSince;
+  bool _isFirst = true;
   // What the operator knows: of the table, of its counters by their names, and of how many classes
   // without room at most.
-  std::set<std::string> told_, toldOf_;
-  std::size_t toldRefused_ = 0;
+  std::set<std::string> _told, _toldOf;
+  std::size_t _toldRefused = 0;
 };
 
 }  // namespace Hardware::Linux

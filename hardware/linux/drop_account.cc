@@ -15,23 +15,23 @@ bool looksWrapped(std::uint32_t now, std::uint32_t last) {
 void DropAccount::advance(std::optional<QdiscCounts> const& counts) {
   if (!counts) {
     countIs(0);
-    last_ = QdiscCounts{};
+    _last = QdiscCounts{};
     return;
   }
-  auto const low = static_cast<std::uint32_t>(count_);
-  bool const beganAnew = last_ && counts->octets < last_->octets;
+  auto const low = static_cast<std::uint32_t>(_count);
+  bool const beganAnew = _last && counts->octets < _last->octets;
   bool const wraps =
-      last_ ? counts->drops - low < std::uint32_t{1} << 31 : looksWrapped(counts->drops, low);
+      _last ? counts->drops - low < std::uint32_t{1} << 31 : looksWrapped(counts->drops, low);
   if (!beganAnew && (counts->drops >= low || wraps))
-    count_ += counts->drops - low;  // modulo 2^32
+    _count += counts->drops - low;  // modulo 2^32
   else
-    count_ = counts->drops;
-  last_ = counts;
+    _count = counts->drops;
+  _last = counts;
 }
 
 void DropAccount::countIs(std::uint64_t count) {
-  count_ = count;
-  last_.reset();
+  _count = count;
+  _last.reset();
 }
 
 }  // namespace Hardware::Linux

@@ -12,18 +12,18 @@ namespace Hardware::Linux {
 class DropAccount {
  public:
   /// `published` is what is published of the port as it stands.
-  explicit DropAccount(std::uint64_t published) : count_(published) {}
+  explicit DropAccount(std::uint64_t published) : _count(published) {}
 
   /// What the filters have counted, none if there are none.
   void advance(std::optional<QdiscCounts> const& counts);
   /// A count of another kind, of 64 bits.
   void countIs(std::uint64_t count);
 
-  std::uint64_t count() const { return count_; }
+  std::uint64_t count() const { return _count; }
 
  private:
-  std::uint64_t count_;
-  std::optional<QdiscCounts> last_;  // none before the first reading
+  std::uint64_t _count;
+  std::optional<QdiscCounts> _last;  // none before the first reading
 };
 
 }  // namespace Hardware::Linux

@@ -26,8 +26,8 @@ class EthtoolSocket {
                       Fill const& fill = {});
 
  private:
-  NetlinkSocket socket_;
-  std::optional<std::uint16_t> family_;
+  NetlinkSocket _socket;
+  std::optional<std::uint16_t> _family;
 };
 
 }  // namespace Hardware::Linux

@@ -112,7 +112,7 @@ bool readPauseAnswer(nlmsghdr const& message, MacStats& stats) {
 }
 
 MacReading EthtoolStats::read(double now, int ifindex) {
-  Link& link = links_[ifindex];
+  Link& link = _links[ifindex];
   if (!link.hasGroups && !link.hasPause) return {};
   if (link.tick != now) {
     link.tick = now;
@@ -135,9 +135,9 @@ void EthtoolStats::settle(std::error_code error, bool any, Link& link, bool& has
 }
 
 void EthtoolStats::readGroups(int ifindex, Link& link) {
-  ++requests_;
+  ++_requests;
   bool any = false;
-  auto const error = socket_.get(
+  auto const error = _socket.get(
       ETHTOOL_MSG_STATS_GET, ETHTOOL_A_STATS_HEADER, ifindex, 0,
       [&](nlmsghdr const& message) { any |= readStatsAnswer(message, link.stats); },
       [](NetlinkRequest& request) {
@@ -151,10 +151,10 @@ void EthtoolStats::readGroups(int ifindex, Link& link) {
 }
 
 void EthtoolStats::readPause(int ifindex, Link& link) {
-  ++requests_;
+  ++_requests;
   bool any = false;
   auto const error =
-      socket_.get(ETHTOOL_MSG_PAUSE_GET, ETHTOOL_A_PAUSE_HEADER, ifindex, ETHTOOL_FLAG_STATS,
+      _socket.get(ETHTOOL_MSG_PAUSE_GET, ETHTOOL_A_PAUSE_HEADER, ifindex, ETHTOOL_FLAG_STATS,
                   [&](nlmsghdr const& message) { any |= readPauseAnswer(message, link.stats); });
   settle(error, any, link, link.hasPause);
 }

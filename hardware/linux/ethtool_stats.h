@@ -72,9 +72,9 @@ class MacStatsSource {
 class EthtoolStats final : public MacStatsSource {
  public:
   MacReading read(double now, int ifindex) override;
-  void forget(int ifindex) override { links_.erase(ifindex); }
+  void forget(int ifindex) override { _links.erase(ifindex); }
 
-  std::uint64_t requests() const { return requests_; }
+  std::uint64_t requests() const { return _requests; }
 
  private:
   struct Link {
@@ -89,9 +89,9 @@ class EthtoolStats final : public MacStatsSource {
   void readGroups(int ifindex, Link& link);
   void readPause(int ifindex, Link& link);
 
-  EthtoolSocket socket_;
-  std::unordered_map<int, Link> links_;
-  std::uint64_t requests_ = 0;
+  EthtoolSocket _socket;
+  std::unordered_map<int, Link> _links;
+  std::uint64_t _requests = 0;
 };
 
 }  // namespace Hardware::Linux

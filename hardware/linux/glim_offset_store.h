@@ -127,32 +127,32 @@ class GlimOffsetStoreOf final : public OffsetStoreOf<Offsets> {
  public:
   using Table = Glim::Collection<Row>;
 
-  explicit GlimOffsetStoreOf(Kel::Ptr<Table> table) : table_(std::move(table)) {}
+  explicit GlimOffsetStoreOf(Kel::Ptr<Table> table) : _table(std::move(table)) {}
 
   std::optional<Offsets> load(Pekt::IntfId const& intfId) override {
     Row row;
     bool found = false;
-    table_->safeLookup(intfId, found, row);
+    _table->safeLookup(intfId, found, row);
     return found ? std::optional(row.stored()) : std::nullopt;
   }
   /// False if the table is full, out of memory or detached after a corruption.
   bool save(Pekt::IntfId const& intfId, Offsets const& offsets) override {
-    if (!table_->attached()) return false;
+    if (!_table->attached()) return false;
     try {
-      Glim::writeOrGiveUp(*table_, Row::of(intfId, offsets));
+      Glim::writeOrGiveUp(*_table, Row::of(intfId, offsets));
     } catch (Dov::Exception const&) {
       return false;
     }
-    return table_->attached();
+    return _table->attached();
   }
   /// A table that turns out to be damaged is given up.
-  void erase(Pekt::IntfId const& intfId) override { Glim::removeOrGiveUp(*table_, intfId); }
+  void erase(Pekt::IntfId const& intfId) override { Glim::removeOrGiveUp(*_table, intfId); }
   void forEach(std::function<void(Pekt::IntfId const&)> const& visit) override {
-    table_->forEach([&](Row const& row) { visit(row.intfId); });
+    _table->forEach([&](Row const& row) { visit(row.intfId); });
   }
 
  private:
-  Kel::Ptr<Table> table_;
+  Kel::Ptr<Table> _table;
 };
 
 using GlimOffsetStore = GlimOffsetStoreOf<StoredOffsets, OffsetRow>;

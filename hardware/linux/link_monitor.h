@@ -39,22 +39,22 @@ class LinkMonitor {
   std::error_code poll(Events& events);
 
   /// For epoll, readable when there is news. -1 before a successful start.
-  int fd() const { return news_.fd(); }
+  int fd() const { return _news.fd(); }
 
-  std::map<int, Link> const& links() const { return table_.links(); }
+  std::map<int, Link> const& links() const { return _table.links(); }
   /// How often the list was taken anew because news was lost.
-  std::uint64_t resynchronisations() const { return resynchronisations_; }
+  std::uint64_t resynchronisations() const { return _resynchronisations; }
 
  private:
   std::error_code takeList(Events& events);
   std::error_code takeListOnce(Events& events);
   void takeIn(nlmsghdr const& message, Events& events);
 
-  SpeedOf speedOf_;
-  NewsSocket news_;
-  bool listIsDue_ = false;
-  std::uint64_t resynchronisations_ = 0;
-  LinkTable table_;
+  SpeedOf _speedOf;
+  NewsSocket _news;
+  bool _listIsDue = false;
+  std::uint64_t _resynchronisations = 0;
+  LinkTable _table;
 };
 
 /// What one message of the kernel says of a link.

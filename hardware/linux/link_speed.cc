@@ -20,7 +20,7 @@ std::optional<std::uint64_t> readSpeedAnswer(nlmsghdr const& message) {
 
 std::optional<std::uint64_t> LinkSpeed::of(int ifindex) {
   std::optional<std::uint64_t> speed;
-  auto const error = socket_.get(
+  auto const error = _socket.get(
       ETHTOOL_MSG_LINKMODES_GET, ETHTOOL_A_LINKMODES_HEADER, ifindex, ETHTOOL_FLAG_COMPACT_BITSETS,
       [&](nlmsghdr const& message) { speed = readSpeedAnswer(message); });
   return error ? std::nullopt : speed;

@@ -14,7 +14,7 @@ class LinkSpeed {
   std::optional<std::uint64_t> of(int ifindex);
 
  private:
-  EthtoolSocket socket_;
+  EthtoolSocket _socket;
 };
 
 /// The same from the kernel's answer.

@@ -33,7 +33,7 @@ class LinkStats final : public LinkStatsSource {
   std::error_code refresh(double now) override;
   rtnl_link_stats64 const* find(int ifindex) const override;
 
-  std::uint64_t dumps() const { return dumps_; }
+  std::uint64_t dumps() const { return _dumps; }
 
  private:
   struct Entry {
@@ -42,12 +42,12 @@ class LinkStats final : public LinkStatsSource {
   };
   std::error_code read();
 
-  NetlinkSocket socket_;
-  std::vector<Entry> entries_;  // by ifindex
-  double tick_ = 0.0;
-  bool fresh_ = false;
-  std::uint64_t dumps_ = 0;
-  std::error_code error_;
+  NetlinkSocket _socket;
+  std::vector<Entry> _entries;  // by ifindex
+  double _tick = 0.0;
+  bool _fresh = false;
+  std::uint64_t _dumps = 0;
+  std::error_code _error;
 };
 
 }  // namespace Hardware::Linux

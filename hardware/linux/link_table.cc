@@ -6,8 +6,8 @@
 namespace Hardware::Linux {
 
 void LinkTable::linkIs(Link const& link, Events& events) {
-  if (listing_) listed_.insert(link.ifindex);
-  auto const [at, isNew] = links_.try_emplace(link.ifindex, link);
+  if (_listing) _listed.insert(link.ifindex);
+  auto const [at, isNew] = _links.try_emplace(link.ifindex, link);
   Link& known = at->second;
   if (isNew) {
     events.push_back({LinkEvent::Type::appeared, link, {}});
@@ -24,34 +24,34 @@ void LinkTable::linkIs(Link const& link, Events& events) {
 }
 
 void LinkTable::linkDel(int ifindex, Events& events) {
-  auto const at = links_.find(ifindex);
-  if (at == links_.end()) return;
+  auto const at = _links.find(ifindex);
+  if (at == _links.end()) return;
   events.push_back({LinkEvent::Type::vanished, std::move(at->second), {}});
-  links_.erase(at);
+  _links.erase(at);
 }
 
 void LinkTable::listBegins(Events const& events) {
-  listed_.clear();
-  listing_ = true;
-  listStart_ = events.size();
+  _listed.clear();
+  _listing = true;
+  _listStart = events.size();
 }
 
 void LinkTable::listEnds(Events& events) {
   Events gone;
-  for (auto at = links_.begin(); at != links_.end();) {
+  for (auto at = _links.begin(); at != _links.end();) {
     int const ifindex = at->first;
     ++at;
-    if (!listed_.contains(ifindex)) linkDel(ifindex, gone);
+    if (!_listed.contains(ifindex)) linkDel(ifindex, gone);
   }
-  listed_.clear();
-  listing_ = false;
-  events.insert(events.begin() + static_cast<Events::difference_type>(listStart_),
+  _listed.clear();
+  _listing = false;
+  events.insert(events.begin() + static_cast<Events::difference_type>(_listStart),
                 std::make_move_iterator(gone.begin()), std::make_move_iterator(gone.end()));
 }
 
 Link const* LinkTable::link(int ifindex) const {
-  auto const at = links_.find(ifindex);
-  return at == links_.end() ? nullptr : &at->second;
+  auto const at = _links.find(ifindex);
+  return at == _links.end() ? nullptr : &at->second;
 }
 
 }  // namespace Hardware::Linux

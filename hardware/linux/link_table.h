@@ -30,13 +30,13 @@ class LinkTable {
   void listEnds(Events& events);
 
   Link const* link(int ifindex) const;
-  std::map<int, Link> const& links() const { return links_; }
+  std::map<int, Link> const& links() const { return _links; }
 
  private:
-  std::map<int, Link> links_;
-  bool listing_ = false;
-  std::unordered_set<int> listed_;
-  std::size_t listStart_ = 0;  // events before the list
+  std::map<int, Link> _links;
+  bool _listing = false;
+  std::unordered_set<int> _listed;
+  std::size_t _listStart = 0;  // events before the list
 };
 
 }  // namespace Hardware::Linux

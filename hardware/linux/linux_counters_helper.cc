@@ -38,125 +38,125 @@ LinuxCountersHelper::Parts LinuxCountersHelper::kernelParts(AgentParts agent) {
 
 LinuxCountersHelper::LinuxCountersHelper(Kel::Name name, Parts parts)
     : OruHelperCountersSm(std::move(name)),
-      parts_(std::move(parts)),
-      copp_(parts_.copp, *parts_.nftCounters, parts_.generation, parts_.now, parts_.say) {}
+      _parts(std::move(parts)),
+      _copp(_parts.copp, *_parts.nftCounters, _parts.generation, _parts.now, _parts.say) {}
 
 LinuxCountersHelper::~LinuxCountersHelper() = default;
 
 void LinuxCountersHelper::linkIs(Pekt::IntfId const& intfId, Link const& link) {
   linkDel(intfId);
-  ports_[intfId].link = link;
+  _ports[intfId].link = link;
 }
 
 void LinuxCountersHelper::linkDel(Pekt::IntfId const& intfId) {
-  auto const at = ports_.find(intfId);
-  if (at == ports_.end() || !at->second.link) return;
+  auto const at = _ports.find(intfId);
+  if (at == _ports.end() || !at->second.link) return;
   // A driver may count more after a change than it did before.
-  parts_.macs->forget(at->second.link->ifindex);
+  _parts.macs->forget(at->second.link->ifindex);
   at->second.link.reset();
-  if (at->second.isIdle()) ports_.erase(at);
+  if (at->second.isIdle()) _ports.erase(at);
 }
 
 LinuxCountersHelper::RowsOf LinuxCountersHelper::rowsOf(Pekt::IntfId const& intfId,
                                                         int ifindex) const {
-  auto const stored = parts_.offsets->load(intfId);
-  if (!stored || !parts_.publishedRow(intfId)) return RowsOf::nobody;
+  auto const stored = _parts.offsets->load(intfId);
+  if (!stored || !_parts.publishedRow(intfId)) return RowsOf::nobody;
   return stored->identity == identityOf(ifindex) ? RowsOf::thisLink : RowsOf::another;
 }
 
 bool LinuxCountersHelper::reserve(Pekt::IntfId const& intfId, int ifindex) {
-  bool const hadOffsets = parts_.offsets->load(intfId).has_value();
-  if (!hadOffsets && !parts_.offsets->save(intfId, {identityOf(ifindex), {}})) return false;
-  if (isVlan(intfId) || parts_.queueOffsets->load(intfId) ||
-      parts_.queueOffsets->save(intfId, {identityOf(ifindex), {}, {}}))
+  bool const hadOffsets = _parts.offsets->load(intfId).has_value();
+  if (!hadOffsets && !_parts.offsets->save(intfId, {identityOf(ifindex), {}})) return false;
+  if (isVlan(intfId) || _parts.queueOffsets->load(intfId) ||
+      _parts.queueOffsets->save(intfId, {identityOf(ifindex), {}, {}}))
     return true;
-  if (!hadOffsets) parts_.offsets->erase(intfId);
+  if (!hadOffsets) _parts.offsets->erase(intfId);
   return false;
 }
 
 bool LinuxCountersHelper::moveTo(Pekt::IntfId const& intfId, int ifindex) {
   auto const counts = read(intfId, ifindex);
   if (!counts) return false;
-  PortAccount port(parts_.publishedRow(intfId), parts_.offsets->load(intfId));
+  PortAccount port(_parts.publishedRow(intfId), _parts.offsets->load(intfId));
   port.moveTo(identityOf(ifindex), *counts);
-  if (isVlan(intfId)) return parts_.offsets->save(intfId, *port.stored());
+  if (isVlan(intfId)) return _parts.offsets->save(intfId, *port.stored());
   auto const qdiscs = readQdiscs(ifindex);
   if (!qdiscs) return false;
-  QueueAccount queues(parts_.publishedQueues(intfId), parts_.queueOffsets->load(intfId));
+  QueueAccount queues(_parts.publishedQueues(intfId), _parts.queueOffsets->load(intfId));
   // Whatever the number of its queues: those of which nothing is taken in count anew.
   queues.moveTo(identityOf(ifindex), queueReading(*qdiscs, 1));
-  return parts_.queueOffsets->save(intfId, *queues.stored()) &&
-         parts_.offsets->save(intfId, *port.stored());
+  return _parts.queueOffsets->save(intfId, *queues.stored()) &&
+         _parts.offsets->save(intfId, *port.stored());
 }
 
 void LinuxCountersHelper::forget(Pekt::IntfId const& intfId) {
-  parts_.queueOffsets->erase(intfId);
-  parts_.offsets->erase(intfId);
+  _parts.queueOffsets->erase(intfId);
+  _parts.offsets->erase(intfId);
 }
 
 std::optional<Interface::CounterSet> LinuxCountersHelper::unsupportedCounters(
     Pekt::IntfId const& intfId) {
-  auto const at = ports_.find(intfId);
-  if (at == ports_.end() || !at->second.link) return std::nullopt;
+  auto const at = _ports.find(intfId);
+  if (at == _ports.end() || !at->second.link) return std::nullopt;
   auto const counts = read(intfId, at->second.link->ifindex);
   if (!counts) return std::nullopt;
   if (isVlan(intfId)) return Linux::unsupportedCounters(counts->known, at->second.link->kind);
   // What such a MAC counts is unknown in this reading, not uncounted.
-  if (parts_.macs->read(parts_.now(), at->second.link->ifindex).unavailable) return std::nullopt;
+  if (_parts.macs->read(_parts.now(), at->second.link->ifindex).unavailable) return std::nullopt;
   return Linux::unsupportedCounters(counts->known, at->second.link->kind);
 }
 
 std::optional<std::uint32_t> LinuxCountersHelper::unsupportedQueueCounters(
     Pekt::IntfId const& intfId) {
-  auto const at = ports_.find(intfId);
-  if (at == ports_.end() || !at->second.link || isVlan(intfId)) return std::nullopt;
+  auto const at = _ports.find(intfId);
+  if (at == _ports.end() || !at->second.link || isVlan(intfId)) return std::nullopt;
   auto const reading = readQueues(*at->second.link);
   return reading ? std::optional(Linux::unsupportedQueueCounters(*reading)) : std::nullopt;
 }
 
 void LinuxCountersHelper::hwInit() {
-  parts_.offsets->forEach([this](Pekt::IntfId const& intfId) {
-    if (!parts_.publishedRow(intfId)) parts_.offsets->erase(intfId);
+  _parts.offsets->forEach([this](Pekt::IntfId const& intfId) {
+    if (!_parts.publishedRow(intfId)) _parts.offsets->erase(intfId);
   });
-  parts_.queueOffsets->forEach([this](Pekt::IntfId const& intfId) {
-    if (!parts_.publishedRow(intfId)) parts_.queueOffsets->erase(intfId);
+  _parts.queueOffsets->forEach([this](Pekt::IntfId const& intfId) {
+    if (!_parts.publishedRow(intfId)) _parts.queueOffsets->erase(intfId);
   });
 }
 
-void LinuxCountersHelper::initialize(Pekt::IntfId intfId) { open(intfId, ports_[intfId]); }
+void LinuxCountersHelper::initialize(Pekt::IntfId intfId) { open(intfId, _ports[intfId]); }
 
 void LinuxCountersHelper::deinitialize(Pekt::IntfId intfId) {
-  auto const at = ports_.find(intfId);
-  if (at != ports_.end()) {
+  auto const at = _ports.find(intfId);
+  if (at != _ports.end()) {
     at->second.account.reset();
     at->second.queues.reset();
     at->second.aclDrops.reset();
-    if (at->second.isIdle()) ports_.erase(at);
+    if (at->second.isIdle()) _ports.erase(at);
   }
   // A row that stays is continued when the interface comes back.
-  if (!parts_.publishedRow(intfId)) forget(intfId);
+  if (!_parts.publishedRow(intfId)) forget(intfId);
 }
 
 void LinuxCountersHelper::open(Pekt::IntfId const& intfId, Port& port) {
-  port.account.emplace(parts_.publishedRow(intfId), parts_.offsets->load(intfId));
+  port.account.emplace(_parts.publishedRow(intfId), _parts.offsets->load(intfId));
   port.lastReading = 0.0;
 }
 
 rtnl_link_stats64 const* LinuxCountersHelper::readLink(int ifindex) {
-  return parts_.links->refresh(parts_.now()) ? nullptr : parts_.links->find(ifindex);
+  return _parts.links->refresh(_parts.now()) ? nullptr : _parts.links->find(ifindex);
 }
 
 std::optional<KernelCounts> LinuxCountersHelper::read(Pekt::IntfId const& intfId, int ifindex) {
   auto const* const stats = readLink(ifindex);
   if (!stats) return std::nullopt;
   if (isVlan(intfId)) return vlanCounts(*stats);
-  return kernelCounts(*stats, parts_.macs->read(parts_.now(), ifindex));
+  return kernelCounts(*stats, _parts.macs->read(_parts.now(), ifindex));
 }
 
 // A link that is gone and of which no news came yet would look like one without any.
 std::optional<std::span<Qdisc const>> LinuxCountersHelper::readQdiscs(int ifindex) {
-  if (!readLink(ifindex) || parts_.qdiscs->refresh(parts_.now())) return std::nullopt;
-  return parts_.qdiscs->find(ifindex);
+  if (!readLink(ifindex) || _parts.qdiscs->refresh(_parts.now())) return std::nullopt;
+  return _parts.qdiscs->find(ifindex);
 }
 
 std::optional<QueueReading> LinuxCountersHelper::readQueues(Link const& link) {
@@ -170,7 +170,7 @@ void LinuxCountersHelper::save(Store& store, Pekt::IntfId const& intfId, Account
   if (store.save(intfId, *account.stored()))
     account.saved();
   else
-    ++offsetsNotSaved_;  // tried again at the next reading
+    ++_offsetsNotSaved;  // tried again at the next reading
 }
 
 void LinuxCountersHelper::advance(Pekt::IntfId const& intfId, Port& port) {
@@ -179,22 +179,22 @@ void LinuxCountersHelper::advance(Pekt::IntfId const& intfId, Port& port) {
   auto const counts = read(intfId, port.link->ifindex);
   if (!counts) return;
   port.account->advance(identityOf(port.link->ifindex), *counts);
-  save(*parts_.offsets, intfId, *port.account);
-  port.lastReading = parts_.now();
+  save(*_parts.offsets, intfId, *port.account);
+  port.lastReading = _parts.now();
 }
 
 void LinuxCountersHelper::getCounters(Pekt::IntfId intfId,
                                       Kel::Ptr<OruTypes::IntfCounters> newCounters,
                                       Kel::Ptr<OruTypes::IntfCounters>) {
-  Port& port = ports_[intfId];
+  Port& port = _ports[intfId];
   advance(intfId, port);
   port.account->sample(newCounters->intfStats(), newCounters->ethStats());
   newCounters->intfStats().lastUpdate = port.lastReading;
 }
 
 bool LinuxCountersHelper::initializeVlanIntfCounters(Pekt::IntfId intfId, std::uint16_t vlanId) {
-  auto const at = ports_.find(intfId);
-  if (at == ports_.end() || !at->second.link || at->second.link->vlanId != vlanId) return false;
+  auto const at = _ports.find(intfId);
+  if (at == _ports.end() || !at->second.link || at->second.link->vlanId != vlanId) return false;
   if (!at->second.account) open(intfId, at->second);
   return true;
 }
@@ -202,7 +202,7 @@ bool LinuxCountersHelper::initializeVlanIntfCounters(Pekt::IntfId intfId, std::u
 void LinuxCountersHelper::getVlanIntfCounters(Pekt::IntfId intfId,
                                               Kel::Ptr<OruTypes::VlanIntfCounters> newCounters,
                                               Kel::Ptr<OruTypes::VlanIntfCounters>) {
-  Port& port = ports_[intfId];
+  Port& port = _ports[intfId];
   advance(intfId, port);
   Interface::EthStatistics unused;
   port.account->sample(newCounters->intfStats(), unused);
@@ -210,16 +210,16 @@ void LinuxCountersHelper::getVlanIntfCounters(Pekt::IntfId intfId,
 }
 
 void LinuxCountersHelper::deleteVlanIntfCounters(Pekt::IntfId intfId) {
-  auto const at = ports_.find(intfId);
-  if (at == ports_.end()) return;
+  auto const at = _ports.find(intfId);
+  if (at == _ports.end()) return;
   at->second.account.reset();
-  if (at->second.isIdle()) ports_.erase(at);
+  if (at->second.isIdle()) _ports.erase(at);
 }
 
 void LinuxCountersHelper::getIntfQueueType(Pekt::IntfId intfId,
                                            Kel::Ptr<OruTypes::IntfQueueType> types) {
-  auto const at = ports_.find(intfId);
-  if (at == ports_.end() || !at->second.link) return;
+  auto const at = _ports.find(intfId);
+  if (at == _ports.end() || !at->second.link) return;
   std::uint32_t const queues = std::min(at->second.link->txQueues, QueueIndex::max + 1);
   for (std::uint32_t queue = 0; queue < queues; ++queue)
     types->queueTypeIs(static_cast<std::uint8_t>(queue), OruTypes::QueueType::unicast);
@@ -227,34 +227,34 @@ void LinuxCountersHelper::getIntfQueueType(Pekt::IntfId intfId,
 
 void LinuxCountersHelper::getIntfQueueCounters(Pekt::IntfId intfId,
                                                Kel::Ptr<OruTypes::IntfQueueCounters> counters) {
-  auto const at = ports_.find(intfId);
-  if (at == ports_.end() || !at->second.link) return;
+  auto const at = _ports.find(intfId);
+  if (at == _ports.end() || !at->second.link) return;
   Port& port = at->second;
   auto const reading = readQueues(*port.link);
   if (!reading) return;
   if (!port.queues)
-    port.queues.emplace(parts_.publishedQueues(intfId), parts_.queueOffsets->load(intfId));
+    port.queues.emplace(_parts.publishedQueues(intfId), _parts.queueOffsets->load(intfId));
   port.queues->advance(identityOf(port.link->ifindex), *reading);
-  save(*parts_.queueOffsets, intfId, *port.queues);
+  save(*_parts.queueOffsets, intfId, *port.queues);
   port.queues->sample(*counters);
 }
 
 void LinuxCountersHelper::doClearCounters(Kel::String request) {
-  parts_.queueClearing.clear(request);
+  _parts.queueClearing.clear(request);
 }
 
 std::uint64_t LinuxCountersHelper::getIntfAclDropCounters(Pekt::IntfId intfId) {
-  auto const at = ports_.find(intfId);
-  if (at == ports_.end() || !at->second.link) return parts_.publishedDrops(intfId);
+  auto const at = _ports.find(intfId);
+  if (at == _ports.end() || !at->second.link) return _parts.publishedDrops(intfId);
   Port& port = at->second;
-  if (!port.aclDrops) port.aclDrops.emplace(parts_.publishedDrops(intfId));
+  if (!port.aclDrops) port.aclDrops.emplace(_parts.publishedDrops(intfId));
   readDrops(*port.link, *port.aclDrops);
   return port.aclDrops->count();
 }
 
 void LinuxCountersHelper::readDrops(Link const& link, DropAccount& drops) {
-  auto const counter = parts_.aclDrops.find(link.name);
-  if (counter != parts_.aclDrops.end()) {
+  auto const counter = _parts.aclDrops.find(link.name);
+  if (counter != _parts.aclDrops.end()) {
     readNftDrops(link, counter->second, drops);
   } else if (auto const qdiscs = readQdiscs(link.ifindex)) {
     drops.advance(filterCounts(*qdiscs));
@@ -263,13 +263,13 @@ void LinuxCountersHelper::readDrops(Link const& link, DropAccount& drops) {
 
 void LinuxCountersHelper::readNftDrops(Link const& link, NftCounterName const& counter,
                                        DropAccount& drops) {
-  auto const reading = parts_.nftCounters->read(parts_.now(), counter);
+  auto const reading = _parts.nftCounters->read(_parts.now(), counter);
   std::string const what = "the nftables counter " + counter.text() + " of link " + link.name;
   if (!reading.error) {
     drops.countIs(reading.pkts);
-    if (unreadableCounters_.erase(link.name) != 0) parts_.say(what + " is read again");
-  } else if (unreadableCounters_.insert(link.name).second) {
-    parts_.say(what + " cannot be read, its last count stays: " + reading.error.message());
+    if (_unreadableCounters.erase(link.name) != 0) _parts.say(what + " is read again");
+  } else if (_unreadableCounters.insert(link.name).second) {
+    _parts.say(what + " cannot be read, its last count stays: " + reading.error.message());
   }
 }
 

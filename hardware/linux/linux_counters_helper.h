@@ -122,7 +122,7 @@ class LinuxCountersHelper final : public OruHelper::OruHelperCountersSm {
 
   /// How often an offset could not be kept. While one cannot, counting goes on; should the agent
   /// die then, what was counted since the link's last reset may count twice.
-  std::uint64_t offsetsNotSaved() const { return offsetsNotSaved_; }
+  std::uint64_t offsetsNotSaved() const { return _offsetsNotSaved; }
 
   /// Drops kept offsets of interfaces that have no row any more.
   void hwInit() override;
@@ -144,11 +144,11 @@ class LinuxCountersHelper final : public OruHelper::OruHelperCountersSm {
                            Kel::Ptr<OruTypes::VlanIntfCounters> prevCounters) override;
   /// The offsets stay: the interface's row goes later, or stays too.
   void deleteVlanIntfCounters(Pekt::IntfId intfId) override;
-  void getCoppCounters() override { copp_.refresh(); }
-  void resetCpuQueueCounters(Kel::Name className) override { copp_.reset(className.view()); }
+  void getCoppCounters() override { _copp.refresh(); }
+  void resetCpuQueueCounters(Kel::Name className) override { _copp.reset(className.view()); }
 
   /// The policing classes as they were read last; no value: there is no CPU port.
-  std::optional<CoppClasses::Names> const& coppClasses() const { return copp_.classes(); }
+  std::optional<CoppClasses::Names> const& coppClasses() const { return _copp.classes(); }
 
  private:
   struct Port {
@@ -160,7 +160,7 @@ class LinuxCountersHelper final : public OruHelper::OruHelperCountersSm {
 
     bool isIdle() const { return !link && !account && !queues && !aclDrops; }
   };
-  LinkIdentity identityOf(int ifindex) const { return {parts_.generation, ifindex}; }
+  LinkIdentity identityOf(int ifindex) const { return {_parts.generation, ifindex}; }
   void open(Pekt::IntfId const& intfId, Port& port);
   rtnl_link_stats64 const* readLink(int ifindex);
   std::optional<KernelCounts> read(Pekt::IntfId const& intfId, int ifindex);
@@ -172,11 +172,11 @@ class LinuxCountersHelper final : public OruHelper::OruHelperCountersSm {
   template <class Store, class Account>
   void save(Store& store, Pekt::IntfId const& intfId, Account& account);
 
-  Parts parts_;
-  CoppClasses copp_;
-  std::unordered_map<Pekt::IntfId, Port, IntfIdHash> ports_;
-  std::uint64_t offsetsNotSaved_ = 0;
-  std::set<std::string> unreadableCounters_;  // of nftables, by link; told to the operator
+  Parts _parts;
+  CoppClasses _copp;
+  std::unordered_map<Pekt::IntfId, Port, IntfIdHash> _ports;
+  std::uint64_t _offsetsNotSaved = 0;
+  std::set<std::string> _unreadableCounters;  // of nftables, by link; told to the operator
 };
 
 /// A VLAN interface's row in the form of a port's; its errors are the MAC's internal ones.

@@ -89,10 +89,10 @@ class NetlinkRequest {
  public:
   template <typename Fixed>
   NetlinkRequest(std::uint16_t type, Fixed const& fixed, std::uint16_t flags = 0)
-      : header_(mnl_nlmsg_put_header(buffer_.data())) {
-    header_->nlmsg_type = type;
-    header_->nlmsg_flags = static_cast<std::uint16_t>(NLM_F_REQUEST | flags);
-    std::memcpy(mnl_nlmsg_put_extra_header(header_, sizeof fixed), &fixed, sizeof fixed);
+      : _header(mnl_nlmsg_put_header(_buffer.data())) {
+    _header->nlmsg_type = type;
+    _header->nlmsg_flags = static_cast<std::uint16_t>(NLM_F_REQUEST | flags);
+    std::memcpy(mnl_nlmsg_put_extra_header(_header, sizeof fixed), &fixed, sizeof fixed);
   }
   NetlinkRequest(NetlinkRequest const&) = delete;
   NetlinkRequest& operator=(NetlinkRequest const&) = delete;
@@ -100,39 +100,39 @@ class NetlinkRequest {
   template <typename T>
   NetlinkRequest& put(std::uint16_t type, T const& value) {
     static_assert(std::is_trivially_copyable_v<T> && !std::is_pointer_v<T>);
-    mnl_attr_put(header_, type, sizeof value, &value);
+    mnl_attr_put(_header, type, sizeof value, &value);
     return *this;
   }
   NetlinkRequest& putFlag(std::uint16_t type) {
-    mnl_attr_put(header_, type, 0, nullptr);
+    mnl_attr_put(_header, type, 0, nullptr);
     return *this;
   }
   /// With its terminator, as the kernel's string attributes want it.
   NetlinkRequest& putText(std::uint16_t type, std::string_view text) {
     std::string const terminated(text);
-    mnl_attr_put(header_, type, terminated.size() + 1, terminated.c_str());
+    mnl_attr_put(_header, type, terminated.size() + 1, terminated.c_str());
     return *this;
   }
   /// What `fill` puts goes into a nest of this type.
   template <typename Fill>
   NetlinkRequest& nest(std::uint16_t type, Fill&& fill) {
-    nlattr* start = mnl_attr_nest_start(header_, type);
+    nlattr* start = mnl_attr_nest_start(_header, type);
     fill(*this);
-    mnl_attr_nest_end(header_, start);
+    mnl_attr_nest_end(_header, start);
     return *this;
   }
   /// A fixed header in the middle of a nest (VETH_INFO_PEER has one).
   template <typename Fixed>
   NetlinkRequest& putFixed(Fixed const& fixed) {
-    std::memcpy(mnl_nlmsg_put_extra_header(header_, sizeof fixed), &fixed, sizeof fixed);
+    std::memcpy(mnl_nlmsg_put_extra_header(_header, sizeof fixed), &fixed, sizeof fixed);
     return *this;
   }
 
-  nlmsghdr& header() { return *header_; }
+  nlmsghdr& header() { return *_header; }
 
  private:
-  alignas(nlmsghdr) std::array<char, 4096> buffer_{};
-  nlmsghdr* header_;
+  alignas(nlmsghdr) std::array<char, 4096> _buffer{};
+  nlmsghdr* _header;
 };
 
 }  // namespace Hardware::Linux

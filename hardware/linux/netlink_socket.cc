@@ -19,26 +19,26 @@ void setOption(mnl_socket const* socket, int level, int option, int value) {
 }  // namespace
 
 NetlinkSocket::NetlinkSocket(int protocol)
-    : protocol_(protocol), buffer_(std::make_unique<char[]>(kBufferBytes)) {
+    : _protocol(protocol), _buffer(std::make_unique<char[]>(kBufferBytes)) {
   open();
 }
 
 NetlinkSocket::~NetlinkSocket() { close(); }
 
-int NetlinkSocket::fd() const { return socket_ ? mnl_socket_get_fd(socket_) : -1; }
+int NetlinkSocket::fd() const { return _socket ? mnl_socket_get_fd(_socket) : -1; }
 
 std::error_code NetlinkSocket::open() {
-  if (socket_) return {};
-  socket_ = mnl_socket_open2(protocol_, SOCK_CLOEXEC);
-  if (!socket_) return systemError(errno);
-  if (mnl_socket_bind(socket_, 0, MNL_SOCKET_AUTOPID) < 0) {
+  if (_socket) return {};
+  _socket = mnl_socket_open2(_protocol, SOCK_CLOEXEC);
+  if (!_socket) return systemError(errno);
+  if (mnl_socket_bind(_socket, 0, MNL_SOCKET_AUTOPID) < 0) {
     int const number = errno;
     close();
     return systemError(number);
   }
-  setOption(socket_, SOL_NETLINK, NETLINK_EXT_ACK, 1);
-  setOption(socket_, SOL_NETLINK, NETLINK_CAP_ACK, 1);
-  setOption(socket_, SOL_NETLINK, NETLINK_GET_STRICT_CHK, 1);
+  setOption(_socket, SOL_NETLINK, NETLINK_EXT_ACK, 1);
+  setOption(_socket, SOL_NETLINK, NETLINK_CAP_ACK, 1);
+  setOption(_socket, SOL_NETLINK, NETLINK_GET_STRICT_CHK, 1);
   // The kernel answers within the call; should an answer ever be lost, the caller must not hang.
   timeval const patience{.tv_sec = 5, .tv_usec = 0};
   setsockopt(fd(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
@@ -46,8 +46,8 @@ std::error_code NetlinkSocket::open() {
 }
 
 void NetlinkSocket::close() {
-  if (socket_) mnl_socket_close(socket_);
-  socket_ = nullptr;
+  if (_socket) mnl_socket_close(_socket);
+  _socket = nullptr;
 }
 
 std::error_code NetlinkSocket::dump(NetlinkRequest& request, Visitor const& visit) {
@@ -61,15 +61,15 @@ std::error_code NetlinkSocket::request(NetlinkRequest& request, Visitor const& v
 }
 
 std::error_code NetlinkSocket::exchange(NetlinkRequest& request, Visitor const& visit) {
-  errorText_.clear();
+  _errorText.clear();
   if (auto error = open()) return error;
   nlmsghdr& header = request.header();
-  header.nlmsg_seq = ++sequence_;
-  if (mnl_socket_sendto(socket_, &header, header.nlmsg_len) < 0) return systemError(errno);
+  header.nlmsg_seq = ++_sequence;
+  if (mnl_socket_sendto(_socket, &header, header.nlmsg_len) < 0) return systemError(errno);
 
   bool interrupted = false;
   while (true) {
-    ssize_t const got = mnl_socket_recvfrom(socket_, buffer_.get(), kBufferBytes);
+    ssize_t const got = mnl_socket_recvfrom(_socket, _buffer.get(), kBufferBytes);
     if (got < 0) {
       int const number = errno;
       if (number == EINTR) continue;
@@ -79,9 +79,9 @@ std::error_code NetlinkSocket::exchange(NetlinkRequest& request, Visitor const& 
       return systemError(number == EAGAIN ? ETIMEDOUT : number);
     }
     int left = static_cast<int>(got);
-    auto const* message = reinterpret_cast<nlmsghdr const*>(buffer_.get());
+    auto const* message = reinterpret_cast<nlmsghdr const*>(_buffer.get());
     for (; mnl_nlmsg_ok(message, left); message = mnl_nlmsg_next(message, &left)) {
-      if (message->nlmsg_seq != sequence_) continue;
+      if (message->nlmsg_seq != _sequence) continue;
       if (message->nlmsg_flags & NLM_F_DUMP_INTR) interrupted = true;
       // Not by the multi flag: dumps of some generic-netlink families lack it.
       if (message->nlmsg_type == NLMSG_DONE) {
@@ -90,7 +90,7 @@ std::error_code NetlinkSocket::exchange(NetlinkRequest& request, Visitor const& 
         if (number < 0) return systemError(-number);
         return interrupted ? systemError(EINTR) : std::error_code();
       }
-      if (message->nlmsg_type == NLMSG_ERROR) return netlinkError(*message, errorText_);
+      if (message->nlmsg_type == NLMSG_ERROR) return netlinkError(*message, _errorText);
       if (message->nlmsg_type >= NLMSG_MIN_TYPE && visit) visit(*message);
     }
   }

@@ -44,7 +44,7 @@ class NetlinkSocket {
   std::error_code request(NetlinkRequest& request, Visitor const& visit = {});
 
   /// What the kernel added to its last error in words; often empty.
-  std::string const& lastErrorText() const { return errorText_; }
+  std::string const& lastErrorText() const { return _errorText; }
 
   /// Number of the network namespace that the socket lives in, unique until the machine is started
   /// again. No value before Linux 5.14.
@@ -57,11 +57,11 @@ class NetlinkSocket {
   void close();
   std::error_code exchange(NetlinkRequest& request, Visitor const& visit);
 
-  int protocol_;
-  mnl_socket* socket_ = nullptr;
-  std::uint32_t sequence_ = 0;
-  std::string errorText_;
-  std::unique_ptr<char[]> buffer_;
+  int _protocol;
+  mnl_socket* _socket = nullptr;
+  std::uint32_t _sequence = 0;
+  std::string _errorText;
+  std::unique_ptr<char[]> _buffer;
 };
 
 /// What an error message of the kernel says: none for an acknowledgement. The words go to `text`.

@@ -20,42 +20,42 @@ constexpr int kPatienceMilliseconds = 5000;
 }  // namespace
 
 NewsSocket::NewsSocket(std::vector<int> groups, int receiveBufferBytes)
-    : receiveBufferBytes_(receiveBufferBytes),
-      groups_(std::move(groups)),
-      buffer_(std::make_unique<char[]>(NetlinkSocket::kBufferBytes)) {}
+    : _receiveBufferBytes(receiveBufferBytes),
+      _groups(std::move(groups)),
+      _buffer(std::make_unique<char[]>(NetlinkSocket::kBufferBytes)) {}
 
 NewsSocket::~NewsSocket() {
-  if (socket_) mnl_socket_close(socket_);
+  if (_socket) mnl_socket_close(_socket);
 }
 
-int NewsSocket::fd() const { return socket_ ? mnl_socket_get_fd(socket_) : -1; }
+int NewsSocket::fd() const { return _socket ? mnl_socket_get_fd(_socket) : -1; }
 
 std::error_code NewsSocket::open() {
-  if (socket_) return {};
+  if (_socket) return {};
   mnl_socket* socket = mnl_socket_open2(NETLINK_ROUTE, SOCK_CLOEXEC | SOCK_NONBLOCK);
   if (!socket) return systemError(errno);
   int const fd = mnl_socket_get_fd(socket);
-  int const bytes = receiveBufferBytes_;
+  int const bytes = _receiveBufferBytes;
   // Beyond the system's limit where we may, else up to it: a larger buffer only spares lists.
   if (setsockopt(fd, SOL_SOCKET, SO_RCVBUFFORCE, &bytes, sizeof bytes) < 0)
     setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &bytes, sizeof bytes);
   bool joined = mnl_socket_bind(socket, 0, MNL_SOCKET_AUTOPID) >= 0;
-  for (int const group : groups_) {
+  for (int const group : _groups) {
     bool const isThere =
         setsockopt(fd, SOL_NETLINK, NETLINK_ADD_MEMBERSHIP, &group, sizeof group) >= 0;
-    if (group == groups_.front()) joined = joined && isThere;
+    if (group == _groups.front()) joined = joined && isThere;
   }
   if (!joined) {
     int const number = errno;
     mnl_socket_close(socket);
     return systemError(number);
   }
-  socket_ = socket;
+  _socket = socket;
   return {};
 }
 
 NewsSocket::Received NewsSocket::receive(Visitor const& visit, std::error_code& error) {
-  ssize_t const got = mnl_socket_recvfrom(socket_, buffer_.get(), NetlinkSocket::kBufferBytes);
+  ssize_t const got = mnl_socket_recvfrom(_socket, _buffer.get(), NetlinkSocket::kBufferBytes);
   if (got < 0) {
     if (errno == EAGAIN) return Received::nothing;
     if (errno == EINTR) return Received::something;
@@ -64,7 +64,7 @@ NewsSocket::Received NewsSocket::receive(Visitor const& visit, std::error_code& 
     return Received::failed;
   }
   int left = static_cast<int>(got);
-  auto const* message = reinterpret_cast<nlmsghdr const*>(buffer_.get());
+  auto const* message = reinterpret_cast<nlmsghdr const*>(_buffer.get());
   for (; mnl_nlmsg_ok(message, left); message = mnl_nlmsg_next(message, &left)) visit(*message);
   return Received::something;
 }
@@ -72,15 +72,15 @@ NewsSocket::Received NewsSocket::receive(Visitor const& visit, std::error_code& 
 std::error_code NewsSocket::list(NetlinkRequest& request, Visitor const& visit) {
   nlmsghdr& header = request.header();
   header.nlmsg_flags |= NLM_F_DUMP;
-  header.nlmsg_seq = ++sequence_;
-  if (mnl_socket_sendto(socket_, &header, header.nlmsg_len) < 0) return systemError(errno);
+  header.nlmsg_seq = ++_sequence;
+  if (mnl_socket_sendto(_socket, &header, header.nlmsg_len) < 0) return systemError(errno);
 
   bool done = false;
   bool whole = true;
   std::error_code error;
   auto const take = [&](nlmsghdr const& message) {
     // News bears no sequence number of ours.
-    bool const isAnswer = message.nlmsg_seq == sequence_;
+    bool const isAnswer = message.nlmsg_seq == _sequence;
     if (isAnswer && (message.nlmsg_flags & NLM_F_DUMP_INTR)) whole = false;
     if (message.nlmsg_type >= NLMSG_MIN_TYPE) {
       visit(message);

@@ -29,7 +29,7 @@ class NewsSocket {
   /// Joins the groups, unless it did before. A group that this kernel does not have is left out,
   /// but for the first.
   std::error_code open();
-  bool isOpen() const { return socket_ != nullptr; }
+  bool isOpen() const { return _socket != nullptr; }
   /// For epoll, readable when there is news. -1 before it is open.
   int fd() const;
 
@@ -42,11 +42,11 @@ class NewsSocket {
   std::error_code list(NetlinkRequest& request, Visitor const& visit);
 
  private:
-  int const receiveBufferBytes_;
-  std::vector<int> const groups_;
-  mnl_socket* socket_ = nullptr;
-  std::unique_ptr<char[]> buffer_;
-  std::uint32_t sequence_ = 0;
+  int const _receiveBufferBytes;
+  std::vector<int> const _groups;
+  mnl_socket* _socket = nullptr;
+  std::unique_ptr<char[]> _buffer;
+  std::uint32_t _sequence = 0;
 };
 
 /// Takes a list by `listOnce` until it does not answer `std::errc::interrupted`, so many times at

@@ -72,10 +72,10 @@ std::string NftCounterName::text() const { return familyName(family) + ' ' + tab
 
 std::string NftTableName::text() const { return familyName(family) + ' ' + name; }
 
-NftCounters::NftCounters() : socket_(NETLINK_NETFILTER) {}
+NftCounters::NftCounters() : _socket(NETLINK_NETFILTER) {}
 
 NftCounterSource::Reading NftCounters::read(double now, NftCounterName const& counter) {
-  auto const [at, isNew] = known_.try_emplace(counter.text());
+  auto const [at, isNew] = _known.try_emplace(counter.text());
   Known& known = at->second;
   if (isNew || known.tick != now) known = {now, ask(counter)};
   return known.reading;
@@ -95,14 +95,14 @@ NftCounterSource::ResetReading NftCounters::reset(NftCounterName const& counter)
 
 std::error_code NftCounters::ask(std::uint16_t command, NftCounterName const& counter,
                                  std::optional<NftCounter>& answer) {
-  ++requests_;
+  ++_requests;
   auto const wanted = newObject();
   nftnl_obj_set_str(wanted.get(), NFTNL_OBJ_TABLE, counter.table.c_str());
   nftnl_obj_set_str(wanted.get(), NFTNL_OBJ_NAME, counter.name.c_str());
   nftnl_obj_set_u32(wanted.get(), NFTNL_OBJ_TYPE, NFT_OBJECT_COUNTER);
   NetlinkRequest request(messageType(command), headerOf(counter.family));
   nftnl_obj_nlmsg_build_payload(&request.header(), wanted.get());
-  auto const error = socket_.request(request, [&](nlmsghdr const& message) {
+  auto const error = _socket.request(request, [&](nlmsghdr const& message) {
     if (auto const counted = readNftCounter(message)) answer = counted;
   });
   return !error && !answer ? std::make_error_code(std::errc::bad_message) : error;
@@ -123,11 +123,11 @@ NftCounterSource::TableReading NftCounters::readTable(NftTableName const& name) 
 // The handle and the list are two questions: both answers must be of one state of the ruleset, or
 // the counters of a new table pass for those of the old one.
 std::error_code NftCounters::readTableOnce(NftTableName const& name, NftTable& table) {
-  requests_ += 2;
+  _requests += 2;
   std::optional<std::uint16_t> generation;
   NetlinkRequest about(messageType(NFT_MSG_GETTABLE), headerOf(name.family));
   about.putText(NFTA_TABLE_NAME, name.name);
-  auto error = socket_.request(about, [&](nlmsghdr const& message) {
+  auto error = _socket.request(about, [&](nlmsghdr const& message) {
     if (auto const handle = readNftTableHandle(message)) table.handle = *handle;
     generation = readNftGeneration(message);
   });
@@ -139,7 +139,7 @@ std::error_code NftCounters::readTableOnce(NftTableName const& name, NftTable& t
   nftnl_obj_set_u32(wanted.get(), NFTNL_OBJ_TYPE, NFT_OBJECT_COUNTER);
   NetlinkRequest list(messageType(NFT_MSG_GETOBJ), headerOf(name.family));
   nftnl_obj_nlmsg_build_payload(&list.header(), wanted.get());
-  error = socket_.dump(list, [&](nlmsghdr const& message) {
+  error = _socket.dump(list, [&](nlmsghdr const& message) {
     auto counter = readNftCounter(message);
     if (!counter) return;
     isOneState = isOneState && readNftGeneration(message) == generation;

@@ -76,7 +76,7 @@ class NftCounters final : public NftCounterSource {
   TableReading readTable(NftTableName const& table) override;
   ResetReading reset(NftCounterName const& counter) override;
 
-  std::uint64_t requests() const { return requests_; }
+  std::uint64_t requests() const { return _requests; }
 
  private:
   Reading ask(NftCounterName const& counter);
@@ -88,9 +88,9 @@ class NftCounters final : public NftCounterSource {
     double tick = 0.0;
     Reading reading;
   };
-  NetlinkSocket socket_;
-  std::unordered_map<std::string, Known> known_;
-  std::uint64_t requests_ = 0;
+  NetlinkSocket _socket;
+  std::unordered_map<std::string, Known> _known;
+  std::uint64_t _requests = 0;
 };
 
 /// The counter in the kernel's answer; none if the message holds none.

@@ -35,22 +35,22 @@ template <class Offsets>
 class MemoryOffsetStoreOf final : public OffsetStoreOf<Offsets> {
  public:
   std::optional<Offsets> load(Pekt::IntfId const& intfId) override {
-    auto const at = records_.find(intfId);
-    return at == records_.end() ? std::nullopt : std::optional(at->second);
+    auto const at = _records.find(intfId);
+    return at == _records.end() ? std::nullopt : std::optional(at->second);
   }
   bool save(Pekt::IntfId const& intfId, Offsets const& offsets) override {
-    records_.insert_or_assign(intfId, offsets);
+    _records.insert_or_assign(intfId, offsets);
     return true;
   }
-  void erase(Pekt::IntfId const& intfId) override { records_.erase(intfId); }
+  void erase(Pekt::IntfId const& intfId) override { _records.erase(intfId); }
   void forEach(std::function<void(Pekt::IntfId const&)> const& visit) override {
     std::vector<Pekt::IntfId> all;
-    for (auto const& [intfId, record] : records_) all.push_back(intfId);
+    for (auto const& [intfId, record] : _records) all.push_back(intfId);
     for (auto const& intfId : all) visit(intfId);
   }
 
  private:
-  std::unordered_map<Pekt::IntfId, Offsets, IntfIdHash> records_;
+  std::unordered_map<Pekt::IntfId, Offsets, IntfIdHash> _records;
 };
 
 /// Of the ports' counters, and of the counters of their queues.

@@ -24,55 +24,55 @@ bool rowContinues(PortTotals const& row, StoredOffsets const& stored) {
 PortAccount::PortAccount(std::optional<Interface::EthIntfCounterGlim> const& row,
                          std::optional<StoredOffsets> const& stored) {
   if (!row) return;
-  base_ = readStatistics(row->statistics, row->ethStatistics);
-  counted_ = base_;
-  shown_ = base_;
-  if (stored && rowContinues(base_, *stored)) stored_ = stored;
+  _base = readStatistics(row->statistics, row->ethStatistics);
+  _counted = _base;
+  _shown = _base;
+  if (stored && rowContinues(_base, *stored)) _stored = stored;
 }
 
 void PortAccount::moveTo(LinkIdentity const& identity, KernelCounts const& counts) {
-  stored_ = StoredOffsets{identity, shown_};
-  counted_ = shown_;
+  _stored = StoredOffsets{identity, _shown};
+  _counted = _shown;
   for (std::size_t i = 0; i < kPortFields; ++i) {
     PortField const field = fieldAt(i);
-    if (counts.known.contains(field)) stored_->offsets[field] -= counts.totals[field];
+    if (counts.known.contains(field)) _stored->offsets[field] -= counts.totals[field];
   }
-  mustSave_ = true;
+  _mustSave = true;
 }
 
 void PortAccount::advance(LinkIdentity const& identity, KernelCounts const& counts) {
-  if (!stored_) {
-    stored_ = StoredOffsets{identity, {}};
-    mustSave_ = true;
-  } else if (stored_->identity != identity) {
-    stored_ = StoredOffsets{identity, shown_};
-    counted_ = shown_;
-    mustSave_ = true;
+  if (!_stored) {
+    _stored = StoredOffsets{identity, {}};
+    _mustSave = true;
+  } else if (_stored->identity != identity) {
+    _stored = StoredOffsets{identity, _shown};
+    _counted = _shown;
+    _mustSave = true;
   }
   for (std::size_t i = 0; i < kPortFields; ++i) {
     PortField const field = fieldAt(i);
     if (!counts.known.contains(field)) continue;
     std::uint64_t const kernel = counts.totals[field];
-    std::uint64_t const counted = kernel + stored_->offsets[field];
-    if (startedAnew(kernel, counted_[field] - stored_->offsets[field])) {
+    std::uint64_t const counted = kernel + _stored->offsets[field];
+    if (startedAnew(kernel, _counted[field] - _stored->offsets[field])) {
       // What is shown, not what was counted: the row never held more than that.
-      stored_->offsets[field] = shown_[field];
-      counted_[field] = shown_[field] + kernel;
-      mustSave_ = true;
-    } else if (!isBefore(counted, counted_[field])) {
-      counted_[field] = counted;
+      _stored->offsets[field] = _shown[field];
+      _counted[field] = _shown[field] + kernel;
+      _mustSave = true;
+    } else if (!isBefore(counted, _counted[field])) {
+      _counted[field] = counted;
     }
   }
-  known_ |= counts.known;
-  advanceShown(shown_, counted_);
+  _known |= counts.known;
+  advanceShown(_shown, _counted);
 }
 
 void PortAccount::sample(Interface::IntfStatistics& intf, Interface::EthStatistics& eth) const {
   PortTotals since;
   for (std::size_t i = 0; i < kPortFields; ++i)
-    since.counts[i] = shown_.counts[i] - base_.counts[i];
+    since.counts[i] = _shown.counts[i] - _base.counts[i];
   intf.outBroadcastPkts =
-      known_.contains(PortField::outBroadcastPkts) ? Wib::MaybeU63(0) : Wib::MaybeU63::none();
+      _known.contains(PortField::outBroadcastPkts) ? Wib::MaybeU63(0) : Wib::MaybeU63::none();
   intf.inUnknownProtos = Wib::MaybeU63::none();
   for (auto* priorities :
        {&eth.inPfcFrames, &eth.outPfcFrames, &eth.inPfcPauseMicros, &eth.outPfcPauseMicros})

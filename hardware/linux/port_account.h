@@ -53,22 +53,22 @@ class PortAccount {
   /// Take in a reading. Fields that it does not know keep their count.
   void advance(LinkIdentity const& identity, KernelCounts const& counts);
 
-  bool mustSave() const { return mustSave_; }
-  void saved() { mustSave_ = false; }
+  bool mustSave() const { return _mustSave; }
+  void saved() { _mustSave = false; }
   /// No value before the first reading of a port of which nothing was stored.
-  std::optional<StoredOffsets> const& stored() const { return stored_; }
+  std::optional<StoredOffsets> const& stored() const { return _stored; }
 
   /// The sample to hand over: the change since the start. Counters that were never counted have no
   /// value if they are optional, else 0. The time is left as it is.
   void sample(Interface::IntfStatistics& intf, Interface::EthStatistics& eth) const;
 
  private:
-  PortTotals base_;
-  PortTotals counted_;  // the kernel's count + offset, as it stood last
-  PortTotals shown_;    // what the row should hold
-  PortFields known_;
-  std::optional<StoredOffsets> stored_;
-  bool mustSave_ = false;
+  PortTotals _base;
+  PortTotals _counted;  // the kernel's count + offset, as it stood last
+  PortTotals _shown;    // what the row should hold
+  PortFields _known;
+  std::optional<StoredOffsets> _stored;
+  bool _mustSave = false;
 };
 
 }  // namespace Hardware::Linux

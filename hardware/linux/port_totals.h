@@ -49,10 +49,10 @@ struct PortTotals {
 /// A set of fields.
 class PortFields {
  public:
-  constexpr bool contains(PortField f) const { return (bits_ >> index(f) & 1U) != 0; }
-  constexpr void insert(PortField f) { bits_ |= std::uint64_t{1} << index(f); }
+  constexpr bool contains(PortField f) const { return (_bits >> index(f) & 1U) != 0; }
+  constexpr void insert(PortField f) { _bits |= std::uint64_t{1} << index(f); }
   constexpr PortFields& operator|=(PortFields other) {
-    bits_ |= other.bits_;
+    _bits |= other._bits;
     return *this;
   }
   bool operator==(PortFields const&) const = default;
@@ -60,7 +60,7 @@ class PortFields {
  private:
   static constexpr unsigned index(PortField f) { return static_cast<unsigned>(f); }
   static_assert(kPortFields <= 64);
-  std::uint64_t bits_ = 0;
+  std::uint64_t _bits = 0;
 };
 
 /// A total that falls into parts, and what remains of it is a counter of its own.

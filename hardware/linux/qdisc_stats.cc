@@ -80,14 +80,14 @@ std::optional<QdiscNews> readQdiscMessage(nlmsghdr const& message) {
   return news;
 }
 
-QdiscStats::QdiscStats() : socket_(NETLINK_ROUTE) {}
+QdiscStats::QdiscStats() : _socket(NETLINK_ROUTE) {}
 
 std::error_code QdiscStats::refresh(double now) {
-  if (fresh_ && now == tick_) return error_;
-  fresh_ = true;
-  tick_ = now;
-  error_ = read();
-  return error_;
+  if (_fresh && now == _tick) return _error;
+  _fresh = true;
+  _tick = now;
+  _error = read();
+  return _error;
 }
 
 std::error_code QdiscStats::read() {
@@ -95,10 +95,10 @@ std::error_code QdiscStats::read() {
   std::vector<QdiscNews> all;
   std::error_code error;
   for (int tried = 0; tried < kTries; ++tried) {
-    ++dumps_;
+    ++_dumps;
     all.clear();
     NetlinkRequest request(RTM_GETQDISC, tcmsg{});
-    error = socket_.dump(request, [&](nlmsghdr const& message) {
+    error = _socket.dump(request, [&](nlmsghdr const& message) {
       if (auto const news = readQdiscMessage(message)) all.push_back(*news);
     });
     if (error != std::errc::interrupted) break;  // one that was missed would look as if replaced
@@ -111,22 +111,22 @@ std::error_code QdiscStats::read() {
 void QdiscStats::index(std::vector<QdiscNews>& all) {
   auto const byLink = [](QdiscNews const& a, QdiscNews const& b) { return a.ifindex < b.ifindex; };
   std::stable_sort(all.begin(), all.end(), byLink);
-  qdiscs_.clear();
-  links_.clear();
+  _qdiscs.clear();
+  _links.clear();
   for (QdiscNews const& news : all) {
-    if (links_.empty() || links_.back().ifindex != news.ifindex)
-      links_.push_back({news.ifindex, qdiscs_.size(), 0});
-    ++links_.back().count;
-    qdiscs_.push_back(news.qdisc);
+    if (_links.empty() || _links.back().ifindex != news.ifindex)
+      _links.push_back({news.ifindex, _qdiscs.size(), 0});
+    ++_links.back().count;
+    _qdiscs.push_back(news.qdisc);
   }
 }
 
 std::span<Qdisc const> QdiscStats::find(int ifindex) const {
   auto const at =
-      std::lower_bound(links_.begin(), links_.end(), ifindex,
+      std::lower_bound(_links.begin(), _links.end(), ifindex,
                        [](Link const& link, int wanted) { return link.ifindex < wanted; });
-  if (at == links_.end() || at->ifindex != ifindex) return {};
-  return std::span(qdiscs_).subspan(at->first, at->count);
+  if (at == _links.end() || at->ifindex != ifindex) return {};
+  return std::span(_qdiscs).subspan(at->first, at->count);
 }
 
 }  // namespace Hardware::Linux

@@ -73,7 +73,7 @@ class QdiscStats final : public QdiscSource {
   std::error_code refresh(double now) override;
   std::span<Qdisc const> find(int ifindex) const override;
 
-  std::uint64_t dumps() const { return dumps_; }
+  std::uint64_t dumps() const { return _dumps; }
 
  private:
   struct Link {
@@ -84,13 +84,13 @@ class QdiscStats final : public QdiscSource {
   std::error_code read();
   void index(std::vector<QdiscNews>& all);
 
-  NetlinkSocket socket_;
-  std::vector<Qdisc> qdiscs_;
-  std::vector<Link> links_;  // by ifindex
-  double tick_ = 0.0;
-  bool fresh_ = false;
-  std::uint64_t dumps_ = 0;
-  std::error_code error_;
+  NetlinkSocket _socket;
+  std::vector<Qdisc> _qdiscs;
+  std::vector<Link> _links;  // by ifindex
+  double _tick = 0.0;
+  bool _fresh = false;
+  std::uint64_t _dumps = 0;
+  std::error_code _error;
 };
 
 }  // namespace Hardware::Linux

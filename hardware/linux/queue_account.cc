@@ -80,15 +80,15 @@ struct QueueAccount::Slots {
 QueueAccount::QueueAccount(std::optional<IntfQueueCounter> const& row,
                            std::optional<StoredQueueOffsets> const& stored) {
   if (!row) return;
-  totals_ = totalsOf(*row);
+  _totals = totalsOf(*row);
   for (std::size_t slot = 0; slot < kQueueSlots; ++slot)
-    dropOctets_[slot] =
+    _dropOctets[slot] =
         row->statistics[QueueIndex(static_cast<std::uint32_t>(slot))].counts.dropOctets;
-  dropOctets_[kAllQueues] = row->intfCounts.dropOctets;
-  if (!stored || !rowContinues(totals_, stored->offsets)) return;
-  stored_ = stored;
+  _dropOctets[kAllQueues] = row->intfCounts.dropOctets;
+  if (!stored || !rowContinues(_totals, stored->offsets)) return;
+  _stored = stored;
   // Room that was only reserved tells no source; the row may be older, its offsets lost.
-  sourcesAreKnown_ = stored->sources != decltype(stored->sources){};
+  _sourcesAreKnown = stored->sources != decltype(stored->sources){};
 }
 
 bool QueueAccount::startedAnew(Seen const& seen, Queue const& now) {
@@ -110,18 +110,18 @@ QueueAccount::Delta QueueAccount::since(Seen const& seen, Queue const& now) {
 
 // What the kernel had counted when the row held what it now does.
 QueueAccount::Seen QueueAccount::storedAt(std::size_t slot) const {
-  QueueTotals const& offsets = stored_->offsets;
-  return {stored_->sources[slot],
-          {totals_.pkts[slot] - offsets.pkts[slot], totals_.octets[slot] - offsets.octets[slot],
-           static_cast<std::uint32_t>(totals_.dropPkts[slot] - offsets.dropPkts[slot])}};
+  QueueTotals const& offsets = _stored->offsets;
+  return {_stored->sources[slot],
+          {_totals.pkts[slot] - offsets.pkts[slot], _totals.octets[slot] - offsets.octets[slot],
+           static_cast<std::uint32_t>(_totals.dropPkts[slot] - offsets.dropPkts[slot])}};
 }
 
 QueueAccount::Delta QueueAccount::follow(std::uint32_t key, std::size_t slot, Queue const& now) {
-  auto const [at, isNew] = seen_.try_emplace(key);
+  auto const [at, isNew] = _seen.try_emplace(key);
   Seen& seen = at->second;
   if (isNew) {
     seen = storedAt(slot);
-    if (!sourcesAreKnown_) seen.source = now.source;
+    if (!_sourcesAreKnown) seen.source = now.source;
   }
   Delta const delta = since(seen, now);
   seen = {now.source, now.counts};
@@ -129,9 +129,9 @@ QueueAccount::Delta QueueAccount::follow(std::uint32_t key, std::size_t slot, Qu
 }
 
 void QueueAccount::add(std::size_t slot, Delta const& delta) {
-  totals_.pkts[slot] += delta.pkts;
-  totals_.octets[slot] += delta.octets;
-  totals_.dropPkts[slot] += delta.dropPkts;
+  _totals.pkts[slot] += delta.pkts;
+  _totals.octets[slot] += delta.octets;
+  _totals.dropPkts[slot] += delta.dropPkts;
 }
 
 void QueueAccount::take(QueueReading const& reading, Slots const& slots) {
@@ -140,10 +140,10 @@ void QueueAccount::take(QueueReading const& reading, Slots const& slots) {
     add(slot, delta);
     if (!reading.together) add(kAllQueues, delta);
   };
-  bool const sharedResumes = resumes_ && slots.sharers[kLast] > 1;
+  bool const sharedResumes = _resumes && slots.sharers[kLast] > 1;
   if (sharedResumes) {
     Seen stored = storedAt(kLast);
-    if (!sourcesAreKnown_) stored.source = slots.sums[kLast].source;
+    if (!_sourcesAreKnown) stored.source = slots.sums[kLast].source;
     if (!startedAnew(stored, slots.sums[kLast]))
       addOfQueue(kLast, since(stored, slots.sums[kLast]));
   }
@@ -155,65 +155,65 @@ void QueueAccount::take(QueueReading const& reading, Slots const& slots) {
 }
 
 void QueueAccount::see(QueueReading const& reading) {
-  for (Queue const& queue : reading.queues) seen_[queue.number] = {queue.source, queue.counts};
-  if (reading.together) seen_[kTogether] = {reading.together->source, reading.together->counts};
+  for (Queue const& queue : reading.queues) _seen[queue.number] = {queue.source, queue.counts};
+  if (reading.together) _seen[kTogether] = {reading.together->source, reading.together->counts};
 }
 
 void QueueAccount::settle(LinkIdentity const& identity, Slots const& slots) {
-  StoredQueueOffsets now = *stored_;
+  StoredQueueOffsets now = *_stored;
   now.identity = identity;
   for (std::size_t slot = 0; slot < kQueueTotals; ++slot) {
     if (slots.sharers[slot] == 0) continue;
     QdiscCounts const& counts = slots.sums[slot].counts;
     now.sources[slot] = slots.sums[slot].source;
-    now.offsets.pkts[slot] = totals_.pkts[slot] - counts.pkts;
-    now.offsets.octets[slot] = totals_.octets[slot] - counts.octets;
-    now.offsets.dropPkts[slot] = totals_.dropPkts[slot] - counts.drops;
+    now.offsets.pkts[slot] = _totals.pkts[slot] - counts.pkts;
+    now.offsets.octets[slot] = _totals.octets[slot] - counts.octets;
+    now.offsets.dropPkts[slot] = _totals.dropPkts[slot] - counts.drops;
   }
-  if (*stored_ == now) return;
-  stored_ = now;
-  mustSave_ = true;
+  if (*_stored == now) return;
+  _stored = now;
+  _mustSave = true;
 }
 
 void QueueAccount::advance(LinkIdentity const& identity, QueueReading const& reading) {
-  if (!stored_) {
-    stored_ = StoredQueueOffsets{identity, {}, {}};
-    mustSave_ = true;
-  } else if (stored_->identity != identity) {
+  if (!_stored) {
+    _stored = StoredQueueOffsets{identity, {}, {}};
+    _mustSave = true;
+  } else if (_stored->identity != identity) {
     // Of another link everything is new.
-    seen_.clear();
-    stored_->sources = {};
-    stored_->offsets = totals_;
-    sourcesAreKnown_ = true;
-    resumes_ = false;
+    _seen.clear();
+    _stored->sources = {};
+    _stored->offsets = _totals;
+    _sourcesAreKnown = true;
+    _resumes = false;
   }
   Slots const slots(reading);
   take(reading, slots);
   see(reading);
   settle(identity, slots);
   if (reading.countsTogether()) {
-    resumes_ = false;
-    sourcesAreKnown_ = true;
+    _resumes = false;
+    _sourcesAreKnown = true;
   }
-  for (std::size_t slot = 0; slot < kQueueSlots; ++slot) counted_[slot] = slots.sharers[slot] != 0;
-  counted_[kAllQueues] = reading.countsTogether();
+  for (std::size_t slot = 0; slot < kQueueSlots; ++slot) _counted[slot] = slots.sharers[slot] != 0;
+  _counted[kAllQueues] = reading.countsTogether();
 }
 
 void QueueAccount::moveTo(LinkIdentity const& identity, QueueReading const& reading) {
-  stored_ = StoredQueueOffsets{identity, {}, totals_};
+  _stored = StoredQueueOffsets{identity, {}, _totals};
   settle(identity, Slots(reading));
-  mustSave_ = true;
+  _mustSave = true;
 }
 
 void QueueAccount::sample(OruTypes::IntfQueueCounters& sample) const {
   auto const counts = [this](std::size_t slot) {
-    return QueueCounts{totals_.pkts[slot], totals_.octets[slot], totals_.dropPkts[slot],
-                       dropOctets_[slot]};
+    return QueueCounts{_totals.pkts[slot], _totals.octets[slot], _totals.dropPkts[slot],
+                       _dropOctets[slot]};
   };
   for (std::size_t slot = 0; slot < kQueueSlots; ++slot)
-    if (counted_[slot])
+    if (_counted[slot])
       sample.queueCountsIs(QueueIndex(static_cast<std::uint32_t>(slot)), counts(slot));
-  if (counted_[kAllQueues]) sample.intfCountsIs(counts(kAllQueues));
+  if (_counted[kAllQueues]) sample.intfCountsIs(counts(kAllQueues));
 }
 
 }  // namespace Hardware::Linux

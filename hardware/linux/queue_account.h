@@ -65,10 +65,10 @@ class QueueAccount {
   /// Take in a reading. Slots that it does not count keep their totals.
   void advance(LinkIdentity const& identity, QueueReading const& reading);
 
-  bool mustSave() const { return mustSave_; }
-  void saved() { mustSave_ = false; }
+  bool mustSave() const { return _mustSave; }
+  void saved() { _mustSave = false; }
   /// No value before the first reading of a port of which nothing was stored.
-  std::optional<StoredQueueOffsets> const& stored() const { return stored_; }
+  std::optional<StoredQueueOffsets> const& stored() const { return _stored; }
 
   /// The totals of what the reading taken in last counts; the rest of the sample stays as it is.
   void sample(OruTypes::IntfQueueCounters& sample) const;
@@ -93,14 +93,14 @@ class QueueAccount {
   void see(QueueReading const& reading);
   void settle(LinkIdentity const& identity, Slots const& slots);
 
-  QueueTotals totals_;
-  std::array<std::uint64_t, kQueueTotals> dropOctets_{};  // as the row had them
-  std::optional<StoredQueueOffsets> stored_;
-  bool sourcesAreKnown_ = false;  // of what is stored
-  bool resumes_ = true;           // nothing of this link was taken in yet
-  bool mustSave_ = false;
-  std::unordered_map<std::uint32_t, Seen> seen_;  // by number of the queue, or kTogether
-  std::array<bool, kQueueTotals> counted_{};      // in the reading taken in last
+  QueueTotals _totals;
+  std::array<std::uint64_t, kQueueTotals> _dropOctets{};  // as the row had them
+  std::optional<StoredQueueOffsets> _stored;
+  bool _sourcesAreKnown = false;  // of what is stored
+  bool _resumes = true;           // nothing of this link was taken in yet
+  bool _mustSave = false;
+  std::unordered_map<std::uint32_t, Seen> _seen;  // by number of the queue, or kTogether
+  std::array<bool, kQueueTotals> _counted{};      // in the reading taken in last
 };
 
 }  // namespace Hardware::Linux

@@ -59,66 +59,66 @@ VlanCounts sampleOf(PortAccount const& account) {
 }  // namespace
 
 VlanCountersHelper::VlanCountersHelper(Kel::Name name, Parts parts)
-    : OruVlanCountersHelper(std::move(name)), parts_(std::move(parts)) {}
+    : OruVlanCountersHelper(std::move(name)), _parts(std::move(parts)) {}
 
-void VlanCountersHelper::bridgeIs(int ifindex) { bridge_ = ifindex; }
+void VlanCountersHelper::bridgeIs(int ifindex) { _bridge = ifindex; }
 
 void VlanCountersHelper::vlanDel(VlanId vlanId) {
-  vlans_.erase(vlanId);
-  parts_.offsets->erase(keyOf(vlanId));
+  _vlans.erase(vlanId);
+  _parts.offsets->erase(keyOf(vlanId));
 }
 
 bool VlanCountersHelper::continues(VlanId vlanId) const {
-  auto const stored = parts_.offsets->load(keyOf(vlanId));
+  auto const stored = _parts.offsets->load(keyOf(vlanId));
   return stored && stored->identity == identity();
 }
 
 bool VlanCountersHelper::couldRead(VlanId vlanId) const {
-  auto const at = vlans_.find(vlanId);
-  return at != vlans_.end() && at->second.wasRead;
+  auto const at = _vlans.find(vlanId);
+  return at != _vlans.end() && at->second.wasRead;
 }
 
 void VlanCountersHelper::forEachKept(std::function<void(VlanId)> const& visit) {
-  parts_.offsets->forEach([&](Pekt::IntfId const& intfId) {
+  _parts.offsets->forEach([&](Pekt::IntfId const& intfId) {
     if (auto const vlanId = vlanOf(intfId))
       visit(*vlanId);
     else
-      parts_.offsets->erase(intfId);
+      _parts.offsets->erase(intfId);
   });
 }
 
 VlanKernelCounts const* VlanCountersHelper::read(VlanId vlanId) {
-  if (bridge_ == 0) return nullptr;
-  auto const error = parts_.stats->refresh(parts_.now());
-  if (error && !readFails_)
-    parts_.say("the counters of VLANs cannot be read, trying on: " + error.message());
-  readFails_ = static_cast<bool>(error);
-  return parts_.stats->find(bridge_, static_cast<std::uint16_t>(vlanId.value()));
+  if (_bridge == 0) return nullptr;
+  auto const error = _parts.stats->refresh(_parts.now());
+  if (error && !_readFails)
+    _parts.say("the counters of VLANs cannot be read, trying on: " + error.message());
+  _readFails = static_cast<bool>(error);
+  return _parts.stats->find(_bridge, static_cast<std::uint16_t>(vlanId.value()));
 }
 
 void VlanCountersHelper::save(VlanId vlanId, PortAccount& account) {
   if (!account.mustSave()) return;
-  if (parts_.offsets->save(keyOf(vlanId), *account.stored()))
+  if (_parts.offsets->save(keyOf(vlanId), *account.stored()))
     account.saved();
   else
-    ++offsetsNotSaved_;
+    ++_offsetsNotSaved;
 }
 
 // Told again of one that it counts, it goes on counting.
 void VlanCountersHelper::initializeVlanCounters(VlanId vlanId) {
-  if (vlans_.contains(vlanId)) return;
-  auto const row = parts_.publishedRow(vlanId);
+  if (_vlans.contains(vlanId)) return;
+  auto const row = _parts.publishedRow(vlanId);
   VlanCounts const base = row ? row->counts : VlanCounts();
-  vlans_.emplace(vlanId,
-                 Vlan{base, PortAccount(asPort(base), parts_.offsets->load(keyOf(vlanId)))});
+  _vlans.emplace(vlanId,
+                 Vlan{base, PortAccount(asPort(base), _parts.offsets->load(keyOf(vlanId)))});
 }
 
 void VlanCountersHelper::getVlanCounters(VlanId vlanId,
                                          Kel::Ptr<OruTypes::VlanCounters> newCounters,
                                          Kel::Ptr<OruTypes::VlanCounters> prevCounters) {
-  auto const at = vlans_.find(vlanId);
-  auto const row = parts_.publishedRow(vlanId);
-  if (at == vlans_.end() || !row) return;
+  auto const at = _vlans.find(vlanId);
+  auto const row = _parts.publishedRow(vlanId);
+  if (at == _vlans.end() || !row) return;
   Vlan& vlan = at->second;
   auto const* const counts = read(vlanId);
   vlan.wasRead = counts != nullptr;

@@ -60,7 +60,7 @@ class VlanCountersHelper final : public OruHelper::OruVlanCountersHelper {
   bool couldRead(Bridging::VlanId vlanId) const;
 
   /// How often an offset could not be kept; see LinuxCountersHelper.
-  std::uint64_t offsetsNotSaved() const { return offsetsNotSaved_; }
+  std::uint64_t offsetsNotSaved() const { return _offsetsNotSaved; }
 
   void initializeVlanCounters(Bridging::VlanId vlanId) override;
   /// The previous sample is what the row holds: the row becomes the new one.
@@ -73,15 +73,15 @@ class VlanCountersHelper final : public OruHelper::OruVlanCountersHelper {
     PortAccount account;
     bool wasRead = false;
   };
-  LinkIdentity identity() const { return {parts_.generation, bridge_}; }
+  LinkIdentity identity() const { return {_parts.generation, _bridge}; }
   VlanKernelCounts const* read(Bridging::VlanId vlanId);
   void save(Bridging::VlanId vlanId, PortAccount& account);
 
-  Parts const parts_;
-  int bridge_ = 0;
-  std::map<Bridging::VlanId, Vlan> vlans_;
-  std::uint64_t offsetsNotSaved_ = 0;
-  bool readFails_ = false;
+  Parts const _parts;
+  int _bridge = 0;
+  std::map<Bridging::VlanId, Vlan> _vlans;
+  std::uint64_t _offsetsNotSaved = 0;
+  bool _readFails = false;
 };
 
 }  // namespace Hardware::Linux

@@ -41,17 +41,17 @@ void readVlanStats(nlmsghdr const& message, VlanCountsByBridge& counts) {
 }
 
 VlanStats::VlanStats(Dump dump)
-    : socket_(NETLINK_ROUTE),
-      dump_(dump ? std::move(dump) : [this](NetlinkRequest& request, auto const& visit) {
-        return socket_.dump(request, visit);
+    : _socket(NETLINK_ROUTE),
+      _dump(dump ? std::move(dump) : [this](NetlinkRequest& request, auto const& visit) {
+        return _socket.dump(request, visit);
       }) {}
 
 std::error_code VlanStats::refresh(double now) {
-  if (fresh_ && now == tick_) return error_;
-  fresh_ = true;
-  tick_ = now;
-  error_ = read();
-  return error_;
+  if (_fresh && now == _tick) return _error;
+  _fresh = true;
+  _tick = now;
+  _error = read();
+  return _error;
 }
 
 std::error_code VlanStats::read() {
@@ -59,22 +59,22 @@ std::error_code VlanStats::read() {
   auto error = listUntilWhole([this] { return readOnce(); }, kTries);
   // Links still come or go. What was told of the others is true.
   if (error == std::errc::interrupted) error.clear();
-  if (error) counts_.clear();
+  if (error) _counts.clear();
   return error;
 }
 
 std::error_code VlanStats::readOnce() {
-  ++dumps_;
-  counts_.clear();
+  ++_dumps;
+  _counts.clear();
   if_stats_msg fixed{};
   fixed.filter_mask = IFLA_STATS_FILTER_BIT(IFLA_STATS_LINK_XSTATS);
   NetlinkRequest request(RTM_GETSTATS, fixed);
-  return dump_(request, [this](nlmsghdr const& message) { readVlanStats(message, counts_); });
+  return _dump(request, [this](nlmsghdr const& message) { readVlanStats(message, _counts); });
 }
 
 VlanKernelCounts const* VlanStats::find(int bridge, std::uint16_t vlan) const {
-  auto const at = counts_.find({bridge, vlan});
-  return at == counts_.end() ? nullptr : &at->second;
+  auto const at = _counts.find({bridge, vlan});
+  return at == _counts.end() ? nullptr : &at->second;
 }
 
 }  // namespace Hardware::Linux

@@ -53,19 +53,19 @@ class VlanStats final : public VlanStatsSource {
   std::error_code refresh(double now) override;
   VlanKernelCounts const* find(int bridge, std::uint16_t vlan) const override;
 
-  std::uint64_t dumps() const { return dumps_; }
+  std::uint64_t dumps() const { return _dumps; }
 
  private:
   std::error_code read();
   std::error_code readOnce();
 
-  NetlinkSocket socket_;
-  Dump const dump_;
-  VlanCountsByBridge counts_;
-  double tick_ = 0.0;
-  bool fresh_ = false;
-  std::uint64_t dumps_ = 0;
-  std::error_code error_;
+  NetlinkSocket _socket;
+  Dump const _dump;
+  VlanCountsByBridge _counts;
+  double _tick = 0.0;
+  bool _fresh = false;
+  std::uint64_t _dumps = 0;
+  std::error_code _error;
 };
 
 }  // namespace Hardware::Linux

@@ -75,13 +75,13 @@ class Unreachable {
   explicit Unreachable(int fd) {
     int ends[2];
     EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, ends), 0);
-    other_ = Glim::FileDescriptor(ends[1]);
-    socket_.emplace(fd, Glim::FileDescriptor(ends[0]));
+    _other = Glim::FileDescriptor(ends[1]);
+    _socket.emplace(fd, Glim::FileDescriptor(ends[0]));
   }
 
  private:
-  Glim::FileDescriptor other_;
-  std::optional<InPlaceOfSocket> socket_;
+  Glim::FileDescriptor _other;
+  std::optional<InPlaceOfSocket> _socket;
 };
 
 TEST_F(BridgeMonitorInKernel, AListThatFailedIsTakenWithTheNextNews) {

@@ -79,51 +79,51 @@ template <class Offsets>
 class SharedStore final : public OffsetStoreOf<Offsets> {
  public:
   using Kept = MemoryOffsetStoreOf<Offsets>;
-  explicit SharedStore(Kept& kept) : kept_(kept) {}
-  std::optional<Offsets> load(Pekt::IntfId const& id) override { return kept_.load(id); }
+  explicit SharedStore(Kept& kept) : _kept(kept) {}
+  std::optional<Offsets> load(Pekt::IntfId const& id) override { return _kept.load(id); }
   bool save(Pekt::IntfId const& id, Offsets const& offsets) override {
-    return !full && kept_.save(id, offsets);
+    return !full && _kept.save(id, offsets);
   }
-  void erase(Pekt::IntfId const& id) override { kept_.erase(id); }
+  void erase(Pekt::IntfId const& id) override { _kept.erase(id); }
   void forEach(std::function<void(Pekt::IntfId const&)> const& visit) override {
-    kept_.forEach(visit);
+    _kept.forEach(visit);
   }
   bool full = false;
 
  private:
-  Kept& kept_;
+  Kept& _kept;
 };
 
 /// What a port poller does with the helper, and the rows that it publishes.
 class Rows {
  public:
   std::optional<Row> row(Pekt::IntfId const& id) const {
-    auto const at = rows_.find(id);
-    if (at == rows_.end()) return std::nullopt;
+    auto const at = _rows.find(id);
+    if (at == _rows.end()) return std::nullopt;
     return at->second;
   }
   void initialize(LinuxCountersHelper& helper, Pekt::IntfId const& id) {
-    previous_[id] = Kel::make<OruTypes::IntfCounters>();
+    _previous[id] = Kel::make<OruTypes::IntfCounters>();
     helper.initialize(id);
   }
   void poll(LinuxCountersHelper& helper, Pekt::IntfId const& id) {
     auto const sample = Kel::make<OruTypes::IntfCounters>();
-    auto const& previous = previous_.at(id);
+    auto const& previous = _previous.at(id);
     helper.getCounters(id, sample, previous);
     ASSERT_EQ(sample->intfStats().inErrors, receiveErrorSum(sample->ethStats()));
     ASSERT_EQ(sample->intfStats().outErrors, transmitErrorSum(sample->ethStats()));
-    Row& row = rows_[id];
+    Row& row = _rows[id];
     row.intfId = id;
     row.statistics = row.statistics + (sample->intfStats() - previous->intfStats());
     row.ethStatistics = row.ethStatistics + (sample->ethStats() - previous->ethStats());
     previous->intfStatsIs(sample->intfStats());
     previous->ethStatsIs(sample->ethStats());
   }
-  void remove(Pekt::IntfId const& id) { rows_.erase(id); }
+  void remove(Pekt::IntfId const& id) { _rows.erase(id); }
 
  private:
-  std::map<Pekt::IntfId, Row> rows_;
-  std::map<Pekt::IntfId, Kel::Ptr<OruTypes::IntfCounters>> previous_;
+  std::map<Pekt::IntfId, Row> _rows;
+  std::map<Pekt::IntfId, Kel::Ptr<OruTypes::IntfCounters>> _previous;
 };
 
 /// Of an agent without a table, for what a test has no need of.

@@ -29,29 +29,29 @@ class QueueRow {
 
   /// Of another agent, which finds the tables of the one before.
   void pollerIs(Kel::Ptr<LinuxCountersHelper> const& helper, Pekt::IntfId const& id) {
-    poller_ = Poller::IntfQueueCountersSmIs(ocsd_, id, 5.0, time_.clock(), helper, live_, cleared_);
-    poller_->initializedIs(true);
+    _poller = Poller::IntfQueueCountersSmIs(_ocsd, id, 5.0, _time.clock(), helper, _live, _cleared);
+    _poller->initializedIs(true);
   }
-  void pollerDel() { poller_ = nullptr; }
-  void poll() { poller_->updateCounters(); }
+  void pollerDel() { _poller = nullptr; }
+  void poll() { _poller->updateCounters(); }
 
-  Table& live() const { return *live_; }
-  Table& cleared() const { return *cleared_; }
-  Interface::QueueCounter::Clearing clearing() const { return {live_, cleared_}; }
+  Table& live() const { return *_live; }
+  Table& cleared() const { return *_cleared; }
+  Interface::QueueCounter::Clearing clearing() const { return {_live, _cleared}; }
 
   std::optional<IntfQueueCounter> published(Pekt::IntfId const& id) const {
-    return live_->contains(id) ? std::optional(live_->intfQueueCounter(id)) : std::nullopt;
+    return _live->contains(id) ? std::optional(_live->intfQueueCounter(id)) : std::nullopt;
   }
-  IntfQueueCounter row() const { return live_->intfQueueCounter(poller_->intfId()); }
+  IntfQueueCounter row() const { return _live->intfQueueCounter(_poller->intfId()); }
   QueueCounts queue(std::uint32_t i) const { return row().statistics[QueueIndex(i)].counts; }
 
  private:
-  Support::VirtualTime time_;
-  Support::TemporaryTables tables_;
-  Kel::Ptr<Oru::OruCommonSmData> const ocsd_ = Kel::make<Oru::OruCommonSmData>();
-  Kel::Ptr<Table> const live_ = tables_.table<Table>("live");
-  Kel::Ptr<Table> const cleared_ = tables_.table<Table>("clear");
-  Kel::Ptr<Poller> poller_;
+  Support::VirtualTime _time;
+  Support::TemporaryTables _tables;
+  Kel::Ptr<Oru::OruCommonSmData> const _ocsd = Kel::make<Oru::OruCommonSmData>();
+  Kel::Ptr<Table> const _live = _tables.table<Table>("live");
+  Kel::Ptr<Table> const _cleared = _tables.table<Table>("clear");
+  Kel::Ptr<Poller> _poller;
 };
 
 class LinuxQueues : public ::testing::Test {

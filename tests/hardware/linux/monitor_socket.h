@@ -14,20 +14,20 @@ namespace Hardware::Linux::Test {
 /// meanwhile is lost.
 class InPlaceOfSocket {
  public:
-  InPlaceOfSocket(int fd, Glim::FileDescriptor const& other) : fd_(fd), true_(dup(fd)) {
-    dup2(other.get(), fd_);
+  InPlaceOfSocket(int fd, Glim::FileDescriptor const& other) : _fd(fd), _true(dup(fd)) {
+    dup2(other.get(), _fd);
   }
   ~InPlaceOfSocket() {
     std::array<char, 65536> news;
-    while (recv(true_.get(), news.data(), news.size(), MSG_DONTWAIT) > 0) continue;
-    dup2(true_.get(), fd_);
+    while (recv(_true.get(), news.data(), news.size(), MSG_DONTWAIT) > 0) continue;
+    dup2(_true.get(), _fd);
   }
   InPlaceOfSocket(InPlaceOfSocket const&) = delete;
   InPlaceOfSocket& operator=(InPlaceOfSocket const&) = delete;
 
  private:
-  int const fd_;
-  Glim::FileDescriptor const true_;
+  int const _fd;
+  Glim::FileDescriptor const _true;
 };
 
 }  // namespace Hardware::Linux::Test

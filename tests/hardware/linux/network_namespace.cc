@@ -59,18 +59,18 @@ void NetworkNamespace::SetUp() {
     GTEST_SKIP() << "no network namespace of its own: " << std::strerror(errno);
   // Otherwise neighbour discovery adds frames of its own to those that a test counts.
   std::ofstream("/proc/sys/net/ipv6/conf/default/disable_ipv6") << "1";
-  socket_ = std::make_unique<NetlinkSocket>(NETLINK_ROUTE);
+  _socket = std::make_unique<NetlinkSocket>(NETLINK_ROUTE);
 }
 
 void NetworkNamespace::change(NetlinkRequest& request) {
-  auto const error = socket_->request(request);
-  ASSERT_FALSE(error) << error.message() << " " << socket_->lastErrorText();
+  auto const error = _socket->request(request);
+  ASSERT_FALSE(error) << error.message() << " " << _socket->lastErrorText();
 }
 
 void NetworkNamespace::addVethPair(std::string const& name, std::string const& peer, bool up,
                                    int ifindex, int peerIndex, std::uint32_t queues) {
-  auto const error = makeVethPair(*socket_, name, peer, ifindex, peerIndex, queues);
-  ASSERT_FALSE(error) << error.message() << " " << socket_->lastErrorText();
+  auto const error = makeVethPair(*_socket, name, peer, ifindex, peerIndex, queues);
+  ASSERT_FALSE(error) << error.message() << " " << _socket->lastErrorText();
   if (!up) return;  // and not in the request: a veth whose peer does not exist yet cannot go up
   setAdminUp(name, true);
   setAdminUp(peer, true);

@@ -59,7 +59,7 @@ class NetworkNamespace : public ::testing::Test {
  private:
   static void awaitUp(std::string const& name);
   void change(NetlinkRequest& request);
-  std::unique_ptr<NetlinkSocket> socket_;
+  std::unique_ptr<NetlinkSocket> _socket;
 };
 
 }  // namespace Hardware::Linux::Test

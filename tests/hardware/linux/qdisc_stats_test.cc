@@ -34,18 +34,18 @@ class Message {
  public:
   // What is `behind` it is not of the message.
   explicit Message(std::string_view hex, char behind = 0) {
-    bytes_.fill(behind);
+    _bytes.fill(behind);
     for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
-      bytes_[i / 2] = static_cast<char>(std::stoi(std::string(hex.substr(i, 2)), nullptr, 16));
+      _bytes[i / 2] = static_cast<char>(std::stoi(std::string(hex.substr(i, 2)), nullptr, 16));
   }
   explicit Message(NetlinkRequest& request) {
-    std::memcpy(bytes_.data(), &request.header(), request.header().nlmsg_len);
+    std::memcpy(_bytes.data(), &request.header(), request.header().nlmsg_len);
   }
-  nlmsghdr& header() { return *reinterpret_cast<nlmsghdr*>(bytes_.data()); }
-  char& at(std::size_t offset) { return bytes_.at(offset); }
+  nlmsghdr& header() { return *reinterpret_cast<nlmsghdr*>(_bytes.data()); }
+  char& at(std::size_t offset) { return _bytes.at(offset); }
 
  private:
-  alignas(nlmsghdr) std::array<char, 4096> bytes_{};
+  alignas(nlmsghdr) std::array<char, 4096> _bytes{};
 };
 
 /// A child of an mq with what `fill` puts among its statistics.

@@ -29,51 +29,51 @@ namespace {
 /// leaves half of one.
 class SharedKernel {
  public:
-  std::uint64_t ever() const { return ever_.load(); }
+  std::uint64_t ever() const { return _ever.load(); }
   std::uint64_t count() const { return ever() - startedAt(); }
-  int ifindex() const { return static_cast<int>(start_.load() >> 48); }
-  void pass(std::uint64_t packets) { ever_ += packets; }
+  int ifindex() const { return static_cast<int>(_start.load() >> 48); }
+  void pass(std::uint64_t packets) { _ever += packets; }
   void reset(bool anotherLink) {
-    start_ = static_cast<std::uint64_t>(ifindex() + (anotherLink ? 1 : 0)) << 48 | ever();
-    ++resets_;
+    _start = static_cast<std::uint64_t>(ifindex() + (anotherLink ? 1 : 0)) << 48 | ever();
+    ++_resets;
   }
-  int resets() const { return resets_; }
+  int resets() const { return _resets; }
 
  private:
-  std::uint64_t startedAt() const { return start_.load() & ((std::uint64_t{1} << 48) - 1); }
-  std::atomic<std::uint64_t> ever_ = 0;
-  std::atomic<std::uint64_t> start_ = 0;  // the link's number, and what it had counted ever by then
-  std::atomic<int> resets_ = 0;
+  std::uint64_t startedAt() const { return _start.load() & ((std::uint64_t{1} << 48) - 1); }
+  std::atomic<std::uint64_t> _ever = 0;
+  std::atomic<std::uint64_t> _start = 0;  // the link's number, and what it had counted ever by then
+  std::atomic<int> _resets = 0;
 };
 
 class SharedLinks final : public LinkStatsSource {
  public:
-  explicit SharedLinks(SharedKernel const& kernel) : kernel_(kernel) {}
+  explicit SharedLinks(SharedKernel const& kernel) : _kernel(kernel) {}
   std::error_code refresh(double) override {
-    stats_.rx_packets = kernel_.count();
+    _stats.rx_packets = _kernel.count();
     return {};
   }
-  rtnl_link_stats64 const* find(int) const override { return &stats_; }
+  rtnl_link_stats64 const* find(int) const override { return &_stats; }
 
  private:
-  SharedKernel const& kernel_;
-  rtnl_link_stats64 stats_{};
+  SharedKernel const& _kernel;
+  rtnl_link_stats64 _stats{};
 };
 
 /// An mq of two queues, of which one counts all that passes.
 class SharedQdiscs final : public QdiscSource {
  public:
-  explicit SharedQdiscs(SharedKernel const& kernel) : kernel_(kernel) {}
+  explicit SharedQdiscs(SharedKernel const& kernel) : _kernel(kernel) {}
   std::error_code refresh(double) override {
-    qdiscs_[1].counts = {kernel_.count(), 100 * kernel_.count(),
-                         static_cast<std::uint32_t>(kernel_.count())};
+    _qdiscs[1].counts = {_kernel.count(), 100 * _kernel.count(),
+                         static_cast<std::uint32_t>(_kernel.count())};
     return {};
   }
-  std::span<Qdisc const> find(int) const override { return qdiscs_; }
+  std::span<Qdisc const> find(int) const override { return _qdiscs; }
 
  private:
-  SharedKernel const& kernel_;
-  std::array<Qdisc, 3> qdiscs_{Qdisc{0x10000, TC_H_ROOT, QdiscKind::queues, 1, QdiscCounts{}},
+  SharedKernel const& _kernel;
+  std::array<Qdisc, 3> _qdiscs{Qdisc{0x10000, TC_H_ROOT, QdiscKind::queues, 1, QdiscCounts{}},
                                Qdisc{0, 0x10001, QdiscKind::other, 2, QdiscCounts{}},
                                Qdisc{0, 0x10002, QdiscKind::other, 2, QdiscCounts{}}};
 };

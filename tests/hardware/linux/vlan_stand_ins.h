@@ -26,15 +26,15 @@ struct VlanKernel {
 
 class VlanStatsStandIn final : public VlanStatsSource {
  public:
-  explicit VlanStatsStandIn(VlanKernel const& kernel) : kernel_(kernel) {}
-  std::error_code refresh(double) override { return kernel_.error; }
+  explicit VlanStatsStandIn(VlanKernel const& kernel) : _kernel(kernel) {}
+  std::error_code refresh(double) override { return _kernel.error; }
   VlanKernelCounts const* find(int bridge, std::uint16_t vlan) const override {
-    auto const at = kernel_.counts.find({bridge, vlan});
-    return kernel_.error || at == kernel_.counts.end() ? nullptr : &at->second;
+    auto const at = _kernel.counts.find({bridge, vlan});
+    return _kernel.error || at == _kernel.counts.end() ? nullptr : &at->second;
   }
 
  private:
-  VlanKernel const& kernel_;
+  VlanKernel const& _kernel;
 };
 
 /// The bridges that a test tells, at once. There is always news to be read.
@@ -44,14 +44,14 @@ class BridgesStandIn final : public BridgeSource {
 
   std::error_code start() override {
     ++starts;
-    isOpen_ = isOpen_ || !error || opensAllTheSame;
+    _isOpen = _isOpen || !error || opensAllTheSame;
     return error;
   }
   std::error_code poll() override {
     ++polls;
     return error;
   }
-  int fd() const override { return isOpen_ ? descriptor_.get() : -1; }
+  int fd() const override { return _isOpen ? _descriptor.get() : -1; }
   BridgeVlans const& vlans() const override { return all; }
   VlanSet takeGone() override { return all.takeGone(); }
   std::error_code switchVlanStatsOn(int bridge) override {
@@ -67,8 +67,8 @@ class BridgesStandIn final : public BridgeSource {
   std::error_code switchError;
 
  private:
-  Glim::FileDescriptor const descriptor_{eventfd(1, EFD_CLOEXEC)};
-  bool isOpen_ = false;
+  Glim::FileDescriptor const _descriptor{eventfd(1, EFD_CLOEXEC)};
+  bool _isOpen = false;
 };
 
 }  // namespace Hardware::Linux::Test
