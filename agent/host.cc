@@ -47,6 +47,20 @@ void tellRefused(std::size_t count, std::string const& kind, std::string const& 
   isTold = count != 0;
 }
 
+// What the chip throws is no answer; `failure` becomes the first of it.
+template <class Ask>
+auto answerOf(Ask const& ask, Pekt::IntfId const& intfId, std::string const& counters,
+              std::string& failure) -> decltype(ask()) {
+  try {
+    return ask();
+  } catch (std::exception const& exception) {
+    if (failure.empty())
+      failure = std::string(intfId.view()) + " could not be asked which " + counters +
+                " it lacks, trying on: " + exception.what();
+    return std::nullopt;
+  }
+}
+
 }  // namespace
 
 Host::Host(Options const& options, ClockDriver::Steady steady, Glim::TableLimits const& limits,
@@ -177,7 +191,8 @@ void Host::pollNews() {
     if (readable) pollNow(intfId);
     _unsupportedDue.insert(intfId);
     _lastAsked.reset();
-    askForQueues(intfId);
+    std::string toldByTheNextRound;
+    askForQueues(intfId, toldByTheNextRound);
   }
   askForUnsupported();
   askForQueues();
@@ -201,12 +216,15 @@ void Host::askForUnsupported() {
   Kel::Seconds const now = _steady();
   if (_lastAsked && now - *_lastAsked < _period) return;
   _lastAsked = now;
-  std::erase_if(_unsupportedDue, [this](Pekt::IntfId const& intfId) {
+  std::string failure;
+  std::erase_if(_unsupportedDue, [&](Pekt::IntfId const& intfId) {
     if (!_interfaces.serves(intfId)) return true;  // gone meanwhile
-    auto const unsupported = _chip->unsupported(intfId);
+    auto const unsupported =
+        answerOf([&] { return _chip->unsupported(intfId); }, intfId, "counters", failure);
     if (unsupported) _interfaces.unsupportedIs(intfId, *unsupported);
     return unsupported.has_value();
   });
+  _sayUnanswered(failure);
 }
 
 // Which queues are counted may change at any time, and what cannot be told now comes later.
@@ -214,11 +232,14 @@ void Host::askForQueues() {
   Kel::Seconds const now = _steady();
   if (_queuesLastAsked && now - *_queuesLastAsked < std::max(_period, kAskForQueues)) return;
   _queuesLastAsked = now;
-  for (auto const& [intfId, served] : _entities.ocsd->intf()) askForQueues(intfId);
+  std::string failure;
+  for (auto const& [intfId, served] : _entities.ocsd->intf()) askForQueues(intfId, failure);
+  _sayQueuesUnanswered(failure);
 }
 
-void Host::askForQueues(Pekt::IntfId const& intfId) {
-  if (auto const unsupported = _chip->unsupportedQueue(intfId))
+void Host::askForQueues(Pekt::IntfId const& intfId, std::string& failure) {
+  if (auto const unsupported = answerOf([&] { return _chip->unsupportedQueue(intfId); }, intfId,
+                                        "counters of its queues", failure))
     _interfaces.unsupportedQueueIs(intfId, *unsupported);
 }
 

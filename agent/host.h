@@ -13,6 +13,7 @@
 #include "agent/control_plane.h"
 #include "agent/control_server.h"
 #include "agent/link_names.h"
+#include "agent/log.h"
 #include "agent/options.h"
 #include "agent/vlans.h"
 #include "counters/counters_sm.h"
@@ -53,7 +54,7 @@ class Host {
   void retryRefused();
   void askForUnsupported();
   void askForQueues();
-  void askForQueues(Pekt::IntfId const& intfId);
+  void askForQueues(Pekt::IntfId const& intfId, std::string& failure);
   void beat();
   void keepControl();
 
@@ -78,6 +79,7 @@ class Host {
   std::set<Pekt::IntfId> _unsupportedDue;
   std::optional<Kel::Seconds> _lastAsked;
   std::optional<Kel::Seconds> _queuesLastAsked;
+  SayOnce _sayUnanswered, _sayQueuesUnanswered;
   Kel::Ptr<Oru::HwCliConfig> const _cliRequests = Kel::make<Oru::HwCliConfig>();
   Kel::Ptr<Oru::Counters::CountersSm> _counters;
   EventLoop* _loop = nullptr;               // once it has started

@@ -1,6 +1,8 @@
 #include "agent/interfaces.h"
 
+#include "agent/unwanted_rows.h"
 #include "platform/dov/exception.h"
+#include "platform/glim/give_up.h"
 #include "platform/kel/system.h"
 
 namespace Agent {
@@ -63,7 +65,7 @@ bool Interfaces::makeVlanRow(IntfDescription const& description) {
     _vlans.makeRow(id);
     return true;
   } catch (Dov::ResourceException const& exception) {
-    if (!described) _tables.intfDescriptions()->descriptionDel(id);
+    if (!described) Glim::removeOrGiveUp(*_tables.intfDescriptions(), id);
     hasNoRoom(id, exception.message());
     return false;
   }
@@ -81,15 +83,15 @@ bool Interfaces::makeRows(IntfDescription const& description) {
   zero.intfId = id;
   try {
     describe(description);
-    if (!counted || !cleared) clear->counterIs(zero);
-    if (!counted) live->counterIs(zero);
+    if (!counted || !cleared) Glim::writeOrGiveUp(*clear, zero);
+    if (!counted) Glim::writeOrGiveUp(*live, zero);
     if (!_entities.ocsd->intf(id)) takeRoom(id);
     return true;
   } catch (Dov::ResourceException const& exception) {
     leaveRoom(id);
-    if (!counted) live->counterDel(id);
-    if (!described) _tables.intfDescriptions()->descriptionDel(id);
-    if (!counted) clear->counterDel(id);
+    if (!counted) Glim::removeOrGiveUp(*live, id);
+    if (!described) Glim::removeOrGiveUp(*_tables.intfDescriptions(), id);
+    if (!counted) Glim::removeOrGiveUp(*clear, id);
     hasNoRoom(id, exception.message());
     return false;
   }
@@ -104,15 +106,15 @@ void Interfaces::takeRoom(Pekt::IntfId const& intfId) {
   Room& room = _room[intfId];
   bool const counted = live->contains(intfId) && live->lookup(intfId) != queues;
   if (!clear->contains(intfId)) {
-    clear->intfQueueCounterIs(queues);
+    Glim::writeOrGiveUp(*clear, queues);
     room.clearQueues = !counted;  // beside a row that stays, the library makes none
   }
   if (!counted) {
-    live->intfQueueCounterIs(queues);
+    Glim::writeOrGiveUp(*live, queues);
     room.queues = true;
   }
   if (!_tables.aclDropCounters()->contains(intfId)) {
-    _tables.aclDropCounters()->counterIs({intfId, 0});
+    Glim::writeOrGiveUp(*_tables.aclDropCounters(), {intfId, 0});
     room.drops = true;
   }
 }
@@ -123,9 +125,9 @@ void Interfaces::leaveRoom(Pekt::IntfId const& intfId) {
   Pekt::IntfId const id = intfId;
   Room const room = at->second;
   _room.erase(at);
-  if (room.queues) _tables.intfQueueCounters()->intfQueueCounterDel(id);
-  if (room.clearQueues) _tables.intfClearQueueCounters()->intfQueueCounterDel(id);
-  if (room.drops) _tables.aclDropCounters()->counterDel(id);
+  if (room.queues) Glim::removeOrGiveUp(*_tables.intfQueueCounters(), id);
+  if (room.clearQueues) Glim::removeOrGiveUp(*_tables.intfClearQueueCounters(), id);
+  if (room.drops) Glim::removeOrGiveUp(*_tables.aclDropCounters(), id);
 }
 
 void Interfaces::hasNoRoom(Pekt::IntfId const& intfId, std::string const& why) {
@@ -134,38 +136,35 @@ void Interfaces::hasNoRoom(Pekt::IntfId const& intfId, std::string const& why) {
 }
 
 void Interfaces::dropRows(Pekt::IntfId const& intfId) {
-  _tables.intfCounters()->counterDel(intfId);
-  _tables.intfClearCounters()->counterDel(intfId);
+  Glim::removeOrGiveUp(*_tables.intfCounters(), intfId);
+  Glim::removeOrGiveUp(*_tables.intfClearCounters(), intfId);
   dropRowsOfLibrary(intfId);
-  _tables.vlanIntfCounters()->counterDel(intfId);
-  _tables.intfDescriptions()->descriptionDel(intfId);
+  Glim::removeOrGiveUp(*_tables.vlanIntfCounters(), intfId);
+  Glim::removeOrGiveUp(*_tables.intfDescriptions(), intfId);
 }
 
 // Those that the library makes and never removes.
 void Interfaces::dropRowsOfLibrary(Pekt::IntfId const& intfId) {
-  _tables.intfQueueCounters()->intfQueueCounterDel(intfId);
-  _tables.intfClearQueueCounters()->intfQueueCounterDel(intfId);
-  _tables.aclDropCounters()->counterDel(intfId);
+  Glim::removeOrGiveUp(*_tables.intfQueueCounters(), intfId);
+  Glim::removeOrGiveUp(*_tables.intfClearQueueCounters(), intfId);
+  Glim::removeOrGiveUp(*_tables.aclDropCounters(), intfId);
 }
 
 void Interfaces::dropAllRows() {
-  auto const clear = [](auto& table) {
-    table.forEach([&](auto const& row) { table.remove(row.intfId); });
-  };
-  clear(*_tables.intfCounters());
-  clear(*_tables.intfClearCounters());
-  clear(*_tables.intfQueueCounters());
-  clear(*_tables.intfClearQueueCounters());
-  clear(*_tables.aclDropCounters());
-  clear(*_tables.vlanIntfCounters());
-  clear(*_tables.intfDescriptions());
+  removeAllRows(*_tables.intfCounters());
+  removeAllRows(*_tables.intfClearCounters());
+  removeAllRows(*_tables.intfQueueCounters());
+  removeAllRows(*_tables.intfClearQueueCounters());
+  removeAllRows(*_tables.aclDropCounters());
+  removeAllRows(*_tables.vlanIntfCounters());
+  removeAllRows(*_tables.intfDescriptions());
 }
 
 void Interfaces::restartRates(Pekt::IntfId const& intfId) {
   if (isVlan(intfId)) return _vlans.restartRates(intfId);
   auto row = _tables.intfCounters()->counter(intfId);
   row.rates = {};
-  _tables.intfCounters()->counterIs(row);
+  Glim::writeOrGiveUp(*_tables.intfCounters(), row);
 }
 
 void Interfaces::interfaceDel(Pekt::IntfId const& intfId) {
@@ -178,7 +177,7 @@ void Interfaces::interfaceDel(Pekt::IntfId const& intfId) {
   if (keep)
     notPresent(id);
   else
-    _tables.intfDescriptions()->descriptionDel(id);
+    Glim::removeOrGiveUp(*_tables.intfDescriptions(), id);
   _news.erase(id);
   _withoutRoom.erase(id);
 }
@@ -212,28 +211,23 @@ void Interfaces::redescribe(Pekt::IntfId const& intfId, Change const& change) {
   if (!found) return;
   IntfDescription after = before;
   change(after);
-  if (after != before) _tables.intfDescriptions()->descriptionIs(after);
+  if (after != before) Glim::writeOrGiveUp(*_tables.intfDescriptions(), after);
 }
 
 void Interfaces::removeLeftovers() {
   auto const leftover = [this](Pekt::IntfId const& id) { return !serves(id); };
-  auto const clean = [&](auto& table) {
-    table.forEach([&](auto const& row) {
-      if (leftover(row.intfId)) table.remove(row.intfId);
-    });
-  };
   if (keeps()) {
     _tables.intfDescriptions()->forEach([&](IntfDescription const& row) {
       if (leftover(row.intfId)) notPresent(row.intfId);
     });
   } else {
-    clean(*_tables.intfCounters());
-    clean(*_tables.intfClearCounters());
-    clean(*_tables.intfQueueCounters());
-    clean(*_tables.intfClearQueueCounters());
-    clean(*_tables.aclDropCounters());
-    clean(*_tables.vlanIntfCounters());
-    clean(*_tables.intfDescriptions());
+    removeRowsIf(*_tables.intfCounters(), leftover);
+    removeRowsIf(*_tables.intfClearCounters(), leftover);
+    removeRowsIf(*_tables.intfQueueCounters(), leftover);
+    removeRowsIf(*_tables.intfClearQueueCounters(), leftover);
+    removeRowsIf(*_tables.aclDropCounters(), leftover);
+    removeRowsIf(*_tables.vlanIntfCounters(), leftover);
+    removeRowsIf(*_tables.intfDescriptions(), leftover);
   }
   _libraryRuns = true;
   while (!_room.empty()) leaveRoom(_room.begin()->first);
@@ -255,7 +249,7 @@ Kel::Ptr<Interface::EthPhyIntfStatus> Interfaces::statusOf(Pekt::IntfId const& i
 // A row that stays as it is costs its readers nothing.
 void Interfaces::describe(IntfDescription const& description) {
   auto const table = _tables.intfDescriptions();
-  if (table->lookup(description.intfId) != description) table->descriptionIs(description);
+  if (table->lookup(description.intfId) != description) Glim::writeOrGiveUp(*table, description);
 }
 
 void Interfaces::notPresent(Pekt::IntfId const& intfId) {

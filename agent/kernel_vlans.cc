@@ -98,7 +98,7 @@ void KernelVlans::follow() {
   if (bridge)
     describe(*bridge);
   else
-    tellOnce(_options.bridge.empty() ? ""
+    _sayOnce(_options.bridge.empty() ? ""
                                      : "VLANs are not counted: there is no bridge " +
                                            _options.bridge + " that filters by VLANs");
 }
@@ -134,25 +134,25 @@ void KernelVlans::describe(Bridge const& bridge) {
 bool KernelVlans::isCounted(Bridge const& bridge) {
   std::string const of = "the VLANs of bridge " + bridge.name;
   if (bridge.countsPerPort) {
-    tellOnce(of + " are not counted: it counts them for each port apart (vlan_stats_per_port)");
+    _sayOnce(of + " are not counted: it counts them for each port apart (vlan_stats_per_port)");
     return false;
   }
   if (bridge.counts) {
-    tellOnce("");
+    _sayOnce("");
     return true;
   }
   if (!_options.statistics) {
-    tellOnce(
+    _sayOnce(
         of +
         " are not counted: that is switched off (vlan_stats_enabled); statistics = true in the "
         "section [vlans] of the configuration lets the agent switch it on");
     return false;
   }
   if (auto const error = _bridges->switchVlanStatsOn(bridge.ifindex)) {
-    tellOnce(of + " are not counted: that cannot be switched on: " + error.message());
+    _sayOnce(of + " are not counted: that cannot be switched on: " + error.message());
     return false;
   }
-  tellOnce("switched the counting of " + of + " on");
+  _sayOnce("switched the counting of " + of + " on");
   return true;
 }
 
@@ -160,12 +160,6 @@ void KernelVlans::drop(VlanId vlanId) {
   _told.erase(vlanId);
   _vlans.vlanDel(vlanId);
   _helper->vlanDel(vlanId);
-}
-
-void KernelVlans::tellOnce(std::string const& about) {
-  if (about == _toldOperator) return;
-  _toldOperator = about;
-  if (!about.empty()) say(about);
 }
 
 }  // namespace Agent

@@ -42,7 +42,6 @@ class KernelVlans {
   void describe(Bridge const& bridge);
   bool isCounted(Bridge const& bridge);
   void drop(Bridging::VlanId vlanId);
-  void tellOnce(std::string const& about);
 
   VlanOptions const _options;
   Vlans& _vlans;
@@ -54,7 +53,7 @@ class KernelVlans {
   bool _newsIsDue = false;  // the last try to read it failed
   bool _offsetsFail = false;
   std::map<Bridging::VlanId, Bridging::VlanDescription> _told;  // to the VLANs
-  std::string _toldOperator;
+  SayOnce _sayOnce;
 };
 
 }  // namespace Agent

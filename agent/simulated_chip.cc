@@ -5,6 +5,7 @@
 
 #include "agent/control_plane.h"
 #include "agent/log.h"
+#include "agent/unwanted_rows.h"
 
 namespace Agent {
 
@@ -33,14 +34,11 @@ SimulatedChip::SimulatedChip(std::shared_ptr<Hardware::Simulated::Chip const> ch
 
 void SimulatedChip::start(EventLoop&) {
   // Before the rows: those without offsets are of no link.
-  auto const clear = [](auto& table) {
-    table.forEach([&](auto const& row) { table.remove(row.intfId); });
-  };
-  clear(*_linkOffsets);
-  clear(*_queueOffsets);
-  clear(*_vlanOffsets);
-  _coppOffsets->forEach([this](auto const& row) { _coppOffsets->remove(row.className); });
-  _coppRows->forEach([this](auto const& row) { _coppRows->counterDel(row.className); });
+  removeAllRows(*_linkOffsets);
+  removeAllRows(*_queueOffsets);
+  removeAllRows(*_vlanOffsets);
+  removeAllRows(*_coppOffsets);
+  removeAllRows(*_coppRows);
   _interfaces.dropAllRows();
   _vlans.dropAllRows();
   retellRefused();

@@ -1,6 +1,7 @@
 #include "agent/tables.h"
 
 #include "agent/log.h"
+#include "platform/glim/give_up.h"
 
 namespace Agent {
 
@@ -55,7 +56,7 @@ void Tables::wallClockSteppedBy(Kel::Seconds step) {
       auto moved = row;
       moved.rates.lastUpdate += step;
       moved.rates.seeded += step;
-      table.counterIs(moved);
+      Glim::writeOrGiveUp(table, moved);
     });
   };
   move(*_intfCounters);
@@ -68,7 +69,7 @@ void Tables::noSampleAfter(Kel::Seconds now) {
       if (row.statistics.lastUpdate <= now) return;
       auto corrected = row;
       corrected.statistics.lastUpdate = now;
-      table.counterIs(corrected);
+      Glim::writeOrGiveUp(table, corrected);
     });
   };
   correct(*_intfCounters);

@@ -1,10 +1,12 @@
 #include "agent/vlan_interfaces.h"
 
+#include "platform/glim/give_up.h"
+
 namespace Agent {
 
 void VlanInterfaces::makeRow(Pekt::IntfId const& intfId) {
   auto const rows = _tables.vlanIntfCounters();
-  if (!rows->contains(intfId)) rows->counterIs(rows->counter(intfId));
+  if (!rows->contains(intfId)) Glim::writeOrGiveUp(*rows, rows->counter(intfId));
 }
 
 // Its entry in ocsd.vlanIntf comes last, so that it is made whole by one notification.
@@ -27,15 +29,15 @@ void VlanInterfaces::interfaceDel(Pekt::IntfId const& intfId, bool keepsRow) {
   _entities.vlanConfigDir->intfConfigDel(intfId);
   _entities.vlanStatusDir->intfStatusDel(intfId);
   if (kept)
-    rows->counterIs(row);
+    Glim::writeOrGiveUp(*rows, row);
   else
-    rows->counterDel(intfId);  // should the library not have had it
+    Glim::removeOrGiveUp(*rows, intfId);  // should the library not have had it
 }
 
 void VlanInterfaces::restartRates(Pekt::IntfId const& intfId) {
   auto row = _tables.vlanIntfCounters()->counter(intfId);
   row.rates = {};
-  _tables.vlanIntfCounters()->counterIs(row);
+  Glim::writeOrGiveUp(*_tables.vlanIntfCounters(), row);
 }
 
 }  // namespace Agent

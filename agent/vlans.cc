@@ -1,9 +1,7 @@
 #include "agent/vlans.h"
 
 #include <exception>
-#include <utility>
 
-#include "agent/log.h"
 #include "platform/dov/exception.h"
 #include "platform/glim/give_up.h"
 #include "platform/kel/strep.h"
@@ -106,9 +104,7 @@ void Vlans::start(Kel::Ptr<OruHelper::OruVlanCountersHelper> const& helper) {
     _counters =
         Oru::Counters::vlanCountersSmFactory(_config, _requests, _live, _snapshots, _wheel, helper);
   } catch (std::exception const& exception) {
-    std::string const why = exception.what();
-    if (std::exchange(_whyNotStarted, why) != why)
-      say("the VLANs cannot be counted, trying on: " + why);
+    _sayWhyNotStarted(std::string("the VLANs cannot be counted, trying on: ") + exception.what());
     return;
   }
   _counters->pollIntervalIs(_period);

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "agent/log.h"
 #include "agent/tables.h"
 #include "counters/vlan/helper.h"
 #include "counters/vlan/vlan_counters_sm.h"
@@ -80,7 +81,7 @@ class Vlans {
   Kel::Ptr<Oru::Counters::VlanCountersSm> _counters;
   std::map<Bridging::VlanId, std::string> _withoutRoom;  // and why
   std::set<Bridging::VlanId> _countedWithoutRoom;  // a row is missing, or describes it as it was
-  std::string _whyNotStarted;
+  SayOnce _sayWhyNotStarted;
   bool _news = false;
   Kel::Seconds _newsPolled = -1.0;  // before any time
 };

@@ -1,98 +1,11 @@
-// The agent with a simulated chip, in virtual time.
-#include "agent/host.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
+// The interfaces and classes of an agent with a simulated chip.
 #include <sstream>
 
-#include "counters/pollers/counter_records.h"
-#include "hardware/linux/glim_offset_store.h"
-#include "hardware/simulated/counters_helper.h"
 #include "hardware/simulated/script.h"
-#include "platform/glim/reader.h"
-#include "tests/support/temporary_tables.h"
-#include "tests/support/virtual_time.h"
+#include "tests/agent/host_fixture.h"
 
 namespace Agent {
 namespace {
-
-class HostTest : public ::testing::Test {
- protected:
-  HostTest() {
-    options.tables = place.directory().string();
-    options.chip = ChipKind::simulated;
-    options.ports = 3;
-    options.vlanInterfaces = 2;
-    options.seed = 11;
-  }
-  void start(Glim::TableLimits const& limits = {}) {
-    sut = std::make_unique<Host>(
-        options, [this] { return time.now() - set; }, limits);
-    sut->start(loop);
-    sut->turn();
-  }
-  // Turns as the event loop would take them.
-  void turnsFor(Kel::Seconds span) {
-    for (Kel::Seconds const end = time.now() + span; time.now() < end;) {
-      time.nowIs(time.now() + 0.1);
-      sut->turn();
-    }
-  }
-  std::optional<Interface::EthIntfCounterGlim> row(char const* id) {
-    Glim::Reader<Interface::EthIntfCounterGlim> reader(options.tables + "/" +
-                                                       std::string(Interface::kIntfCounters));
-    EXPECT_EQ(reader.attach(), Glim::Answer::ok);
-    Interface::EthIntfCounterGlim row;
-    return reader.lookup(Pekt::IntfId(id), row) == Glim::Answer::ok ? std::optional(row)
-                                                                    : std::nullopt;
-  }
-  template <class Row>
-  std::optional<Row> rowOf(std::string_view table,
-                           typename Glim::RecordTraits<Row>::Key const& id) {
-    Glim::Reader<Row> reader(options.tables + "/" + std::string(table));
-    EXPECT_EQ(reader.attach(), Glim::Answer::ok);
-    Row row;
-    return reader.lookup(id, row) == Glim::Answer::ok ? std::optional(row) : std::nullopt;
-  }
-  std::optional<Interface::QueueCounter::IntfQueueCounter> queues(char const* id) {
-    return rowOf<Interface::QueueCounter::IntfQueueCounter>(Interface::kIntfQueueCounters, id);
-  }
-  // The offsets that an agent of this machine's links kept.
-  void addOffsets(char const* id) {
-    Hardware::Linux::OffsetRow offsets;
-    offsets.intfId = id;
-    place.table<Hardware::Linux::GlimOffsetStore::Table>(Hardware::Linux::kLinkOffsets)
-        ->write(offsets);
-  }
-  bool hasOffsets(char const* id) {
-    Glim::Reader<Hardware::Linux::OffsetRow> reader(options.tables + "/" +
-                                                    std::string(Hardware::Linux::kLinkOffsets));
-    EXPECT_EQ(reader.attach(), Glim::Answer::ok);
-    Hardware::Linux::OffsetRow row;
-    return reader.lookup(Pekt::IntfId(id), row) == Glim::Answer::ok;
-  }
-  std::uint64_t simulatedOctets(char const* id, Kel::Seconds seconds) {
-    return Hardware::Simulated::Chip::seeded(3, 11)
-        .find(Pekt::IntfId(id))
-        ->sample(seconds)
-        .inOctets;
-  }
-
-  // The wall clock is set; no time passes.
-  void setClockBy(Kel::Seconds step) {
-    set += step;
-    time.nowIs(time.now() + step);
-  }
-
-  using QueueIndex = Interface::QueueCounter::QueueIndex;
-  Support::VirtualTime time;
-  Kel::Seconds set = 0.0;
-  Support::TemporaryTables place;
-  Options options;
-  EventLoop loop;
-  std::unique_ptr<Host> sut;
-};
 
 TEST_F(HostTest, EveryPortHasARowFromTheStart) {
   start();
@@ -265,55 +178,6 @@ TEST_F(HostTest, InterfacesWithoutRoomAreToldOnceAndServedWhenThereIsRoom) {
                                       "oru-agentd: 4 interfaces are not counted[^\n]*\n"));
 }
 
-// Three ports, of which one cannot be read.
-class ChipWithAFault : public Chip {
- public:
-  explicit ChipWithAFault(Interfaces& interfaces) : _interfaces(interfaces) {}
-  Kel::Ptr<OruHelper::OruHelperCountersSm> helper() const override { return _helper; }
-  Kel::Ptr<OruHelper::OruVlanCountersHelper> vlanHelper() const override { return _vlans; }
-  void start(EventLoop&) override { retellRefused(); }
-  void retellRefused() override {
-    for (char const* const id : {"Ethernet1", "Ethernet2", "Ethernet3"}) {
-      Interface::IntfDescription description;
-      description.intfId = id;
-      _interfaces.interfaceIs(description);
-    }
-  }
-
- private:
-  class Helper : public Hardware::Simulated::CountersHelper {
-   public:
-    using CountersHelper::CountersHelper;
-    void getCounters(Pekt::IntfId intfId, Kel::Ptr<OruTypes::IntfCounters> newCounters,
-                     Kel::Ptr<OruTypes::IntfCounters> prevCounters) override {
-      if (intfId == Pekt::IntfId("Ethernet2")) throw std::runtime_error("it is away");
-      CountersHelper::getCounters(intfId, newCounters, prevCounters);
-    }
-  };
-  Interfaces& _interfaces;
-  Kel::Ptr<Helper> const _helper = Kel::make<Helper>(
-      Kel::Name("faulty"),
-      std::make_shared<Hardware::Simulated::Chip const>(Hardware::Simulated::Chip::seeded(3, 11)));
-  Kel::Ptr<OruHelper::OruVlanCountersHelper> const _vlans =
-      Kel::make<OruHelper::OruVlanCountersHelper>(Kel::Name("none"));
-};
-
-TEST_F(HostTest, ANewPortThatCannotBePolledIsToldAndTheOthersArePolled) {
-  sut = std::make_unique<Host>(
-      options, [this] { return time.now(); }, Glim::TableLimits(),
-      [](Tables&, Interfaces& interfaces, Vlans&) {
-        return std::make_unique<ChipWithAFault>(interfaces);
-      });
-  sut->start(loop);
-  ::testing::internal::CaptureStderr();
-  EXPECT_NO_THROW(sut->turn());
-  EXPECT_EQ(::testing::internal::GetCapturedStderr(),
-            "oru-agentd: Ethernet2 could not be polled: it is away\n");
-  EXPECT_EQ(row("Ethernet1")->statistics.lastUpdate, time.now());
-  EXPECT_EQ(row("Ethernet2")->statistics.lastUpdate, 0.0);
-  EXPECT_EQ(row("Ethernet3")->statistics.lastUpdate, time.now());
-}
-
 TEST_F(HostTest, RowsStayWhenTheAgentEnds) {
   start();
   turnsFor(10.0);
@@ -361,102 +225,6 @@ TEST_F(HostTest, AClockThatIsSetStopsNeitherPollsNorRates) {
     }
     sut.reset();
   }
-}
-
-class VlansOfTheHost : public HostTest {
- protected:
-  static constexpr std::uint64_t kFirst = 10;
-  std::optional<Glim::Bridging::VlanCounter> vlan(std::uint64_t id) {
-    return rowOf<Glim::Bridging::VlanCounter>(Bridging::kVlanCounters, Bridging::VlanId(id));
-  }
-};
-
-TEST_F(VlansOfTheHost, HaveRowsADescriptionAndAllTheirCountersAtOnce) {
-  options.period = 600.0;
-  time.nowIs(time.now() + 10.0);
-  start();
-  turnsFor(0.2);
-  ASSERT_TRUE(vlan(kFirst));
-  ASSERT_TRUE(vlan(kFirst + 1));
-  EXPECT_FALSE(vlan(kFirst + 2));
-  EXPECT_GT(vlan(kFirst)->lastUpdate, 0.0);
-  auto const described =
-      rowOf<Bridging::VlanDescription>(Bridging::kVlanDescriptions, Bridging::VlanId(kFirst));
-  ASSERT_TRUE(described);
-  EXPECT_EQ(described->bridge.view(), "simulated");
-  EXPECT_EQ(described->unsupported, 0u);
-}
-
-TEST_F(VlansOfTheHost, ArePolledWithTheirPeriodFromTheStart) {
-  options.period = 0.5;
-  start();
-  for (int i = 0; i < 6; ++i) {
-    turnsFor(0.5);
-    EXPECT_NEAR(vlan(kFirst)->lastUpdate, time.now(), 0.7);
-  }
-  Bridging::VlanCounts const counts = vlan(kFirst)->counts;
-  EXPECT_GT(counts.inUcastPkts, 0u);
-  EXPECT_GT(counts.outUcastPkts, 0u);
-  EXPECT_GT(counts.inOctets, 64 * counts.inUcastPkts);
-  EXPECT_GT(counts.inMulticastPkts, 0u);
-  EXPECT_GT(counts.outBroadcastPkts, 0u);
-}
-
-TEST_F(VlansOfTheHost, ArePolledOnAndStampedTrulyWhenTheClockIsSet) {
-  options.period = 1.0;
-  for (Kel::Seconds const step : {-500.0, 86400.0}) {
-    start();
-    turnsFor(10.0);
-    auto const before = vlan(kFirst)->counts.inOctets;
-    setClockBy(step);
-    turnsFor(0.2);
-    EXPECT_NEAR(vlan(kFirst)->lastUpdate, time.now(), 0.3) << step;
-    turnsFor(2.0);
-    EXPECT_NEAR(vlan(kFirst)->lastUpdate, time.now(), 1.2) << step;
-    if (step > 0.0) {
-      EXPECT_GT(vlan(kFirst)->counts.inOctets, before);
-    }
-    sut.reset();
-  }
-}
-
-TEST_F(VlansOfTheHost, RowsOfVlansThatWentWhileNoAgentRanGo) {
-  options.vlanInterfaces = 3;
-  start();
-  ASSERT_TRUE(vlan(kFirst + 2));
-  sut.reset();
-  options.vlanInterfaces = 2;
-  start();
-  EXPECT_TRUE(vlan(kFirst + 1));
-  EXPECT_FALSE(vlan(kFirst + 2));
-  EXPECT_FALSE(rowOf<Glim::Bridging::VlanCounter>(Bridging::kVlanCounterSnapshots,
-                                                  Bridging::VlanId(kFirst + 2)));
-  EXPECT_FALSE(
-      rowOf<Bridging::VlanDescription>(Bridging::kVlanDescriptions, Bridging::VlanId(kFirst + 2)));
-}
-
-TEST_F(VlansOfTheHost, WithoutRoomAreNotCountedWhileTheOthersAre) {
-  options.vlanInterfaces = 5;
-  testing::internal::CaptureStderr();
-  start({.maxRows = 3});
-  turnsFor(12.0);
-  EXPECT_TRUE(vlan(kFirst));
-  EXPECT_TRUE(vlan(kFirst + 2));
-  EXPECT_FALSE(vlan(kFirst + 3));
-  EXPECT_NEAR(vlan(kFirst + 2)->lastUpdate, time.now(), options.period + 0.2);
-  std::string const said = testing::internal::GetCapturedStderr();
-  // The only one of its kind.
-  auto const line = [&](std::string const& kind) {
-    auto const at = said.find(kind + " are not counted for want of room, the first is ");
-    EXPECT_NE(at, std::string::npos) << kind << " in " << said;
-    if (at == std::string::npos) return std::string();
-    EXPECT_EQ(said.find(kind + " are", at + 1), std::string::npos) << said;
-    return said.substr(at, said.find('\n', at) - at);
-  };
-  EXPECT_THAT(line("2 VLANs"), testing::HasSubstr("VLAN 13: "));
-  EXPECT_THAT(line("2 VLANs"), testing::HasSubstr("tried again every few seconds"));
-  EXPECT_THAT(line("5 interfaces"), testing::HasSubstr("Vlan10: "));
-  EXPECT_THAT(line("3 policing classes"), testing::HasSubstr("copp-ospf: "));
 }
 
 }  // namespace

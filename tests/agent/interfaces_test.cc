@@ -12,16 +12,6 @@ using ::testing::IsEmpty;
 
 class InterfacesTest : public ServedInterfaces {
  protected:
-  static IntfDescription description(Pekt::IntfId const& id, OperState state = OperState::up) {
-    IntfDescription description;
-    description.intfId = id;
-    description.kernelName = std::string_view("eth7");
-    description.ifIndex = 7;
-    description.speed = 1'000'000'000;
-    description.adminState = Interface::AdminState::up;
-    description.operState = state;
-    return description;
-  }
   Interfaces& sut = interfaces;
 };
 

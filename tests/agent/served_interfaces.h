@@ -91,6 +91,17 @@ class EntityRecorder {
 
 class ServedInterfaces : public ::testing::Test {
  protected:
+  static Interface::IntfDescription description(
+      Pekt::IntfId const& id, Interface::OperState state = Interface::OperState::up) {
+    Interface::IntfDescription description;
+    description.intfId = id;
+    description.kernelName = std::string_view("eth7");
+    description.ifIndex = 7;
+    description.speed = 1'000'000'000;
+    description.adminState = Interface::AdminState::up;
+    description.operState = state;
+    return description;
+  }
   Interface::IntfDescription described(Pekt::IntfId const& id) {
     return tables.intfDescriptions()->lookup(id);
   }
