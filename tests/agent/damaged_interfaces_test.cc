@@ -1,4 +1,5 @@
 // Tables of interfaces that turn out to be damaged: what the agent has to do goes on all the same.
+#include "agent/unwanted_rows.h"
 #include "tests/agent/damaged_tables.h"
 #include "tests/agent/served_interfaces.h"
 
@@ -38,15 +39,6 @@ TEST_P(DamagedTableOfInterfaces, IsGivenUpByRowsThatAreDropped) {
   expectLost(GetParam());
   EXPECT_EQ(rowsOfLibrary("Ethernet7"), 0);
   EXPECT_FALSE(tables.intfCounters()->contains("Ethernet7"));
-  EXPECT_FALSE(isDescribed("Ethernet7"));
-}
-
-TEST_P(DamagedTableOfInterfaces, IsGivenUpAndTheRowsOfTheOthersGo) {
-  addAllRows("Ethernet7");
-  damage(GetParam());
-  EXPECT_NO_THROW(sut.dropAllRows());
-  expectLost(GetParam());
-  EXPECT_EQ(rowsOfLibrary("Ethernet7"), 0);
   EXPECT_FALSE(isDescribed("Ethernet7"));
 }
 
@@ -94,6 +86,15 @@ TEST_P(DamagedRoom, IsGivenUpByAnInterfaceThatGoesBeforeTheLibraryRuns) {
   EXPECT_NO_THROW(sut.interfaceDel("Ethernet7"));
   expectLost(GetParam());
   EXPECT_EQ(rowsOfLibrary("Ethernet7"), 0);
+}
+
+TEST_F(ServedInterfaces, ATableThatIsDamagedWhileRowsAreChosenIsGivenUp) {
+  addRow("Ethernet7");
+  EXPECT_NO_THROW(removeRowsIf(*tables.intfCounters(), [this](Pekt::IntfId const&) {
+    damageFirstRow(place.directory(), Interface::kIntfCounters);
+    return true;
+  }));
+  expectLost(tables, Interface::kIntfCounters);
 }
 
 // Damages the table of VLAN interfaces while the library is told that one went.
