@@ -1,8 +1,11 @@
 // Another process scribbles over the mapped file, header included, while readers read it and its
 // writer writes it.
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mman.h>
 
 #include <array>
+#include <atomic>
 #include <map>
 #include <optional>
 #include <set>
@@ -24,10 +27,12 @@ constexpr std::uint32_t maxRows = 64;
 constexpr std::uint64_t keys = 80;  // more than there is room for
 
 // Never returns. Opens the file by its name again and again: the writer replaces one whose header
-// it no longer understands.
-[[noreturn]] void scribble(std::string const& file, std::uint64_t seed) {
+// it no longer understands. Counts its attempts.
+[[noreturn]] void scribble(std::string const& file, std::uint64_t seed,
+                           std::atomic<std::uint64_t>& attempts) {
   Random random(seed);
   for (;;) {
+    ++attempts;
     Glim::FileDescriptor const fd(::open(file.c_str(), O_RDWR | O_CLOEXEC));
     Glim::HeaderCopy header;
     if (!fd || Glim::readHeader(fd.get(), header) != Answer::ok) continue;
@@ -35,7 +40,7 @@ constexpr std::uint64_t keys = 80;  // more than there is room for
     Glim::TableMapping const table = Glim::TableMapping::map(fd.get(), g, true);
     if (!table) continue;
     std::size_t const end = g.bytesFor(g.maxRows);
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < 200; ++i, ++attempts) {
       std::size_t at = g.slotsOffset + random() % (end - g.slotsOffset);
       if (random() % 16 == 0) at = Layout::allocatedRowsOffset + random() % 384;
       if (random() % 16 == 0) at = g.indexOffset + random() % (g.slotsOffset - g.indexOffset);
@@ -55,11 +60,12 @@ class Scribbler : public TableTest {
   void SetUp() override {
     takeTable();
     child = ::fork();
-    if (child == 0) scribble(file(), 17);
+    if (child == 0) scribble(file(), 17, attempts);
   }
   void TearDown() override {
     ::kill(child, SIGKILL);
     ::waitpid(child, nullptr, 0);
+    ::munmap(&attempts, sizeof attempts);
   }
 
   void takeTable() {
@@ -119,14 +125,19 @@ class Scribbler : public TableTest {
     accepted += met.rows;
   }
 
-  // A test goes on until enough has happened, which depends on who gets the processor.
+  // A test goes on until enough has happened, and does not run away from a scribbler that is given
+  // no processor.
   bool enough(std::uint64_t orders) const {
+    while (attempts < orders / 10) ::sched_yield();
     return HasFatalFailure() || orders > 2'000'000 ||
            (orders > 20'000 && done > 10'000 && accepted > 1000 && corruptions > 30);
   }
 
   std::optional<ConquerWriter> writer;
   Reader<Middle> reader{path()};
+  std::atomic<std::uint64_t>& attempts = *static_cast<std::atomic<std::uint64_t>*>(
+      ::mmap(nullptr, sizeof(std::atomic<std::uint64_t>), PROT_READ | PROT_WRITE,
+             MAP_SHARED | MAP_ANONYMOUS, -1, 0));
   pid_t child = -1;
   std::map<std::uint64_t, std::set<std::uint64_t>> written;  // values by key
   std::uint64_t done = 0, corruptions = 0, accepted = 0;
