@@ -35,10 +35,10 @@ bool readWhileWriting(bool (*read)(Word const*, Word*)) {
   std::vector<Word> memory(slotWords);
   std::jthread const writer([&memory] {
     RowSlot slot(memory.data(), words, 0);
-    for (Word k = 0; k < 20'000; ++k) slot.publish(k, std::vector<Word>(words, k + 1).data());
+    for (Word k = 0; k < 200'000; ++k) slot.publish(k, std::vector<Word>(words, k + 1).data());
   });
   std::vector<Word> row(words);
-  while (row[0] < 20'000) {
+  while (row[0] < 200'000) {
     if (read(memory.data(), row.data()) && row != std::vector<Word>(words, row[0])) return false;
   }
   return true;
