@@ -154,7 +154,7 @@ class VlanCounters(Reader, WithVlans):
 
     def test_all_vlans_that_there_can_be_are_counted(self):
         self.ports("1-4094")
-        self.start_agent()
+        self.start_agent("--period", "0.5")  # a poll of them all takes a while
         self.bridge.send("swp1", 4094, 3, 100)
         self.bridge.send("swp1", 1, 4, 100)
         self.await_totals(4094, 3, 300)
