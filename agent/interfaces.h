@@ -1,16 +1,19 @@
-// The interfaces that the agent serves, as the library sees them (entities) and as readers do (the
-// table of descriptions). Whoever knows a chip's ports says here which there are.
+// The interfaces that the agent serves, as the library sees them (entities) and as readers do (rows
+// and descriptions). Whoever knows a chip's ports says here which there are.
 #pragma once
 
-#include <map>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "agent/ethernet_interfaces.h"
+#include "agent/intf_descriptions.h"
 #include "agent/vlan_interfaces.h"
 
 namespace Agent {
 
+// A table that turns out to be damaged is given up by any of these, and the next heartbeat of the
+// tables says so.
 class Interfaces {
  public:
   // The tables must outlive it.
@@ -19,19 +22,12 @@ class Interfaces {
   // Whether the library was told of it.
   bool serves(Pekt::IntfId const& intfId) const;
 
-  // The interface, Ethernet or VLAN as its name says, is there, and is so. `lastChange` is kept
-  // here: the time at which its state of operation was last seen to change, by this agent or the
-  // one before.
+  // The interface, Ethernet or VLAN as its name says, is there, and is so; what is kept of an older
+  // description is told in intf_descriptions.h.
   //
-  // An interface is served only when all its rows have room, before the library hears of it. Those
-  // of its own counters are made here; room for those that the library makes, of its queues and its
-  // drops, is taken here and left to the library when it is told of the interface. Answers false,
-  // and has made and taken none, when there is no room in the tables.
-  //
-  // A new interface's status and configuration come first and its entry in ocsd.intf last, so that
-  // it is made whole by one notification; the status is the very first, since rows that were kept
-  // are those of interfaces with a status.
-  bool interfaceIs(Interface::IntfDescription description);
+  // An interface is served only when all its rows have room, before the library hears of it.
+  // Answers false, and has made and taken none, when there is no room in the tables.
+  bool interfaceIs(Interface::IntfDescription const& description);
 
   // Interfaces that could not be served for want of room, and why the first of them could not.
   std::set<Pekt::IntfId> const& withoutRoom() const { return _withoutRoom; }
@@ -50,15 +46,18 @@ class Interfaces {
   // Rows of interfaces that went stay.
   bool keeps() const { return _entities.ocsd->keepIntfCounters(); }
 
-  // The interface is gone. Its entry in ocsd.intf goes first, so that its pollers and rows are gone
-  // before what they were made from. With ocsd.keepIntfCounters the rows and the status stay, and
-  // its state of operation is notPresent.
+  // The interface is gone. With ocsd.keepIntfCounters the rows stay, an Ethernet interface's status
+  // too, and its state of operation is notPresent.
   void interfaceDel(Pekt::IntfId const& intfId);
 
   // Its chip says which counters it cannot count, of itself and (as bits of kQueueCounterNames) of
   // its queues.
-  void unsupportedIs(Pekt::IntfId const& intfId, Interface::CounterSet unsupported);
-  void unsupportedQueueIs(Pekt::IntfId const& intfId, std::uint32_t unsupported);
+  void unsupportedIs(Pekt::IntfId const& intfId, Interface::CounterSet unsupported) {
+    _descriptions.unsupportedIs(intfId, unsupported);
+  }
+  void unsupportedQueueIs(Pekt::IntfId const& intfId, std::uint32_t unsupported) {
+    _descriptions.unsupportedQueueIs(intfId, unsupported);
+  }
 
   // Removes the rows that an agent before left of interfaces that are not there any more; with
   // ocsd.keepIntfCounters they stay, and are shown as not present. Room that was taken for rows of
@@ -70,31 +69,16 @@ class Interfaces {
   std::vector<Pekt::IntfId> takeNews();
 
  private:
-  Kel::Ptr<Interface::EthPhyIntfStatus> statusOf(Pekt::IntfId const& intfId);
   bool makeRows(Interface::IntfDescription const& description);
-  bool makeVlanRow(Interface::IntfDescription const& description);
-  void tellEthernet(Interface::IntfDescription const& description);
-  void tellEthernetGone(Pekt::IntfId const& id);
-  void dropRowsOfLibrary(Pekt::IntfId const& intfId);
-  void takeRoom(Pekt::IntfId const& intfId);
-  void leaveRoom(Pekt::IntfId const& intfId);
-  template <class Change>
-  void redescribe(Pekt::IntfId const& intfId, Change const& change);
-  void describe(Interface::IntfDescription const& description);
-  void notPresent(Pekt::IntfId const& intfId);
 
   InterfaceEntities const _entities;
   Tables const& _tables;
+  IntfDescriptions _descriptions;
+  EthernetInterfaces _ethernet;
   VlanInterfaces _vlans;
   std::set<Pekt::IntfId> _news;
   std::set<Pekt::IntfId> _withoutRoom;
   std::string _whyNoRoom;
-  // What of them stands only for rows that the library is to make.
-  struct Room {
-    bool queues = false, clearQueues = false, drops = false;
-  };
-  std::map<Pekt::IntfId, Room> _room;
-  bool _libraryRuns = false;
 };
 
 }  // namespace Agent

@@ -56,6 +56,18 @@ class Tables {
   }
   Kel::Ptr<Bridging::AllVlanDescription> vlanDescriptions() const { return _vlanDescriptions; }
 
+  // Calls visit(table) for each table whose rows are of interfaces.
+  template <class Visit>
+  void forEachOfInterfaces(Visit const& visit) const {
+    visit(*_intfCounters);
+    visit(*_intfClearCounters);
+    visit(*_intfQueueCounters);
+    visit(*_intfClearQueueCounters);
+    visit(*_aclDropCounters);
+    visit(*_vlanIntfCounters);
+    visit(*_intfDescriptions);
+  }
+
   // One more table in the same directory, of a chip's own, for `maxRows` at most.
   template <class Table>
   Kel::Ptr<Table> add(std::string_view name,

@@ -78,80 +78,6 @@ TEST_F(InterfacesTest, NoFlagIsLeftBehindOfAnInterfaceThatWent) {
   EXPECT_THAT(entities.aclDropConfig->intf(), IsEmpty());
 }
 
-TEST_F(InterfacesTest, TheLastChangeIsTheTimeOfTheStateOfOperation) {
-  sut.interfaceIs(description("Ethernet7"));
-  time.nowIs(2000.0);
-  sut.interfaceIs(description("Ethernet7", OperState::down));
-  EXPECT_EQ(described("Ethernet7").lastChange, 2000.0);
-}
-
-TEST_F(InterfacesTest, OtherNewsIsNoChangeOfState) {
-  sut.interfaceIs(description("Ethernet7"));
-  time.nowIs(2000.0);
-  auto renamed = description("Ethernet7");
-  renamed.kernelName = std::string_view("lan0");
-  sut.interfaceIs(renamed);
-  EXPECT_EQ(described("Ethernet7").lastChange, Support::VirtualTime::kStart);
-  EXPECT_EQ(described("Ethernet7").kernelName.view(), "lan0");
-}
-
-TEST_F(InterfacesTest, TheLastChangeSeenByAnAgentBeforeHolds) {
-  auto before = description("Ethernet7");
-  before.lastChange = 17.0;
-  tables.intfDescriptions()->descriptionIs(before);
-  sut.interfaceIs(description("Ethernet7"));
-  EXPECT_EQ(described("Ethernet7").lastChange, 17.0);
-}
-
-TEST_F(InterfacesTest, WhatIsUnsupportedIsDescribed) {
-  sut.interfaceIs(description("Ethernet7"));
-  Interface::CounterSet unsupported;
-  unsupported.insert("symbolErrors");
-  sut.unsupportedIs("Ethernet7", unsupported);
-  EXPECT_EQ(described("Ethernet7").unsupported, unsupported.word());
-}
-
-TEST_F(InterfacesTest, WhatIsUnsupportedStaysSoWhenThereIsOtherNews) {
-  sut.interfaceIs(description("Ethernet7"));
-  Interface::CounterSet unsupported;
-  unsupported.insert("symbolErrors");
-  sut.unsupportedIs("Ethernet7", unsupported);
-  sut.interfaceIs(description("Ethernet7", OperState::down));
-  EXPECT_EQ(described("Ethernet7").unsupported, unsupported.word());
-}
-
-TEST_F(InterfacesTest, WhatIsUnsupportedOfNoInterfaceIsNotDescribed) {
-  sut.unsupportedIs("Ethernet9", {});
-  EXPECT_FALSE(isDescribed("Ethernet9"));
-}
-
-TEST_F(InterfacesTest, WhatIsUnsupportedOfTheQueuesIsDescribedAndStaysSo) {
-  sut.interfaceIs(description("Ethernet7"));
-  sut.unsupportedQueueIs("Ethernet7", 0x88);
-  EXPECT_EQ(described("Ethernet7").unsupportedQueue, 0x88u);
-  sut.interfaceIs(description("Ethernet7", OperState::down));
-  EXPECT_EQ(described("Ethernet7").unsupportedQueue, 0x88u);
-  auto another = description("Ethernet7");
-  another.ifIndex = 8;
-  sut.interfaceIs(another);
-  EXPECT_EQ(described("Ethernet7").unsupportedQueue, 0u);
-}
-
-TEST_F(InterfacesTest, WhatIsUnsupportedStillIsNotWritten) {
-  sut.interfaceIs(description("Ethernet7"));
-  sut.unsupportedQueueIs("Ethernet7", 0x88);
-  auto const writes = tables.intfDescriptions()->map().writer()->writes();
-  sut.unsupportedQueueIs("Ethernet7", 0x88);
-  EXPECT_EQ(tables.intfDescriptions()->map().writer()->writes(), writes);
-}
-
-TEST_F(InterfacesTest, ADescriptionThatSaysNothingNewIsNotWritten) {
-  sut.interfaceIs(description("Ethernet7"));
-  auto const writes = tables.intfDescriptions()->map().writer()->writes();
-  sut.interfaceIs(description("Ethernet7"));
-  EXPECT_EQ(tables.intfDescriptions()->map().writer()->writes(), writes);
-}
-
 TEST_F(InterfacesTest, NewsIsTakenOnce) {
   sut.interfaceIs(description("Ethernet7"));
   sut.interfaceIs(description("Ethernet8"));
@@ -241,21 +167,6 @@ TEST_F(InterfacesTest, BeforeTheLibraryRunsItsRoomIsKeptForIt) {
   EXPECT_LT(tables.intfQueueCounters()->members(), kRoom);
 }
 
-TEST_F(InterfacesTest, RowsOfTheLibraryThatAnAgentBeforeLeftGoOn) {
-  addRowsOfLibrary("Ethernet7");
-  sut.interfaceIs(description("Ethernet7"));
-  sut.removeLeftovers();
-  EXPECT_EQ(rowsOfLibrary("Ethernet7"), 3);
-  EXPECT_EQ(tables.aclDropCounters()->lookup("Ethernet7").aclDropPkts, 7u);
-}
-
-TEST_F(InterfacesTest, RoomThatAnAgentBeforeTookAndNeverUsedIsNoRow) {
-  tables.intfQueueCounters()->write({"Ethernet7", {}, {}});
-  sut.interfaceIs(description("Ethernet7"));
-  sut.removeLeftovers();
-  EXPECT_FALSE(tables.intfQueueCounters()->contains("Ethernet7"));
-}
-
 TEST_F(InterfacesTest, RowsOfTheLibraryGoWithTheInterface) {
   sut.removeLeftovers();
   sut.interfaceIs(description("Ethernet7"));
@@ -303,15 +214,6 @@ TEST_F(InterfacesKept, TheStatusStaysAndSaysThatTheInterfaceIsNotPresent) {
   EXPECT_EQ(described("Ethernet7").adminState, Interface::AdminState::unknown);
   EXPECT_FALSE(entities.configDir->intfConfig("Ethernet7"));
   EXPECT_FALSE(entities.ocsd->intf("Ethernet7"));
-}
-
-TEST_F(InterfacesKept, AnInterfaceThatWentDownFirstIsNotPresentToo) {
-  auto down = description("Ethernet7", OperState::down);
-  down.adminState = Interface::AdminState::down;
-  sut.interfaceIs(down);
-  sut.interfaceDel("Ethernet7");
-  EXPECT_EQ(described("Ethernet7").operState, OperState::notPresent);
-  EXPECT_EQ(described("Ethernet7").adminState, Interface::AdminState::unknown);
 }
 
 TEST_F(InterfacesKept, AnInterfaceThatComesBackHasItsStatusFirst) {

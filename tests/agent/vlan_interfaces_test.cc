@@ -1,8 +1,7 @@
 // VLAN interfaces beside the Ethernet ones: what the library hears, and which rows there are.
 #include "agent/vlan_interfaces.h"
 
-#include "agent/link_sync.h"
-#include "tests/agent/served_interfaces.h"
+#include "tests/agent/link_sync_fixture.h"
 
 namespace Agent {
 namespace {
@@ -14,30 +13,10 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-class Ports : public PortLinks {
- public:
-  explicit Ports(Support::CallLog& log) : _log(log) {}
-  void linkIs(Pekt::IntfId const& id, Link const& link) override {
-    _log("port", id, "is link", link.ifindex);
-  }
-  void linkDel(Pekt::IntfId const& id) override { _log("port", id, "has no link"); }
-  RowsOf rowsOf(Pekt::IntfId const&, Link const&) override { return rows; }
-  bool reserve(Pekt::IntfId const&, Link const&) override { return true; }
-  bool moveTo(Pekt::IntfId const&, Link const& link) override {
-    movedTo = link.ifindex;
-    return true;
-  }
-  void forget(Pekt::IntfId const&) override {}
-
-  RowsOf rows = RowsOf::nobody;
-  int movedTo = 0;
-
- private:
-  Support::CallLog& _log;
-};
-
 class VlanInterfacesTest : public ServedInterfaces {
  protected:
+  VlanInterfacesTest() { ports.rows = PortLinks::RowsOf::nobody; }
+
   static Link vlan(int ifindex, std::string const& name, std::uint16_t id = 10) {
     Link link;
     link.ifindex = ifindex;
@@ -61,7 +40,7 @@ class VlanInterfacesTest : public ServedInterfaces {
     return tables.vlanIntfCounters()->lookup(id);
   }
 
-  Ports ports{log};
+  RecordedPorts ports{log};
   LinkNames names;
   LinkSync sut{names, interfaces, ports};
 };
@@ -200,7 +179,7 @@ TEST_F(KeptVlanInterfaces, RowGoesOnWithoutWhatAnotherLinkOfTheVlanHadCounted) {
   rowIs("Vlan10", 5);
   ports.rows = PortLinks::RowsOf::another;
   appear(vlan(8, "eth0.10"));
-  EXPECT_EQ(ports.movedTo, 8);
+  EXPECT_THAT(ports.moved, ElementsAre("Vlan10 to 8"));
 }
 
 TEST_F(KeptVlanInterfaces, LeftoverRowsStay) {
