@@ -189,7 +189,7 @@ class AskedOverTheSocket(Asking):
         # Its queue of newcomers is full, too.
         waiting = []
         self.addCleanup(lambda: [each.close() for each in waiting])
-        for _ in range(500):
+        for _ in range(100):
             client = socket.socket(socket.AF_UNIX)
             client.setblocking(False)
             try:

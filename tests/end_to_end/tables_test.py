@@ -203,7 +203,7 @@ class TablesOfAgents(Tables):
         self.start_agent()
         listed = json.loads(self.tables_command("list", "--json")[0])["tables"]
         self.assertEqual(sorted(table["name"] for table in listed), AGENTS_TABLES)
-        self.assertTrue(all_are(["ready", "running"]))
+        harness.await_that("living writers", lambda: all_are(["ready", "running"]))
         self.stop_agent(signal.SIGTERM)
         self.assertTrue(all_are(["detached", "none"]))
         self.start_agent()
