@@ -1,15 +1,19 @@
 #include "reader/clear_command.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "reader/asking.h"
 #include "reader/clock_text.h"
 #include "reader/control_client.h"
+#include "reader/options.h"
 #include "reader/problems.h"
 #include "reader/select.h"
+#include "reader/snapshot.h"
 #include "reader/units.h"
 
 namespace Show {

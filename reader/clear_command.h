@@ -3,10 +3,11 @@
 
 #include <iosfwd>
 
-#include "reader/asking.h"
-#include "reader/options.h"
-
 namespace Show {
+
+class Asking;
+struct ControlWorld;
+struct Options;
 
 // Clears what the options name, everything for "all", and tells it to `out`. Many names are several
 // requests. Throws NoAnswer; where a name means nothing that can be cleared, nothing was.

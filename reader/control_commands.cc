@@ -8,7 +8,8 @@
 #include "reader/asking.h"
 #include "reader/clear_command.h"
 #include "reader/control_client.h"
-#include "reader/json_view.h"
+#include "reader/json_pieces.h"
+#include "reader/options.h"
 #include "reader/poll_command.h"
 #include "reader/reset_command.h"
 #include "reader/source.h"
@@ -88,7 +89,7 @@ void print(Json const& answer, std::ostream& out) {
 
 void printAnswer(Json answer, Json const& done, std::ostream& out) {
   for (auto const& [member, value] : done.items()) answer[member] = value;
-  out << answer.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
+  out << jsonText(answer, true);
 }
 
 Json noAnswer(char const* why) {

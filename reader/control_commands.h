@@ -3,11 +3,12 @@
 
 #include <iosfwd>
 
-#include "reader/asking.h"
 #include "reader/exit_code.h"
-#include "reader/options.h"
 
 namespace Show {
+
+struct ControlWorld;
+struct Options;
 
 // Does what the options ask for. The answer goes to `out`: as the agent gave it with options.json,
 // else in a form for people and scripts; what is wrong goes to `err`.

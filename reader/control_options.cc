@@ -84,7 +84,7 @@ ControlOptions::ControlOptions(CLI::App& app, Options& options)
     auto& added = all.clears.emplace_back(
         Commands::Clear{clear.add_subcommand(name, about), command, takes, {}});
     addCommon(*added.app);
-    return *added.app->add_option(placeholder, added.names, aboutWord)->type_name("")->required();
+    return *added.app->add_option(placeholder, added.names, aboutWord)->type_name("");
   };
   addClear("copp",
            "Reset classes of the control plane's policing: show copp tells the packets since then",
@@ -103,7 +103,7 @@ ControlOptions::ControlOptions(CLI::App& app, Options& options)
                        "  oru-counters poll eth0 --kind port\n"
                        "  oru-counters poll Vlan7 Cpu\n",
                        Options::Command::poll);
-  poll.add_option("NAME", options.names, kAllOrNames)->type_name("")->required();
+  poll.add_option("NAME", options.names, kAllOrNames)->type_name("");
   poll.add_option("--kind", options.kind, "One kind alone: " + pollKindNames())
       ->type_name("KIND")
       ->check([](std::string const& kind) {
@@ -177,7 +177,9 @@ std::optional<std::string> ControlOptions::wrong() const {
   auto const& names = _options.names;
   if (_namesBesides)
     return "'" + command + "' takes " + clear->takes + ", and no names of interfaces before them";
-  if (names.empty()) return "'" + command + "' must be told what: all, or names";
+  if (names.empty())
+    return "'" + command + "' must be told what: all, or " +
+           (clear != nullptr ? clear->takes : "names");
   if (std::find(names.begin(), names.end(), "") != names.end())
     return "'" + command + "': a name is empty";
   if (names.size() != 1 && std::find(names.begin(), names.end(), kAll) != names.end())

@@ -1,12 +1,13 @@
 #include "reader/copp_view.h"
 
+#include <nlohmann/json.hpp>
 #include <utility>
 
+#include "reader/cells.h"
 #include "reader/counters.h"
-#include "reader/json_view.h"
+#include "reader/json_pieces.h"
 #include "reader/text_table.h"
 #include "reader/units.h"
-#include "reader/views.h"
 
 namespace Show {
 

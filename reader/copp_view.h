@@ -1,7 +1,7 @@
 // The table that `show copp` prints, and what it says as JSON.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <vector>
 

@@ -6,14 +6,10 @@
 #include <string_view>
 #include <vector>
 
+#include "reader/basis.h"
 #include "reader/snapshot.h"
 
 namespace Show {
-
-enum class Basis {
-  total,       // as published
-  sinceClear,  // since the last clear
-};
 
 // What was counted since the clear. A clear that is ahead of the total is of other counters than
 // these, and says nothing.

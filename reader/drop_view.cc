@@ -2,9 +2,9 @@
 
 #include <string>
 
+#include "reader/cells.h"
 #include "reader/text_table.h"
 #include "reader/units.h"
-#include "reader/views.h"
 
 namespace Show {
 
@@ -31,10 +31,7 @@ std::vector<Line> dropsView(Snapshot const& snapshot, std::size_t width) {
                    {"ACL dropped packets"},
                    {"Row", left, 1}});
   for (Intf const& intf : snapshot.interfaces)
-    table.add({{nameCell(intf),
-                kernelNameCell(intf),
-                {std::string(stateName(intf))},
-                countCell(aclDropPkts(intf)),
+    table.add({{nameCell(intf), kernelNameCell(intf), stateCell(intf), countCell(aclDropPkts(intf)),
                 currentCell(snapshot, intf)},
                rowStyle(intf)});
   std::vector<Line> lines;

@@ -1,13 +1,13 @@
 #include "reader/json_view.h"
 
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <span>
 #include <string_view>
-#include <utility>
 
-#include "reader/agent_status.h"
 #include "reader/counters.h"
-#include "reader/views.h"
+#include "reader/json_pieces.h"
+#include "reader/snapshot.h"
 
 namespace Show {
 
@@ -84,11 +84,6 @@ Json interfaceJson(Snapshot const& snapshot, Intf const& intf) {
   return json;
 }
 
-}  // namespace
-
-Json textJson(std::string_view text) { return text.empty() ? Json() : Json(std::string(text)); }
-Json timeJson(double seconds) { return seconds > 0.0 ? Json(seconds) : Json(); }
-
 Json vlanIntfJson(Snapshot const& snapshot, Intf const& intf) {
   Json json = intfJson(snapshot, intf);
   json.update(sampleJson(snapshot, intf));
@@ -96,6 +91,8 @@ Json vlanIntfJson(Snapshot const& snapshot, Intf const& intf) {
   json["counters"] = countersJson(intf, Basis::total, kIntfNames);
   return json;
 }
+
+}  // namespace
 
 Json intfJson(Snapshot const& snapshot, Intf const& intf) {
   Json json{{"name", intf.intfId.view()}, {"kernelName", textJson(intf.kernelName())},
@@ -121,43 +118,22 @@ Json sampleJson(Snapshot const& snapshot, Intf const& intf) {
           {"age", orNull(age(snapshot, intf))}};
 }
 
-Json problemsJson(std::vector<Problem> const& problems) {
-  Json json = Json::array();
-  for (Problem const& problem : problems)
-    json.push_back({{"exitCode", number(problem.code)}, {"text", problem.text}});
-  return json;
-}
-
-Json agentJson(AgentStatus const& agent) {
-  Json json{{"state", name(agent.state)}, {"pid", nullptr}, {"heartbeatAge", nullptr}};
-  if (agent.state == AgentState::unknown) return json;
-  json["pid"] = agent.pid;
-  json["heartbeatAge"] = agent.heartbeatAge;
-  return json;
-}
-
-Json json(Snapshot const& snapshot, std::vector<Problem> const& problems) {
-  return json(snapshot, problems, interfaceJson);
-}
-
-Json json(Snapshot const& snapshot, std::vector<Problem> const& problems,
-          IntfToJson const& toJson) {
+Json arrayOf(Snapshot const& snapshot, Json (*toJson)(Snapshot const&, Intf const&)) {
   Json all = Json::array();
   for (Intf const& intf : snapshot.interfaces) all.push_back(toJson(snapshot, intf));
-  return json(snapshot, problems, "interfaces", std::move(all));
+  return all;
 }
 
-Json json(Snapshot const& snapshot, std::vector<Problem> const& problems, char const* arrayName,
-          Json array) {
+Json interfacesJson(Snapshot const& snapshot) { return arrayOf(snapshot, interfaceJson); }
+Json vlanIntfsJson(Snapshot const& snapshot) { return arrayOf(snapshot, vlanIntfJson); }
+
+std::string jsonText(Snapshot const& snapshot, std::vector<Problem> const& problems,
+                     JsonArray const& array, bool oneLine) {
   Json json{{"format", kJsonFormat},           {"time", snapshot.now},
             {"directory", snapshot.directory}, {"agent", agentJson(snapshot.agent)},
             {"tables", tablesJson(snapshot)},  {"problems", problemsJson(problems)}};
-  json[arrayName] = std::move(array);
-  return json;
-}
-
-std::string jsonText(Json const& value, bool oneLine) {
-  return value.dump(oneLine ? -1 : 2, ' ', false, Json::error_handler_t::replace) + "\n";
+  json[array.name] = array.json(snapshot);
+  return jsonText(json, oneLine);
 }
 
 }  // namespace Show

@@ -15,6 +15,7 @@
 #include "reader/plain_top.h"
 #include "reader/screen.h"
 #include "reader/show.h"
+#include "reader/show_commands.h"
 #include "reader/source.h"
 #include "reader/tables_dump.h"
 #include "reader/tables_list.h"
@@ -69,12 +70,13 @@ Place placeOfOutput() {
 
 ExitCode showOrTop(Options const& options) {
   heedSignals();
-  Source source(options.directory, options.trust(), tablesOf(options.command),
-                intfKindOf(options.command));
+  bool const top = options.command == Options::Command::top;
+  ShowCommand const& shown = top ? kShowInterfaces : *options.show;
+  Source source(options.directory, options.trust(), {shown.tables.begin(), shown.tables.end()},
+                shown.intfKind);
   RealPace pace;
   auto const take = [&source](double now) { return source.take(now); };
-  if (options.command != Options::Command::top)
-    return show(options, take(pace.wallClock()), placeOfOutput(), std::cout, std::cerr);
+  if (!top) return show(options, take(pace.wallClock()), placeOfOutput(), std::cout, std::cerr);
   if (::isatty(STDOUT_FILENO) == 1 && ::isatty(STDIN_FILENO) == 1 && !options.duration &&
       !options.json) {
     auto const code = screenTop(options, take, pace, coloursWanted(), [] { return asked != 0; });
@@ -98,12 +100,7 @@ ExitCode run(int argc, char const* const* argv) {
   if (auto const end = parse(argc, argv, options, std::cout, std::cerr)) return *end;
   double const now = Kel::System::currentTime();
   switch (options.command) {
-    case Options::Command::showInterfaces:
-    case Options::Command::showQueues:
-    case Options::Command::showDrops:
-    case Options::Command::showVlanInterfaces:
-    case Options::Command::showCopp:
-    case Options::Command::showVlans:
+    case Options::Command::show:
     case Options::Command::top:
       break;
     case Options::Command::tablesList:

@@ -6,20 +6,18 @@
 #include <string>
 #include <vector>
 
+#include "reader/basis.h"
 #include "reader/exit_code.h"
-#include "reader/top_table.h"
+#include "reader/sort_key.h"
 #include "reader/trust.h"
 
 namespace Show {
 
+struct ShowCommand;
+
 struct Options {
   enum class Command {
-    showInterfaces,
-    showQueues,
-    showDrops,
-    showVlanInterfaces,
-    showCopp,
-    showVlans,
+    show,
     top,
     tablesList,
     tablesVerify,
@@ -34,18 +32,17 @@ struct Options {
     set
   };
 
-  Command command = Command::showInterfaces;
+  Command command = Command::show;
+  ShowCommand const* show = nullptr;  // which; not null where that is the command
   std::string directory;
   bool directoryNamed = false;     // by the user; else it is the usual one
   std::vector<std::string> names;  // of interfaces, classes, VLANs or tables; none: all
   bool json = false;
   bool sinceClear = false;
 
-  // show interfaces
+  // flags of commands `show`, which say what they do
   bool errors = false;
-  bool rates = false;  // of show vlan-interfaces too
-
-  // show copp
+  bool rates = false;
   bool sinceReset = false;
 
   // top

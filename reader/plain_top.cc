@@ -5,12 +5,14 @@
 #include <utility>
 #include <vector>
 
+#include "reader/agent_line.h"
 #include "reader/clock_text.h"
 #include "reader/json_view.h"
 #include "reader/live_rates.h"
+#include "reader/options.h"
 #include "reader/problems.h"
 #include "reader/select.h"
-#include "reader/views.h"
+#include "reader/top_table.h"
 
 namespace Show {
 
@@ -61,7 +63,7 @@ ExitCode plainTop(Options const& options, std::function<Snapshot(double now)> co
     rates.see(snapshot);
     sort(snapshot, top);
     if (options.json)
-      out << jsonText(json(snapshot, told), true);
+      out << jsonText(snapshot, told, kInterfacesArray, true);
     else
       out << (first ? "" : "\n") << tableText(snapshot, errors, top);
     out.flush();

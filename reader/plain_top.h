@@ -5,10 +5,11 @@
 #include <iosfwd>
 
 #include "reader/exit_code.h"
-#include "reader/options.h"
 #include "reader/snapshot.h"
 
 namespace Show {
+
+struct Options;
 
 // Time, as a seam: a test lets hours pass at once.
 class Pace {

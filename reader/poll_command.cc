@@ -2,13 +2,17 @@
 
 #include <algorithm>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <ostream>
 #include <string>
 #include <vector>
 
+#include "reader/asking.h"
 #include "reader/control_client.h"
+#include "reader/options.h"
 #include "reader/problems.h"
 #include "reader/select.h"
+#include "reader/snapshot.h"
 #include "reader/units.h"
 
 namespace Show {

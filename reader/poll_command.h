@@ -5,10 +5,11 @@
 #include <iosfwd>
 #include <string_view>
 
-#include "reader/asking.h"
-#include "reader/options.h"
-
 namespace Show {
+
+class Asking;
+struct ControlWorld;
+struct Options;
 
 // A kind of counter, and where the agent keeps the pollers of it.
 struct PollKind {

@@ -1,41 +1,51 @@
 #include "reader/problems.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
+#include <cctype>
 #include <ostream>
 
+#include "reader/snapshot.h"
 #include "reader/units.h"
 
 namespace Show {
 
 namespace {
 
-// Not every chip counts everything, and an agent of an older version knows of fewer tables.
-std::string_view whyMissing(Table table) {
-  switch (table) {
-    case Table::queueCounters:
-    case Table::clearQueueCounters:
-      return "the agent counts no queues; it may be of an older version";
-    case Table::aclDropCounters:
-      return "the agent's chip counts no ACL drops, or the agent is of an older version";
-    case Table::vlanIntfCounters:
-      return "the agent counts no VLAN interfaces; it may be of an older version";
-    case Table::coppCounters:
-      return "the agent's chip has no control-plane policing, or the agent is of an older version "
-             "or has not started in full yet";
-    case Table::vlanCounters:
-    case Table::vlanCounterSnapshots:
-    case Table::vlanDescriptions:
-      return "the agent counts no VLANs; it may be of an older version";
-    default:
-      return kNotPublished;
+// Where a name of that kind is shown.
+std::string_view shownBy(IntfKind kind) {
+  switch (kind) {
+    case IntfKind::vlan:
+      return "of VLAN interfaces, see: oru-counters show vlan-interfaces";
+    case IntfKind::cpuPort:
+      return "of the CPU port, see: oru-counters show copp";
+    case IntfKind::ethernet:
+      break;
   }
+  return "of Ethernet interfaces, see: oru-counters show interfaces";
+}
+
+// As the names of interfaces are written, whatever the user's hand wrote.
+std::string capitalised(std::string name) {
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    auto const c = static_cast<unsigned char>(name[i]);
+    name[i] = static_cast<char>(i == 0 ? std::toupper(c) : std::tolower(c));
+  }
+  return name;
 }
 
 std::string unknownText(std::string const& name, Named const& named) {
   std::string const text = "there is no " + std::string(named.noun) + " " + printable(name);
-  bool const vlan = named.table == Table::counters && Pekt::IntfId::isName(name) &&
-                    kindOf(name) == IntfKind::vlan;
-  return vlan ? text + " here; of VLAN interfaces, see: oru-counters show vlan-interfaces" : text;
+  bool const vlans = named.table == Table::vlanIntfCounters;
+  if (named.table != Table::counters && !vlans) return text;
+  if (Pekt::IntfId::isName(name)) {
+    IntfKind const kind = kindOf(name);
+    if (kind == (vlans ? IntfKind::vlan : IntfKind::ethernet)) return text;
+    return text + " here; " + std::string(shownBy(kind));
+  }
+  std::string const usual = capitalised(name);
+  return Pekt::IntfId::isName(usual) ? text + "; such names are written " + usual : text;
 }
 
 }  // namespace
@@ -85,6 +95,10 @@ std::string tableText(TablePlace const& place, Glim::Answer answer, std::string 
 }
 
 Problem noTables(std::string const& directory) {
+  struct stat status {};
+  if (::stat(directory.c_str(), &status) == 0 && !S_ISDIR(status.st_mode))
+    return {ExitCode::tableMissing,
+            "there are no tables in " + directory + ", which is no directory"};
   return {ExitCode::tableMissing, "there are no tables in " + directory +
                                       "; start the agent with: oru-agentd --tables " + directory};
 }

@@ -7,9 +7,11 @@
 #include <vector>
 
 #include "reader/exit_code.h"
-#include "reader/snapshot.h"
+#include "reader/table.h"
 
 namespace Show {
+
+struct Snapshot;
 
 struct Problem {
   ExitCode code = ExitCode::failed;
@@ -24,7 +26,6 @@ struct TablePlace {
   bool directoryNamed = true;  // by the user
   std::string file;            // within the directory
 };
-inline constexpr std::string_view kNotPublished = "the agent has not published it";
 std::string tableText(TablePlace const& place, Glim::Answer answer, std::string const& stranger,
                       std::string_view whyMissing = kNotPublished);
 // There is no table at all.

@@ -1,10 +1,13 @@
 #include "reader/queue_json.h"
 
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "reader/drop_view.h"
+#include "reader/json_pieces.h"
 #include "reader/json_view.h"
 #include "reader/queue_counters.h"
+#include "reader/snapshot.h"
 
 namespace Show {
 
@@ -27,9 +30,7 @@ Json queueJson(Queue const& queue, QueueValues const& sinceClear) {
   return json;
 }
 
-}  // namespace
-
-Json queuesJson(Snapshot const& snapshot, Intf const& intf) {
+Json queuesOf(Snapshot const& snapshot, Intf const& intf) {
   Json json = intfJson(snapshot, intf);
   json.update(sampleJson(snapshot, intf));
   json["cleared"] = orNull(cleared(intf));
@@ -46,10 +47,15 @@ Json queuesJson(Snapshot const& snapshot, Intf const& intf) {
   return json;
 }
 
-Json dropsJson(Snapshot const& snapshot, Intf const& intf) {
+Json dropsOf(Snapshot const& snapshot, Intf const& intf) {
   Json json = intfJson(snapshot, intf);
   json["aclDropPkts"] = orNull(aclDropPkts(intf));
   return json;
 }
+
+}  // namespace
+
+Json queuesJson(Snapshot const& snapshot) { return arrayOf(snapshot, queuesOf); }
+Json dropsJson(Snapshot const& snapshot) { return arrayOf(snapshot, dropsOf); }
 
 }  // namespace Show

@@ -1,14 +1,14 @@
-// What `show queues --json` and `show drops --json` say of an interface; docs/oru-counters.md lists
-// the keys, which are stable.
+// What `show queues --json` and `show drops --json` say of the interfaces; docs/oru-counters.md
+// lists the keys, which are stable.
 #pragma once
 
-#include <nlohmann/json.hpp>
-
-#include "reader/snapshot.h"
+#include <nlohmann/json_fwd.hpp>
 
 namespace Show {
 
-nlohmann::ordered_json queuesJson(Snapshot const& snapshot, Intf const& intf);
-nlohmann::ordered_json dropsJson(Snapshot const& snapshot, Intf const& intf);
+struct Snapshot;
+
+nlohmann::ordered_json queuesJson(Snapshot const& snapshot);
+nlohmann::ordered_json dropsJson(Snapshot const& snapshot);
 
 }  // namespace Show

@@ -4,10 +4,10 @@
 #include <string>
 #include <utility>
 
+#include "reader/cells.h"
 #include "reader/queue_counters.h"
 #include "reader/text_table.h"
 #include "reader/units.h"
-#include "reader/views.h"
 
 namespace Show {
 

@@ -3,15 +3,19 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <ostream>
 #include <string>
 #include <vector>
 
+#include "reader/asking.h"
 #include "reader/clock_text.h"
 #include "reader/control_client.h"
+#include "reader/options.h"
 #include "reader/poll_command.h"
 #include "reader/problems.h"
 #include "reader/select.h"
+#include "reader/snapshot.h"
 #include "reader/units.h"
 
 namespace Show {

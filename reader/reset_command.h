@@ -3,10 +3,11 @@
 
 #include <iosfwd>
 
-#include "reader/asking.h"
-#include "reader/options.h"
-
 namespace Show {
+
+class Asking;
+struct ControlWorld;
+struct Options;
 
 // Resets the classes that the options name, all of them for "all", and tells it to `out`. Classes
 // are reset by the state machine of their policy map, which must be watched. It passes over a class

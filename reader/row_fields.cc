@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <nlohmann/json.hpp>
 #include <string_view>
 
 #include "platform/pekt/intf_id.h"

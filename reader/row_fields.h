@@ -2,8 +2,9 @@
 #pragma once
 
 #include <cstddef>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
+#include <vector>
 
 #include "platform/glim/schema.h"
 #include "platform/glim/table_check.h"

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "reader/options.h"
 #include "reader/problems.h"
 #include "reader/select.h"
 #include "reader/terminal_type.h"

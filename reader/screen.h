@@ -5,11 +5,12 @@
 #include <optional>
 
 #include "reader/exit_code.h"
-#include "reader/options.h"
 #include "reader/plain_top.h"
 #include "reader/snapshot.h"
 
 namespace Show {
+
+struct Options;
 
 // Until the user quits, or the program is asked to end. Nothing when the terminal cannot show it:
 // its type is unknown.

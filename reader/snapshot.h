@@ -2,8 +2,6 @@
 // alone, so that they can be tried without a table or an agent.
 #pragma once
 
-#include <array>
-#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -11,12 +9,15 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/bridging/vlan_counter_tables.h"
+#include "platform/bridging/vlan_counter.h"
 #include "platform/bridging/vlan_description.h"
-#include "platform/glim/answer.h"
-#include "platform/interface/counter_tables.h"
+#include "platform/interface/drop_counter.h"
+#include "platform/interface/eth_intf_counter.h"
 #include "platform/interface/intf_description.h"
-#include "platform/qos/copp_class_tables.h"
+#include "platform/interface/queue_counter.h"
+#include "platform/interface/vlan_intf_counter.h"
+#include "platform/qos/copp_class_counter.h"
+#include "reader/table.h"
 
 namespace Show {
 
@@ -61,17 +62,6 @@ struct Vlan {
   std::optional<Bridging::VlanDescription> description;
 };
 
-// How the reading of one table went.
-struct TableRead {
-  Glim::Answer answer = Glim::Answer::missing;  // of the whole table
-  std::uint64_t rows = 0;                       // read
-  std::uint64_t corruptRows = 0;                // failed their checksum, and were left out
-  std::uint64_t busyRows = 0;                   // kept changing while they were read, likewise
-  // "alice (user 1000)", of a file that is unsafe since that is neither this user nor the
-  // superuser.
-  std::string stranger = {};
-};
-
 enum class AgentState {
   unknown,     // there is no table that would tell
   running,     // holds the tables, and its heartbeat is recent
@@ -87,35 +77,6 @@ struct AgentStatus {
   // Whether the rows are kept current.
   bool alive() const { return state == AgentState::running; }
 };
-
-// In the order in which they are told of.
-enum class Table : std::uint8_t {
-  counters,
-  clearCounters,
-  descriptions,
-  queueCounters,
-  clearQueueCounters,
-  aclDropCounters,
-  vlanIntfCounters,
-  coppCounters,
-  vlanCounters,
-  vlanCounterSnapshots,
-  vlanDescriptions,
-};
-inline constexpr std::array kTableNames{Interface::kIntfCounters,
-                                        Interface::kIntfClearCounters,
-                                        Interface::kIntfDescriptions,
-                                        Interface::kIntfQueueCounters,
-                                        Interface::kIntfClearQueueCounters,
-                                        Interface::kAclDropCounters,
-                                        Interface::kVlanIntfCounters,
-                                        Qos::kCoppCounters,
-                                        Bridging::kVlanCounters,
-                                        Bridging::kVlanCounterSnapshots,
-                                        Bridging::kVlanDescriptions};
-constexpr std::string_view name(Table table) {
-  return kTableNames[static_cast<std::size_t>(table)];
-}
 
 struct Snapshot {
   double now = 0.0;  // seconds since the epoch

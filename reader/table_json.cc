@@ -1,8 +1,9 @@
 #include "reader/table_json.h"
 
+#include <nlohmann/json.hpp>
+
 #include "reader/agent_status.h"
-#include "reader/json_view.h"
-#include "reader/row_fields.h"
+#include "reader/json_pieces.h"
 
 namespace Show {
 

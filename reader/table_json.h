@@ -1,7 +1,7 @@
 // What the JSON of the commands about tables has in common.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <vector>
 
 #include "reader/table_files.h"

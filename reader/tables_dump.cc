@@ -1,11 +1,13 @@
 #include "reader/tables_dump.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <ostream>
 
 #include "platform/glim/header_check.h"
 #include "reader/agent_status.h"
-#include "reader/json_view.h"
+#include "reader/json_pieces.h"
+#include "reader/options.h"
 #include "reader/row_fields.h"
 #include "reader/table_files.h"
 #include "reader/table_json.h"

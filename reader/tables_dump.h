@@ -4,9 +4,10 @@
 #include <iosfwd>
 
 #include "reader/exit_code.h"
-#include "reader/options.h"
 
 namespace Show {
+
+struct Options;
 
 // `now` is seconds since the epoch. REQUIRES: options.names has one name
 ExitCode tablesDump(Options const& options, double now, std::ostream& out, std::ostream& err);

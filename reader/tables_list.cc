@@ -4,15 +4,17 @@
 
 #include <algorithm>
 #include <fstream>
+#include <nlohmann/json.hpp>
 #include <ostream>
 #include <utility>
 
 #include "reader/agent_status.h"
-#include "reader/json_view.h"
+#include "reader/json_pieces.h"
+#include "reader/options.h"
 #include "reader/table_files.h"
 #include "reader/table_json.h"
+#include "reader/text_table.h"
 #include "reader/units.h"
-#include "reader/views.h"
 
 namespace Show {
 

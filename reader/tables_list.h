@@ -4,10 +4,11 @@
 #include <iosfwd>
 
 #include "reader/exit_code.h"
-#include "reader/options.h"
-#include "reader/show.h"
+#include "reader/place.h"
 
 namespace Show {
+
+struct Options;
 
 // `now` is seconds since the epoch.
 ExitCode tablesList(Options const& options, double now, Place const& place, std::ostream& out,

@@ -1,6 +1,7 @@
 #include "reader/text_table.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "reader/units.h"
 
@@ -79,6 +80,14 @@ TextTable::Text TextTable::text(std::size_t width) const {
     }));
   }
   return text;
+}
+
+void appendTable(std::vector<Line>& lines, TextTable::Text text) {
+  lines.push_back(std::move(text.title));
+  std::move(text.rows.begin(), text.rows.end(), std::back_inserter(lines));
+  if (text.hidden != 0)
+    lines.push_back(
+        {{counted(text.hidden, "column") + " hidden: the terminal is too narrow", Style::dim}});
 }
 
 }  // namespace Show

@@ -47,4 +47,7 @@ class TextTable {
   std::vector<Row> _rows;
 };
 
+// A table below what is there; with a line that tells how many columns had no room, if any.
+void appendTable(std::vector<Line>& lines, TextTable::Text text);
+
 }  // namespace Show

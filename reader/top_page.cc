@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "reader/agent_line.h"
 #include "reader/clock_text.h"
 #include "reader/units.h"
-#include "reader/views.h"
 
 namespace Show {
 

@@ -6,9 +6,11 @@
 #include <string>
 #include <utility>
 
+#include "reader/cells.h"
+#include "reader/counters.h"
+#include "reader/intf_state.h"
 #include "reader/live_rates.h"
 #include "reader/units.h"
-#include "reader/views.h"
 
 namespace Show {
 
@@ -120,13 +122,11 @@ TextTable topTable(Snapshot const& snapshot, ErrorWatch const& errors, TopOption
   for (Intf const& intf : snapshot.interfaces) {
     Counters const counters(intf, options.basis);
     std::uint64_t const speed = intf.description ? intf.description->speed : 0;
-    TextTable::Row row{{nameCell(intf), kernelNameCell(intf), {std::string(stateName(intf))}},
-                       rowStyle(intf)};
+    TextTable::Row row{{nameCell(intf), kernelNameCell(intf), stateCell(intf)}, rowStyle(intf)};
     if (options.totals) {
       addTotals(row, counters);
     } else {
-      row.cells.push_back(
-          {speed != 0 ? bitsRate(static_cast<double>(speed)) : std::string(kNotAvailable)});
+      row.cells.push_back(speedCell(speed));
       addRates(row, intf);
     }
     row.cells.push_back(countCell(sum(counters["inDiscards"], counters["outDiscards"])));

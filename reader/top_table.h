@@ -1,28 +1,17 @@
 // The live table, without the screen: what to show of one snapshot after the others.
 #pragma once
 
-#include <array>
-#include <cstddef>
 #include <cstdint>
 #include <map>
-#include <string_view>
+#include <string>
 
-#include "reader/counters.h"
+#include "reader/basis.h"
 #include "reader/snapshot.h"
+#include "reader/sort_key.h"
 #include "reader/styled_text.h"
 #include "reader/text_table.h"
 
 namespace Show {
-
-enum class SortKey : std::uint8_t { name, in, out, errors };
-// As the command line names them.
-inline constexpr std::array<std::string_view, 4> kSortKeyNames{"name", "in", "out", "errors"};
-constexpr std::string_view name(SortKey key) {
-  return kSortKeyNames[static_cast<std::size_t>(key)];
-}
-constexpr SortKey nextKey(SortKey key) {
-  return static_cast<SortKey>((static_cast<std::size_t>(key) + 1) % kSortKeyNames.size());
-}
 
 // Whose errors are rising, seen from one snapshot to the next.
 class ErrorWatch {

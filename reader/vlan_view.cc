@@ -1,12 +1,13 @@
 #include "reader/vlan_view.h"
 
+#include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
 
-#include "reader/json_view.h"
+#include "reader/cells.h"
+#include "reader/json_pieces.h"
 #include "reader/text_table.h"
 #include "reader/units.h"
-#include "reader/views.h"
 #include "reader/vlan_counters.h"
 
 namespace Show {

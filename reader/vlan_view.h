@@ -1,7 +1,7 @@
 // The table that `show vlans` prints, and what it says as JSON.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <vector>
 
 #include "reader/counters.h"

@@ -9,8 +9,10 @@
 #include <utility>
 #include <vector>
 
+#include "reader/asking.h"
 #include "reader/control_client.h"
 #include "reader/control_commands.h"
+#include "reader/options.h"
 
 namespace Show {
 

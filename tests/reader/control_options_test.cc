@@ -43,6 +43,7 @@ TEST_F(ControlCommandLine, ClearCoppTakesClassesOrAll) {
   EXPECT_TRUE(sut.json);
   EXPECT_EQ(parse({"clear", "copp", "all"}), std::nullopt);
   EXPECT_EQ(parse({"clear", "copp"}), ExitCode::usage);
+  EXPECT_THAT(err.str(), HasSubstr("'clear copp' must be told what: all, or classes\n"));
   EXPECT_EQ(parse({"clear", "copp", "all", "copp-bgp"}), ExitCode::usage);
   EXPECT_EQ(parse({"clear", "Ethernet1", "copp", "all"}), ExitCode::usage);
 }
@@ -55,6 +56,7 @@ TEST_F(ControlCommandLine, ClearVlanTakesListsOrAll) {
   EXPECT_EQ(parse({"clear", "vlan", "all"}), std::nullopt);
   EXPECT_THAT(sut.names, ElementsAre("all"));
   EXPECT_EQ(parse({"clear", "vlan"}), ExitCode::usage);
+  EXPECT_THAT(err.str(), HasSubstr("'clear vlan' must be told what: all, or VLANs\n"));
   EXPECT_EQ(parse({"clear", "vlan", "all", "10"}), ExitCode::usage);
   EXPECT_THAT(err.str(), HasSubstr("'clear vlan all' takes no further names"));
   EXPECT_EQ(parse({"clear", "Ethernet1", "vlan", "10"}), ExitCode::usage);
@@ -78,6 +80,7 @@ TEST_F(ControlCommandLine, PollTakesNamesOrAllAndAKind) {
     EXPECT_EQ(sut.kind, kind);
   }
   EXPECT_EQ(parse({"poll"}), ExitCode::usage);
+  EXPECT_THAT(err.str(), HasSubstr("'poll' must be told what: all, or names\n"));
   EXPECT_EQ(parse({"poll", "all", "Ethernet1"}), ExitCode::usage);
   EXPECT_THAT(err.str(), HasSubstr("'poll all' takes no further names"));
   EXPECT_EQ(parse({"poll", "all", "--kind", "ports"}), ExitCode::usage);

@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <nlohmann/json.hpp>
+
+#include "reader/problems.h"
 #include "tests/reader/made_up.h"
 
 namespace Show {
@@ -21,7 +24,7 @@ class JsonView : public testing::Test {
   Intf& first() { return snapshot.interfaces[0]; }
   // As a program that reads our output sees it.
   Json parsed(std::vector<Problem> const& problems = {}) const {
-    return Json::parse(jsonText(json(snapshot, problems), true));
+    return Json::parse(jsonText(snapshot, problems, kInterfacesArray, true));
   }
   Json parsedIntf() const { return parsed()["interfaces"][0]; }
 
@@ -54,8 +57,9 @@ TEST_F(JsonView, EveryCounterIsThereByItsName) {
 
 TEST_F(JsonView, CountsAreExactIntegers) {
   first().counters->statistics.inOctets = 18446744073709551615u;
-  EXPECT_NE(jsonText(json(snapshot, {}), false).find("\"inOctets\": 18446744073709551615,"),
-            std::string::npos);
+  EXPECT_NE(
+      jsonText(snapshot, {}, kInterfacesArray, false).find("\"inOctets\": 18446744073709551615,"),
+      std::string::npos);
   EXPECT_EQ(parsedIntf()["counters"]["inOctets"].get<std::uint64_t>(), 18446744073709551615u);
 }
 
@@ -194,7 +198,7 @@ TEST_F(JsonView, MalformedTextIsReplaced) {
 }
 
 TEST_F(JsonView, OneLineIsOneLine) {
-  std::string const text = jsonText(json(snapshot, {}), true);
+  std::string const text = jsonText(snapshot, {}, kInterfacesArray, true);
   EXPECT_EQ(text.find('\n'), text.size() - 1);
 }
 

@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <sstream>
 
+#include "reader/show_commands.h"
+
 namespace Show {
 namespace {
 
@@ -28,7 +30,7 @@ class CommandLine : public testing::Test {
 
 TEST_F(CommandLine, ShowInterfacesTakesNames) {
   EXPECT_EQ(parse({"show", "interfaces", "Ethernet1", "eth*"}), std::nullopt);
-  EXPECT_EQ(sut.command, Options::Command::showInterfaces);
+  EXPECT_EQ(sut.show, &kShowInterfaces);
   EXPECT_THAT(sut.names, ElementsAre("Ethernet1", "eth*"));
   EXPECT_EQ(sut.basis(), Basis::total);
 }
@@ -43,7 +45,7 @@ TEST_F(CommandLine, ShowInterfacesTakesItsFlags) {
 TEST_F(CommandLine, ShowVlanInterfacesTakesNamesAndRates) {
   EXPECT_EQ(parse({"show", "vlan-interfaces", "Vlan7", "eth0.*", "--rates", "--json"}),
             std::nullopt);
-  EXPECT_EQ(sut.command, Options::Command::showVlanInterfaces);
+  EXPECT_EQ(sut.show, &kShowVlanInterfaces);
   EXPECT_THAT(sut.names, ElementsAre("Vlan7", "eth0.*"));
   EXPECT_TRUE(sut.rates && sut.json);
   for (char const* const flag : {"--errors", "--since-clear"})
@@ -52,7 +54,7 @@ TEST_F(CommandLine, ShowVlanInterfacesTakesNamesAndRates) {
 
 TEST_F(CommandLine, ShowCoppTakesClassesAndItsFlag) {
   EXPECT_EQ(parse({"show", "copp", "copp-*", "--since-reset", "--json"}), std::nullopt);
-  EXPECT_EQ(sut.command, Options::Command::showCopp);
+  EXPECT_EQ(sut.show, &kShowCopp);
   EXPECT_THAT(sut.names, ElementsAre("copp-*"));
   EXPECT_TRUE(sut.sinceReset && sut.json);
   EXPECT_EQ(parse({"show", "copp"}), std::nullopt);
@@ -61,12 +63,12 @@ TEST_F(CommandLine, ShowCoppTakesClassesAndItsFlag) {
 
 TEST_F(CommandLine, ShowVlansTakesListsAndFlags) {
   EXPECT_EQ(parse({"show", "vlans", "10-20,30", "40", "--since-clear", "--json"}), std::nullopt);
-  EXPECT_EQ(sut.command, Options::Command::showVlans);
+  EXPECT_EQ(sut.show, &kShowVlans);
   EXPECT_THAT(sut.names, ElementsAre("10-20,30", "40"));
   EXPECT_EQ(sut.basis(), Basis::sinceClear);
   EXPECT_TRUE(sut.json);
   EXPECT_EQ(parse({"show", "vlan"}), std::nullopt);
-  EXPECT_EQ(sut.command, Options::Command::showVlans);
+  EXPECT_EQ(sut.show, &kShowVlans);
   EXPECT_EQ(parse({"show", "vlans", "--rates"}), ExitCode::usage);
 }
 
@@ -79,7 +81,7 @@ TEST_F(CommandLine, ShowVlansRefusesWhatIsNoVlan) {
 
 TEST_F(CommandLine, ShowQueuesTakesNamesAndFlags) {
   EXPECT_EQ(parse({"show", "queues", "Ethernet1", "eth*"}), std::nullopt);
-  EXPECT_EQ(sut.command, Options::Command::showQueues);
+  EXPECT_EQ(sut.show, &kShowQueues);
   EXPECT_THAT(sut.names, ElementsAre("Ethernet1", "eth*"));
   EXPECT_EQ(sut.basis(), Basis::total);
   EXPECT_EQ(parse({"show", "queues", "--since-clear", "--json"}), std::nullopt);
@@ -89,7 +91,7 @@ TEST_F(CommandLine, ShowQueuesTakesNamesAndFlags) {
 
 TEST_F(CommandLine, ShowDropsTakesNamesAndJson) {
   EXPECT_EQ(parse({"show", "drops", "Ethernet1", "--json"}), std::nullopt);
-  EXPECT_EQ(sut.command, Options::Command::showDrops);
+  EXPECT_EQ(sut.show, &kShowDrops);
   EXPECT_THAT(sut.names, ElementsAre("Ethernet1"));
   EXPECT_TRUE(sut.json);
 }
@@ -194,26 +196,44 @@ TEST_F(CommandLine, WrongUsageIsRefusedWithAMessage) {
   }
 }
 
-TEST_F(CommandLine, ARefusalNamesTheWrongWordAndPointsToTheHelp) {
+TEST_F(CommandLine, ARefusalNamesTheWrongWordAndPointsToTheHelpOfItsCommand) {
   struct Case {
     std::vector<char const*> arguments;
     char const* word;
+    char const* help;
   };
   for (Case const& wrong :
-       {Case{{"--bogus"}, "--bogus"}, Case{{"bogus"}, "bogus"}, Case{{"show", "bogus"}, "bogus"},
-        Case{{"show", "--bogus"}, "--bogus"}, Case{{"top", "--bogus"}, "--bogus"},
-        Case{{"show", "interfaces", "--bogus"}, "--bogus"}, Case{{"show"}, "'show'"},
-        Case{{}, "a command is needed"}, Case{{"top", "--for", "abc"}, "--for: 'abc'"},
-        Case{{"top", "--for", "nan"}, "--for: 'nan'"}, Case{{"top", "--for"}, "--for"},
-        Case{{"top", "--interval", "5s"}, "--interval: '5s'"},
-        Case{{"top", "--sort", "colour"}, "'colour'"}}) {
+       {Case{{"--bogus"}, "oru-counters has no option --bogus", ""},
+        Case{{"bogus"}, "oru-counters has no command bogus; there are: show, top, tables", ""},
+        Case{{"sh", "interfaces"}, "no command sh; ", ""},
+        Case{{"show", "bogus"}, "'show' has no bogus; there are: interfaces, queues, ", "show "},
+        Case{{"show", "--bogus"}, "'show' has no option --bogus", "show "},
+        Case{{"top", "--bogus"}, "'top' has no option --bogus", "top "},
+        Case{{"show", "interfaces", "--bogus"},
+             "'show interfaces' has no option --bogus",
+             "show interfaces "},
+        Case{{"tables", "list", "bogus"}, "'tables list' does not take bogus", "tables list "},
+        Case{{"tables", "dump"}, "'tables dump': NAME is required", "tables dump "},
+        Case{{"show"}, "'show' must be told what", "show "}, Case{{}, "a command is needed", ""},
+        Case{{"top", "--for", "abc"}, "--for: 'abc'", "top "},
+        Case{{"top", "--for", "nan"}, "--for: 'nan'", "top "},
+        Case{{"top", "--for"}, "--for", "top "},
+        Case{{"top", "--interval", "5s"}, "--interval: '5s'", "top "},
+        Case{{"top", "--sort", "colour"}, "'colour'", "top "}}) {
     err.str("");
     EXPECT_EQ(parse(wrong.arguments), ExitCode::usage) << wrong.word;
     EXPECT_THAT(err.str(), testing::StartsWith("oru-counters: "));
     EXPECT_THAT(err.str(), HasSubstr(wrong.word));
-    EXPECT_THAT(err.str(), testing::EndsWith("\nTry 'oru-counters --help'.\n"));
+    EXPECT_THAT(err.str(),
+                testing::EndsWith("\nTry 'oru-counters " + std::string(wrong.help) + "--help'.\n"));
     EXPECT_THAT(err.str(), Not(HasSubstr("subcommand")));
   }
+}
+
+TEST_F(CommandLine, ShowThatIsNotToldWhatNamesEveryCommand) {
+  parse({"show"});
+  EXPECT_THAT(err.str(), HasSubstr("'show' must be told what: interfaces, queues, drops, "
+                                   "vlan-interfaces, vlans or copp\n"));
 }
 
 TEST_F(CommandLine, HelpTellsTheExitCodes) {

@@ -4,6 +4,7 @@
 
 #include <set>
 
+#include "reader/snapshot.h"
 #include "tests/reader/made_up.h"
 
 namespace Show {
@@ -34,6 +35,11 @@ TEST_F(ProblemsOfASnapshot, NoTablesAtAllIsOneProblemThatSaysWhatToDo) {
   EXPECT_EQ(found[0].text,
             "there are no tables in /tables; start the agent with: oru-agentd --tables /tables");
   EXPECT_EQ(exitCode(found), ExitCode::tableMissing);
+}
+
+TEST_F(ProblemsOfASnapshot, WhatIsNoDirectoryIsToldToBeNone) {
+  EXPECT_EQ(noTables("/dev/null").text, "there are no tables in /dev/null, which is no directory");
+  EXPECT_EQ(noTables("/dev/null").code, ExitCode::tableMissing);
 }
 
 TEST_F(ProblemsOfASnapshot, EachStateOfATableHasItsOwnMessage) {
@@ -91,6 +97,29 @@ TEST_F(ProblemsOfASnapshot, AnUnknownIntfIsNamed) {
   ASSERT_THAT(found, SizeIs(1));
   EXPECT_EQ(found[0].text, "there is no interface Ethernet7");
   EXPECT_EQ(exitCode(found), ExitCode::unknownName);
+}
+
+TEST_F(ProblemsOfASnapshot, AnIntfOfAnotherKindPointsToTheCommandThatShowsIt) {
+  snapshot.tables[Table::vlanIntfCounters].answer = Glim::Answer::ok;
+  auto const textOf = [this](char const* name, Named const& named) {
+    return problems(snapshot, {name}, named)[0].text;
+  };
+  Named const vlanIntfs{"VLAN interface", Table::vlanIntfCounters};
+  EXPECT_EQ(textOf("Vlan7", {}),
+            "there is no interface Vlan7 here; of VLAN interfaces, see: oru-counters show "
+            "vlan-interfaces");
+  EXPECT_EQ(textOf("Ethernet7", vlanIntfs),
+            "there is no VLAN interface Ethernet7 here; of Ethernet interfaces, see: oru-counters "
+            "show interfaces");
+  EXPECT_EQ(textOf("Cpu", {}),
+            "there is no interface Cpu here; of the CPU port, see: oru-counters show copp");
+  EXPECT_EQ(textOf("Vlan7", vlanIntfs), "there is no VLAN interface Vlan7");
+}
+
+TEST_F(ProblemsOfASnapshot, ANameInOtherLettersIsToldHowItIsWritten) {
+  EXPECT_EQ(problems(snapshot, {"eThErNeT7/1"})[0].text,
+            "there is no interface eThErNeT7/1; such names are written Ethernet7/1");
+  EXPECT_EQ(problems(snapshot, {"eth7"})[0].text, "there is no interface eth7");
 }
 
 TEST_F(ProblemsOfASnapshot, NoIntfIsCalledUnknownWhenTheTableCouldNotBeRead) {

@@ -2,7 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <nlohmann/json.hpp>
+
 #include "reader/json_view.h"
+#include "reader/problems.h"
 #include "tests/reader/made_up.h"
 
 namespace Show {
@@ -22,8 +25,8 @@ class QueueJson : public testing::Test {
  protected:
   QueueJson() { intf().queues = queueRow(intf(), 2); }
   Intf& intf() { return snapshot.interfaces[0]; }
-  Json whole(IntfToJson const& toJson = queuesJson) const {
-    return Json::parse(jsonText(json(snapshot, {}, toJson), true));
+  Json whole(Json (*toJson)(Snapshot const&) = queuesJson) const {
+    return Json::parse(jsonText(snapshot, {}, {"interfaces", toJson}, true));
   }
   Json parsed() const { return whole()["interfaces"][0]; }
   Json drops() const { return whole(dropsJson)["interfaces"][0]; }

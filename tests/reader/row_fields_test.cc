@@ -6,10 +6,11 @@
 #include <bit>
 #include <cstring>
 #include <limits>
+#include <nlohmann/json.hpp>
 
 #include "platform/pekt/intf_id.h"
 #include "platform/qos/copp_class_name.h"
-#include "reader/json_view.h"
+#include "reader/json_pieces.h"
 
 namespace Show {
 namespace {

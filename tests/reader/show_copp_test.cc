@@ -34,11 +34,11 @@ class ShowCopp : public Shown {
     snapshot.tables = {{Table::counters, {.answer = Glim::Answer::ok, .rows = 2}},
                        {Table::coppCounters, {.answer = Glim::Answer::ok, .rows = 3}}};
   }
-  ExitCode show() { return Shown::show(Command::showCopp); }
+  ExitCode show() { return Shown::show(kShowCopp); }
 };
 
 TEST_F(ShowCopp, TakesItsOwnTableAndTheOneThatTellsOfTheAgent) {
-  EXPECT_THAT(tablesOf(Command::showCopp), ElementsAre(Table::counters, Table::coppCounters));
+  EXPECT_THAT(kShowCopp.tables, ElementsAre(Table::counters, Table::coppCounters));
 }
 
 TEST_F(ShowCopp, ShowsTotalsAndPacketsSinceTheReset) {
@@ -79,7 +79,7 @@ TEST_F(ShowCopp, OfADeadAgentTheyAreStale) {
   killAgent(snapshot);
   show();
   EXPECT_THAT(out.str(), HasSubstr("  13:45:40  stale 0.4 s\n"));
-  EXPECT_EQ(json(Command::showCopp)["classes"][0]["stale"], true);
+  EXPECT_EQ(json(kShowCopp)["classes"][0]["stale"], true);
 }
 
 // A row of another chip's counts, say.
@@ -101,7 +101,7 @@ TEST_F(ShowCopp, ClassesAreSelectedByNameOrPattern) {
 TEST_F(ShowCopp, AsJsonEverythingIsThere) {
   for (auto& row : snapshot.classes)
     if (row.lastUpdate > 0.0) row.lastUpdate = kNow - 0.5;
-  EXPECT_EQ(json(Command::showCopp), Json::parse(R"({
+  EXPECT_EQ(json(kShowCopp), Json::parse(R"({
     "format": 1,
     "time": 1000000.0,
     "directory": "/tables",

@@ -21,21 +21,20 @@ class ShowCommands : public Shown {
 };
 
 TEST_F(ShowCommands, ShowInterfacesTakesNoTableOfQueuesOrDrops) {
-  for (Command const command : {Command::showInterfaces, Command::top})
-    EXPECT_THAT(tablesOf(command),
-                testing::ElementsAre(Table::counters, Table::clearCounters, Table::descriptions));
-  EXPECT_THAT(tablesOf(Command::showQueues), Not(Contains(Table::aclDropCounters)));
-  EXPECT_THAT(tablesOf(Command::showDrops), Not(Contains(Table::queueCounters)));
+  EXPECT_THAT(kShowInterfaces.tables,
+              testing::ElementsAre(Table::counters, Table::clearCounters, Table::descriptions));
+  EXPECT_THAT(kShowQueues.tables, Not(Contains(Table::aclDropCounters)));
+  EXPECT_THAT(kShowDrops.tables, Not(Contains(Table::queueCounters)));
 }
 
 TEST_F(ShowCommands, CountsThatWereClearedAreToldWhereTheyAreShownAsPublished) {
-  for (Command const command : {Command::showInterfaces, Command::showQueues}) {
-    show(command);
+  for (ShowCommand const* const command : {&kShowInterfaces, &kShowQueues}) {
+    show(*command);
     EXPECT_THAT(out.str(), Not(HasSubstr(kNote)));
   }
   clearFirst();
-  for (Command const command : {Command::showInterfaces, Command::showQueues}) {
-    show(command);
+  for (ShowCommand const* const command : {&kShowInterfaces, &kShowQueues}) {
+    show(*command);
     EXPECT_THAT(out.str(), StartsWith("Agent running, process 4711, heartbeat 0.4 s ago\n" +
                                       std::string(kNote) + "\nInterface"));
   }
@@ -44,41 +43,41 @@ TEST_F(ShowCommands, CountsThatWereClearedAreToldWhereTheyAreShownAsPublished) {
 TEST_F(ShowCommands, CountsSinceTheClearNeedNoNote) {
   clearFirst();
   options.sinceClear = true;
-  show(Command::showInterfaces);
+  show(kShowInterfaces);
   EXPECT_THAT(out.str(), AllOf(Not(HasSubstr(kNote)), HasSubstr("Cleared")));
 }
 
 TEST_F(ShowCommands, RatesSinceTheClearAreToldToBeTheSame) {
   options.rates = options.sinceClear = true;
-  show(Command::showInterfaces);
+  show(kShowInterfaces);
   EXPECT_THAT(out.str(), HasSubstr("\nA clear does not change them: "));
   options.errors = true;  // which are counts
-  show(Command::showInterfaces);
+  show(kShowInterfaces);
   EXPECT_THAT(out.str(), Not(HasSubstr("A clear does not change them")));
 }
 
 TEST_F(ShowCommands, AClearIsNotToldOfIntfsThatAreNotShown) {
   clearFirst();
   options.names = {"Ethernet2"};
-  show(Command::showInterfaces);
+  show(kShowInterfaces);
   EXPECT_THAT(out.str(), Not(HasSubstr(kNote)));
 }
 
 TEST_F(ShowCommands, AClearSaysNothingOfRatesAndDrops) {
   clearFirst();
-  show(Command::showDrops);
+  show(kShowDrops);
   EXPECT_THAT(out.str(), Not(HasSubstr(kNote)));
   options.rates = true;
-  show(Command::showInterfaces);
+  show(kShowInterfaces);
   EXPECT_THAT(out.str(), Not(HasSubstr(kNote)));
   options.errors = true;
-  show(Command::showInterfaces);
+  show(kShowInterfaces);
   EXPECT_THAT(out.str(), HasSubstr(kNote));
 }
 
 TEST_F(ShowCommands, WithoutItsTableOfDropsACommandSaysWhatThatMeans) {
   snapshot.tables[Table::aclDropCounters].answer = Glim::Answer::missing;
-  EXPECT_EQ(show(Command::showDrops), ExitCode::tableMissing);
+  EXPECT_EQ(show(kShowDrops), ExitCode::tableMissing);
   EXPECT_THAT(out.str(), IsEmpty());
   EXPECT_EQ(err.str(),
             "oru-counters: there is no table /tables/aclDropCounters.glim: the agent's chip counts "
@@ -87,7 +86,7 @@ TEST_F(ShowCommands, WithoutItsTableOfDropsACommandSaysWhatThatMeans) {
 
 TEST_F(ShowCommands, WithoutItsTableOfQueuesACommandSaysWhatThatMeans) {
   snapshot.tables[Table::queueCounters].answer = Glim::Answer::missing;
-  EXPECT_EQ(show(Command::showQueues), ExitCode::tableMissing);
+  EXPECT_EQ(show(kShowQueues), ExitCode::tableMissing);
   EXPECT_THAT(out.str(), IsEmpty());
   EXPECT_EQ(err.str(),
             "oru-counters: there is no table /tables/intfQueueCounters.glim: the agent counts no "
@@ -97,15 +96,15 @@ TEST_F(ShowCommands, WithoutItsTableOfQueuesACommandSaysWhatThatMeans) {
 TEST_F(ShowCommands, WithoutTheQueuesAtTheClearTheirCountsAreShown) {
   snapshot.tables[Table::clearQueueCounters].answer = Glim::Answer::missing;
   snapshot.interfaces[0].queues = queueRow(snapshot.interfaces[0], 1);
-  EXPECT_EQ(show(Command::showQueues), ExitCode::tableMissing);
+  EXPECT_EQ(show(kShowQueues), ExitCode::tableMissing);
   EXPECT_THAT(out.str(), HasSubstr("Ethernet1  eth0        0  unicast      100"));
   EXPECT_THAT(err.str(), HasSubstr("intfClearQueueCounters.glim"));
 }
 
 TEST_F(ShowCommands, WithoutIntfsACommandSaysSo) {
   snapshot.interfaces.clear();
-  for (Command const command : {Command::showInterfaces, Command::showQueues, Command::showDrops}) {
-    EXPECT_EQ(show(command), ExitCode::ok);
+  for (ShowCommand const* const command : {&kShowInterfaces, &kShowQueues, &kShowDrops}) {
+    EXPECT_EQ(show(*command), ExitCode::ok);
     EXPECT_THAT(out.str(), HasSubstr("\nNo interfaces.\n"));
   }
 }

@@ -49,17 +49,16 @@ class ShowVlanInterfaces : public Shown {
     snapshot.interfaces[1].vlanCounters->statistics.lastUpdate = 0.0;
   }
   Intf& first() { return snapshot.interfaces[0]; }
-  ExitCode show() { return Shown::show(Command::showVlanInterfaces); }
+  ExitCode show() { return Shown::show(kShowVlanInterfaces); }
 };
 
 TEST_F(ShowVlanInterfaces, TakesItsOwnTable) {
-  EXPECT_THAT(tablesOf(Command::showVlanInterfaces),
+  EXPECT_THAT(kShowVlanInterfaces.tables,
               ElementsAre(Table::counters, Table::descriptions, Table::vlanIntfCounters));
-  EXPECT_EQ(intfKindOf(Command::showVlanInterfaces), IntfKind::vlan);
-  for (Command const other :
-       {Command::showInterfaces, Command::showQueues, Command::showDrops, Command::top}) {
-    EXPECT_THAT(tablesOf(other), Not(testing::Contains(Table::vlanIntfCounters)));
-    EXPECT_EQ(intfKindOf(other), IntfKind::ethernet);
+  EXPECT_EQ(kShowVlanInterfaces.intfKind, IntfKind::vlan);
+  for (ShowCommand const* const other : {&kShowInterfaces, &kShowQueues, &kShowDrops}) {
+    EXPECT_THAT(other->tables, Not(testing::Contains(Table::vlanIntfCounters)));
+    EXPECT_EQ(other->intfKind, IntfKind::ethernet);
   }
 }
 
@@ -111,7 +110,7 @@ TEST_F(ShowVlanInterfaces, IsSelectedByNameKernelNameOrPattern) {
 TEST_F(ShowVlanInterfaces, AsJsonEverythingIsThere) {
   first().description->ifIndex = 12;
   first().vlanCounters->statistics.lastUpdate = kNow - 0.5;
-  EXPECT_EQ(json(Command::showVlanInterfaces), Json::parse(R"({
+  EXPECT_EQ(json(kShowVlanInterfaces), Json::parse(R"({
     "format": 1,
     "time": 1000000.0,
     "directory": "/tables",
@@ -163,7 +162,7 @@ TEST_F(ShowVlanInterfaces, WithoutAnyItSaysSo) {
 TEST_F(ShowVlanInterfaces, OtherCommandsPointToIt) {
   snapshot.interfaces = {intf("Ethernet1", "eth0")};
   options.names = {"Vlan7"};
-  EXPECT_EQ(Shown::show(Command::showInterfaces), ExitCode::unknownName);
+  EXPECT_EQ(Shown::show(kShowInterfaces), ExitCode::unknownName);
   EXPECT_EQ(err.str(),
             "oru-counters: there is no interface Vlan7 here; of VLAN interfaces, see: oru-counters "
             "show vlan-interfaces\n");

@@ -42,15 +42,14 @@ class ShowVlans : public Shown {
   Vlan& first() { return snapshot.vlans[0]; }
   Vlan& second() { return snapshot.vlans[1]; }
   Vlan& last() { return snapshot.vlans[2]; }
-  ExitCode show() { return Shown::show(Command::showVlans); }
+  ExitCode show() { return Shown::show(kShowVlans); }
 };
 
 TEST_F(ShowVlans, TakesItsOwnTablesAndTheOneThatTellsOfTheAgent) {
-  EXPECT_THAT(tablesOf(Command::showVlans),
-              ElementsAre(Table::counters, Table::vlanCounters, Table::vlanCounterSnapshots,
-                          Table::vlanDescriptions));
-  for (Command const other : {Command::showInterfaces, Command::showVlanInterfaces, Command::top})
-    EXPECT_THAT(tablesOf(other), Not(testing::Contains(Table::vlanCounters)));
+  EXPECT_THAT(kShowVlans.tables, ElementsAre(Table::counters, Table::vlanCounters,
+                                             Table::vlanCounterSnapshots, Table::vlanDescriptions));
+  for (ShowCommand const* const other : {&kShowInterfaces, &kShowVlanInterfaces})
+    EXPECT_THAT(other->tables, Not(testing::Contains(Table::vlanCounters)));
 }
 
 TEST_F(ShowVlans, ShowsTotals) {
@@ -110,7 +109,7 @@ TEST_F(ShowVlans, OfADeadAgentTheyAreStale) {
   killAgent(snapshot);
   show();
   EXPECT_THAT(out.str(), HasSubstr("  stale 0.5 s  guests\n"));
-  EXPECT_EQ(json(Command::showVlans)["vlans"][0]["stale"], true);
+  EXPECT_EQ(json(kShowVlans)["vlans"][0]["stale"], true);
 }
 
 TEST_F(ShowVlans, ANarrowTerminalKeepsVlansAndPackets) {
@@ -134,7 +133,7 @@ TEST_F(ShowVlans, AreSelectedByIdsRangesAndLists) {
 }
 
 TEST_F(ShowVlans, AsJsonEverythingIsThere) {
-  EXPECT_EQ(json(Command::showVlans), Json::parse(R"({
+  EXPECT_EQ(json(kShowVlans), Json::parse(R"({
     "format": 1,
     "time": 1000000.0,
     "directory": "/tables",

@@ -7,27 +7,28 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "reader/options.h"
 #include "reader/show.h"
+#include "reader/show_commands.h"
 #include "tests/reader/made_up.h"
 
 namespace Show {
 
 class Shown : public testing::Test {
  protected:
-  using Command = Options::Command;
   using Json = nlohmann::ordered_json;  // of which the order counts
 
   Shown() { ::setenv("TZ", "UTC", 1); }  // times are local
 
-  ExitCode show(Command command) {
-    options.command = command;
+  ExitCode show(ShowCommand const& command) {
+    options.show = &command;
     out.str("");
     err.str("");
-    for (Table const table : tablesOf(command))
+    for (Table const table : command.tables)
       snapshot.tables.try_emplace(table, TableRead{.answer = Glim::Answer::ok});
     return Show::show(options, snapshot, {.width = width}, out, err);
   }
-  Json json(Command command) {
+  Json json(ShowCommand const& command) {
     options.json = true;
     show(command);
     return Json::parse(out.str());

@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "reader/options.h"
 #include "reader/tables_dump.h"
 #include "reader/tables_list.h"
 #include "reader/tables_verify.h"

@@ -2,6 +2,7 @@
 
 #include <sstream>
 
+#include "reader/options.h"
 #include "reader/plain_top.h"
 #include "reader/top_page.h"
 #include "tests/reader/made_up.h"

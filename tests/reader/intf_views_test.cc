@@ -1,9 +1,15 @@
-#include "reader/views.h"
-
+// The tables of interfaces: counts, rates and errors; and what stands around them.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 
+#include "reader/agent_line.h"
+#include "reader/cells.h"
+#include "reader/counters_view.h"
+#include "reader/errors_view.h"
+#include "reader/intf_state.h"
+#include "reader/rates_view.h"
+#include "reader/text_table.h"
 #include "tests/reader/made_up.h"
 
 namespace Show {
@@ -12,9 +18,9 @@ namespace {
 using Interface::EthCounter;
 using Interface::OperState;
 
-class Views : public testing::Test {
+class IntfViews : public testing::Test {
  protected:
-  Views() {
+  IntfViews() {
     ::setenv("TZ", "UTC", 1);  // times of clears are local
     auto& busy = snapshot.interfaces[0];
     busy.description->speed = 10'000'000'000;
@@ -41,7 +47,7 @@ class Views : public testing::Test {
                       intf("Ethernet10", "dummy0", OperState::unknown)});
 };
 
-TEST_F(Views, CountersAreExact) {
+TEST_F(IntfViews, CountersAreExact) {
   EXPECT_EQ("\n" + plain(countersView(snapshot, Basis::total, kUnlimited)), R"(
 Interface   Device  State               In octets  In packets  In discards  In errors  Out octets  Out packets  Out discards  Out errors    Age  Alias
 Ethernet1   eth0    up       18446744073709551615   123456789            0          7        4200           42             3           0  0.4 s  n/a
@@ -50,7 +56,7 @@ Ethernet10  dummy0  unknown                   n/a         n/a          n/a      
 )");
 }
 
-TEST_F(Views, RatesHaveUnits) {
+TEST_F(IntfViews, RatesHaveUnits) {
   EXPECT_EQ("\n" + plain(ratesView(snapshot, kUnlimited)), R"(
 Interface   Device  State        Speed         In  In use  In packets     Out  Out use  Out packets    Age
 Ethernet1   eth0    up       10.0 Gb/s  1.25 Gb/s  12.5 %   84.2 kp/s  84 b/s    0.0 %    84.2 kp/s  0.4 s
@@ -59,7 +65,7 @@ Ethernet10  dummy0  unknown        n/a        n/a     n/a         n/a     n/a   
 )");
 }
 
-TEST_F(Views, ErrorsAreShownByDirectionAndClass) {
+TEST_F(IntfViews, ErrorsAreShownByDirectionAndClass) {
   EXPECT_EQ("\n" + plain(errorsView(snapshot, Basis::total, kUnlimited)), R"(
 Receive     Errors  Alignment  FCS  Too long  Too short  MAC  Symbol  Fragments  Jabbers  Unknown protocols  Discards    Age
 Ethernet1        7          0    7         0          0    0       0          0        0                  0         0  0.4 s
@@ -73,7 +79,7 @@ Ethernet10     n/a       n/a              n/a                   n/a  n/a        
 )");
 }
 
-TEST_F(Views, ATerminalOf80ColumnsHidesWhatMattersLeast) {
+TEST_F(IntfViews, ATerminalOf80ColumnsHidesWhatMattersLeast) {
   EXPECT_EQ("\n" + plain(countersView(snapshot, Basis::total, 80)), R"(
 Interface   Device  State               In octets  Out octets    Age
 Ethernet1   eth0    up       18446744073709551615        4200  0.4 s
@@ -83,7 +89,7 @@ Ethernet10  dummy0  unknown                   n/a         n/a  never
 )");
 }
 
-TEST_F(Views, RowsOfADeadAgentAreStaleAndKeepTheirCounts) {
+TEST_F(IntfViews, RowsOfADeadAgentAreStaleAndKeepTheirCounts) {
   killAgent(snapshot);
   snapshot.now += 11.6;
   snapshot.interfaces.resize(2);
@@ -95,7 +101,7 @@ Ethernet2  wan0    down                      0           0
 )");
 }
 
-TEST_F(Views, AnIntfWithoutDescriptionOrRowHasNoValues) {
+TEST_F(IntfViews, AnIntfWithoutDescriptionOrRowHasNoValues) {
   snapshot.interfaces.resize(2);
   snapshot.interfaces[0].description.reset();
   snapshot.interfaces[1].counters.reset();
@@ -106,7 +112,7 @@ Ethernet2  wan0    down                    n/a         n/a          n/a        n
 )");
 }
 
-TEST_F(Views, CountersSinceTheLastClearLeaveOutWhatWasBefore) {
+TEST_F(IntfViews, CountersSinceTheLastClearLeaveOutWhatWasBefore) {
   snapshot.interfaces.resize(1);
   snapshot.interfaces[0].atLastClear = snapshot.interfaces[0].counters;
   snapshot.interfaces[0].counters->statistics.outOctets += 5;
@@ -116,7 +122,7 @@ Ethernet1  eth0    up             0           0            0          0         
 )");
 }
 
-TEST_F(Views, TheClearOfOneIntfIsNotThatOfTheOthers) {
+TEST_F(IntfViews, TheClearOfOneIntfIsNotThatOfTheOthers) {
   snapshot.interfaces[1].atLastClear = snapshot.interfaces[1].counters;
   snapshot.interfaces[1].atLastClear->statistics.lastUpdate = kNow - 86400.0;
   EXPECT_EQ("\n" + plain(countersView(snapshot, Basis::sinceClear, 90)), R"(
@@ -135,13 +141,13 @@ Ethernet10  dummy0  unknown                   n/a         n/a                nev
 )");
 }
 
-TEST_F(Views, AClearRowWithoutATimeIsNoClear) {
+TEST_F(IntfViews, AClearRowWithoutATimeIsNoClear) {
   snapshot.interfaces[0].atLastClear.emplace();
   EXPECT_EQ(clearedCell(snapshot, snapshot.interfaces[0]).text, "never");
   EXPECT_FALSE(anyCleared(snapshot));
 }
 
-TEST_F(Views, ErrorsSinceTheLastClearTellTheClear) {
+TEST_F(IntfViews, ErrorsSinceTheLastClearTellTheClear) {
   snapshot.interfaces.resize(1);
   snapshot.interfaces[0].atLastClear = snapshot.interfaces[0].counters;
   snapshot.interfaces[0].counters->ethStatistics[EthCounter::fcsErrors] += 2;
@@ -152,19 +158,19 @@ TEST_F(Views, ErrorsSinceTheLastClearTellTheClear) {
   EXPECT_TRUE(plainText(lines[1]).ends_with("  0.4 s  13:46:39"));
 }
 
-TEST_F(Views, TheStateOfAnIntfThatIsSwitchedOffIsThat) {
+TEST_F(IntfViews, TheStateOfAnIntfThatIsSwitchedOffIsThat) {
   snapshot.interfaces[1].description->adminState = Interface::AdminState::down;
   EXPECT_EQ(stateName(snapshot.interfaces[1]), "admin-down");
   EXPECT_TRUE(isDown(snapshot.interfaces[1]));
 }
 
-TEST_F(Views, TheStateOfALinkThatIsGoneIsThatWhateverItWasSwitchedTo) {
+TEST_F(IntfViews, TheStateOfALinkThatIsGoneIsThatWhateverItWasSwitchedTo) {
   snapshot.interfaces[1].description->operState = OperState::notPresent;
   snapshot.interfaces[1].description->adminState = Interface::AdminState::down;
   EXPECT_EQ(stateName(snapshot.interfaces[1]), "notPresent");
 }
 
-TEST_F(Views, TheRowOfALinkThatIsGoneIsStaleAndHasNoRates) {
+TEST_F(IntfViews, TheRowOfALinkThatIsGoneIsStaleAndHasNoRates) {
   snapshot.interfaces.resize(2);
   snapshot.interfaces[0].description->operState = OperState::notPresent;
   EXPECT_EQ("\n" + plain(ratesView(snapshot, kUnlimited)), R"(
@@ -174,7 +180,7 @@ Ethernet2  wan0    down              n/a  n/a     n/a         n/a  n/a      n/a 
 )");
 }
 
-TEST_F(Views, LinksThatAreDownAreDim) {
+TEST_F(IntfViews, LinksThatAreDownAreDim) {
   auto const lines = countersView(snapshot, Basis::total, kUnlimited);
   EXPECT_EQ(lines[1][0].style, Style::plain);
   EXPECT_EQ(lines[2][0].style, Style::dim);
@@ -182,7 +188,7 @@ TEST_F(Views, LinksThatAreDownAreDim) {
 }
 
 // The widest that there are: a name, a kernel's name, a state, counts and an age.
-TEST_F(Views, ATerminalOf80ColumnsNamesTheDeviceAndItsState) {
+TEST_F(IntfViews, ATerminalOf80ColumnsNamesTheDeviceAndItsState) {
   snapshot.interfaces = {intf("Ethernet4096/12", "enp129s0f1np1d1", OperState::lowerLayerDown)};
   auto& counts = snapshot.interfaces[0].counters->statistics;
   counts.inOctets = counts.outOctets = 18446744073709551615u;
@@ -196,7 +202,7 @@ TEST_F(Views, ATerminalOf80ColumnsNamesTheDeviceAndItsState) {
   }
 }
 
-TEST_F(Views, TheAliasIsTheLastColumnAndTheFirstToGo) {
+TEST_F(IntfViews, TheAliasIsTheLastColumnAndTheFirstToGo) {
   snapshot.interfaces.resize(1);
   snapshot.interfaces[0].description->alias = std::string_view("to the core");
   auto const rowOf = [this](std::size_t width) {
@@ -209,14 +215,14 @@ TEST_F(Views, TheAliasIsTheLastColumnAndTheFirstToGo) {
   EXPECT_NE(plainText(narrower[0]).find("Out discards"), std::string::npos);
 }
 
-TEST_F(Views, AnAliasCannotDriveTheTerminalNorEndItsCell) {
+TEST_F(IntfViews, AnAliasCannotDriveTheTerminalNorEndItsCell) {
   snapshot.interfaces.resize(1);
   snapshot.interfaces[0].description->alias = std::string_view("  a\033[2J  b\n ");
   auto const row = plainText(countersView(snapshot, Basis::total, kUnlimited)[1]);
   EXPECT_NE(row.find("0.4 s  a?[2J b?"), std::string::npos) << row;
 }
 
-TEST_F(Views, ALongAliasIsCutOnATerminalOnly) {
+TEST_F(IntfViews, ALongAliasIsCutOnATerminalOnly) {
   snapshot.interfaces.resize(1);
   std::string const alias(200, 'x');
   snapshot.interfaces[0].description->alias = std::string_view(alias);
@@ -227,14 +233,14 @@ TEST_F(Views, ALongAliasIsCutOnATerminalOnly) {
   EXPECT_NE(rowOf(400).find("  " + alias.substr(0, 31) + "~"), std::string::npos);
 }
 
-TEST_F(Views, AnIntfsTextCannotDriveTheTerminal) {
+TEST_F(IntfViews, AnIntfsTextCannotDriveTheTerminal) {
   snapshot.interfaces.resize(1);
   snapshot.interfaces[0].description->kernelName = std::string_view("a\033[2J");
   EXPECT_EQ(plain(countersView(snapshot, Basis::total, kUnlimited)).find('\033'),
             std::string::npos);
 }
 
-TEST_F(Views, TheAgentLineSaysWhetherItLives) {
+TEST_F(IntfViews, TheAgentLineSaysWhetherItLives) {
   EXPECT_EQ(plainText(agentLine(snapshot)), "Agent running, process 4711, heartbeat 0.4 s ago");
   snapshot.agent.state = AgentState::silent;
   snapshot.agent.heartbeatAge = 75.0;
