@@ -35,17 +35,22 @@ std::string capitalised(std::string name) {
   return name;
 }
 
+bool isUsualName(std::string const& name) {
+  if (!Pekt::IntfId::isName(name)) return false;
+  return kindOf(name) != IntfKind::ethernet || Pekt::EthIntfId::isEthIntfId(name);
+}
+
 std::string unknownText(std::string const& name, Named const& named) {
   std::string const text = "there is no " + std::string(named.noun) + " " + printable(name);
   bool const vlans = named.table == Table::vlanIntfCounters;
   if (named.table != Table::counters && !vlans) return text;
-  if (Pekt::IntfId::isName(name)) {
-    IntfKind const kind = kindOf(name);
-    if (kind == (vlans ? IntfKind::vlan : IntfKind::ethernet)) return text;
-    return text + " here; " + std::string(shownBy(kind));
+  if (!isUsualName(name)) {
+    std::string const usual = capitalised(name);
+    return isUsualName(usual) ? text + "; such names are written " + usual : text;
   }
-  std::string const usual = capitalised(name);
-  return Pekt::IntfId::isName(usual) ? text + "; such names are written " + usual : text;
+  IntfKind const kind = kindOf(name);
+  if (kind == (vlans ? IntfKind::vlan : IntfKind::ethernet)) return text;
+  return text + " here; " + std::string(shownBy(kind));
 }
 
 }  // namespace
