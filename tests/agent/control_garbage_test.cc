@@ -134,7 +134,7 @@ TEST_F(ControlHostTest, GarbageKeepsNoPortFromItsPollsAndLeavesNothingBehind) {
   EXPECT_EQ(Kel::AllocTrackTypeInfo::live(Oru::Counters::PortCountersSm::_kelType).objects,
             pollers.objects);
   if (!kFreedMemoryIsKept) {
-    EXPECT_LT(residentBytes(), residentBefore + 8 * 1024 * 1024);
+    EXPECT_LT(residentBytes(), residentBefore + 32 * 1024 * 1024);
   }
   EXPECT_EQ(ask({{"op", "ls"}})["ok"], true);
 }
