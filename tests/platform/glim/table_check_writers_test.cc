@@ -192,7 +192,7 @@ TEST_F(TableCheck, AWriterThatNeverRestsIsNoDamage) {
   options.writerLives = true;
   options.passes = 1000;
   Word passes = 0;
-  for (unsigned i = 0; i < 500 && passes < 4000; ++i) {
+  for (unsigned i = 0; i < 500 && passes < 1000; ++i) {
     auto const report = check();
     EXPECT_EQ(report.damage, 0u) << testing::PrintToString(lines(report.findings));
     passes += report.passes;
