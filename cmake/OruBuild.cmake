@@ -57,10 +57,11 @@ endfunction()
 
 # A test program: oru_test(kel_clock_test SOURCES clock_test.cc USES OruPlatform)
 # One that starts threads has the label `threads`, and the target threads_tests builds all of
-# those: it is them that the thread sanitizer is for.
+# those: it is them that the thread sanitizer is for. SERIAL: its tests are run with no others beside
+# them; for processes that compete for the processors by themselves.
 add_custom_target(threads_tests)
 function(oru_test name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
+  cmake_parse_arguments(ARG "SERIAL" "" "SOURCES;USES" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE oru_settings ${ARG_USES} GTest::gmock GTest::gtest_main)
   if(NOT ORU_SANITIZE)
@@ -68,6 +69,9 @@ function(oru_test name)
     target_compile_options(${name} PRIVATE -O1 -g1)
   endif()
   set(properties TIMEOUT 120)
+  if(ARG_SERIAL)
+    list(APPEND properties RUN_SERIAL TRUE)
+  endif()
   foreach(source ${ARG_SOURCES})
     file(STRINGS ${source} starts_threads REGEX "^#include <(thread|future|pthread\\.h)>")
     if(starts_threads)
