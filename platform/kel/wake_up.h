@@ -25,7 +25,7 @@ class TimedNotifiee : public NotifieeOn<Source>, private Timer {
   // The wake-up set last, in seconds since the epoch; 0.0 before the first.
   Seconds timeMin() const { return Timer::_timeMin; }
   // Throws RangeException where `when` is not a number. The end of time (infinity) cancels what was
-  // set before.
+  // set before: there is then no wake-up but that of a time that was set by somebody (clock.h).
   void timeMinIs(Seconds when) {
     requireTime(when);
     auto const* const from = source();

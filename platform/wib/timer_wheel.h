@@ -28,8 +28,9 @@ struct WheelTimer {
 //   auto const wheel = Kel::make<Wib::TimerWheel>(agentsClock);
 //
 // A wheel with a system clock is turned by it: it arms itself on the clock for when it is next
-// needed. When the clock's owner wakes everybody before their time, because the time was set, the
-// wheel does so too. One without a clock stands still until its owner sets its time.
+// needed. When the clock's owner wakes everybody before their time, because the time was set back,
+// the wheel does so too; a clock that was set forward is time that has passed for the wheel, which
+// then calls those who are due. One without a clock stands still until its owner sets its time.
 //
 // How it works (Varghese and Lauck, "Hashed and Hierarchical Timing Wheels", 1987): eight levels of
 // 64 lists. A list of level 0 holds the wake-ups of one tick, one of level n those of 64^n ticks. A
