@@ -80,6 +80,7 @@ Kel::Ptr<IntfQueueCountersSm> IntfQueueCounterTestWrapper::interfaceIs(
     Kel::Ptr<Kel::Clock const> const& clock,
     Kel::Ptr<OruHelper::OruHelperCountersSm> const& platformHelper,
     Kel::Ptr<Table> const& allIntfQueueCounters, Kel::Ptr<Table> const& allIntfClearQueueCounters) {
+  Kel::Ptr<IntfQueueCounterTestWrapper> const alive(this);  // as in handleInitialized
   bool const there = bool(interface(intfId));
   auto const poller = _interface.newMember(intfId, ocsd, intfId, pollPeriod, clock, platformHelper,
                                            allIntfQueueCounters, allIntfClearQueueCounters);
@@ -124,8 +125,8 @@ void IntfQueueCounterTestWrapper::initializedIs(bool initialized) {
 void IntfQueueCounterTestWrapper::handleInitialized() {
   Tester::require(bool(ocsd()), "ocsd()", Tester::Line::commonData);
   Tester::require(bool(oruCounterHelper()), "oruCounterHelper()", Tester::Line::helper);
-  Kel::Ptr<IntfQueueCounterTestWrapper> const alive(
-      this);  // who is told of a poller may let go of it
+  // Who is told of a poller, or of a table that it gives up, may let go of the wrapper.
+  Kel::Ptr<IntfQueueCounterTestWrapper> const alive(this);
   for (auto const& [intfId, served] : Kel::walk(ocsd()->intf()))
     interfaceIs(ocsd(), intfId, kPollPeriod, Kel::ActivityManagerConfig::clock(),
                 oruCounterHelper(), allIntfCurrQueueCounters(), allIntfClearQueueCounters());

@@ -55,6 +55,7 @@ void IntfQueueCountersSm::addQueues() {
   if (auto t = trace(8)) t << "void Oru::Counters::IntfQueueCountersSm::addQueues() " << intfId();
   auto const queueType = Kel::make<OruTypes::IntfQueueType>();
   platformHelper()->getIntfQueueType(intfId(), queueType);
+  if (kelMarkedForDeletion()) return;  // the interface went meanwhile, and its row with it
 
   bool const known = allIntfQueueCounters() && allIntfQueueCounters()->contains(intfId());
   IntfQueueCounter row;
@@ -78,7 +79,7 @@ void IntfQueueCountersSm::handleTime() {
 }
 
 void IntfQueueCountersSm::updateCounters() {
-  if (!initialized()) return;
+  if (!initialized() || kelMarkedForDeletion()) return;
   // What the helper leaves as it is would be added again.
   if (platformHelper()->queueCountersIncrement()) prevCounters()->clear();
   platformHelper()->getIntfQueueCounters(intfId(), prevCounters());

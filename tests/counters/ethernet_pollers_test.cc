@@ -260,6 +260,7 @@ TEST_F(EthernetPollers, AnInterfaceThatGoesWhileItsQueuesAreAskedGetsNoDropPolle
   helper->duringGetIntfQueueType = [&] { ocsd->intfDel(eth1); };
   addIntf(eth1);
   EXPECT_EQ(pollers(), 0u);
+  EXPECT_FALSE(allIntfQueueCounters->contains(eth1));
   EXPECT_FALSE(intfAclDropCountersDir->contains(eth1));
 }
 

@@ -9,12 +9,15 @@
 #include "platform/kel/exceptions.h"
 #include "platform/kel/type_node.h"
 #include "tests/counters/counters_fixture.h"
+#include "tests/support/reflection.h"
 
 namespace {
 
 using Support::Calls;
 using Support::cpu;
 using Support::eth1;
+using Support::expectEveryAttributeAnswers;
+using Support::names;
 using Support::vlan7;
 
 class Reflection : public Support::CountersFixture {
@@ -32,12 +35,6 @@ class Reflection : public Support::CountersFixture {
   Kel::Ptr<Oru::Counters::IntfQueueCountersSm> queuePoller;
   Kel::Ptr<Oru::Counters::IntfAclDropCountersSm> dropPoller;
 };
-
-Calls names(Kel::TypeNode const& type) {
-  Calls all;
-  for (auto const& a : type.attributes()) all.emplace_back(a.name);
-  return all;
-}
 
 TEST_F(Reflection, TypesAreRegisteredInOrder) {
   Calls registered;
@@ -115,33 +112,6 @@ TEST_F(Reflection, IntfAclDropCountersSmDeclaresItsAttributes) {
             (Calls{"intfId", "clock", "intfAclDropCounter", "intfAclDropCountersDir",
                    "platformHelper", "prevCounters", "pollInterval", "initialized",
                    "handleInitialized", "handleTime", "updateCounters"}));
-}
-
-// Every attribute answers exactly what its kind offers.
-void expectEveryAttributeAnswers(Kel::PtrInterface& object) {
-  using Kind = Kel::AttributeKind;
-  for (auto const& a : object.fwkType()->attributes()) {
-    SCOPED_TRACE(std::string(a.name));
-    bool const operation = a.kind == Kind::operation, collection = a.kind == Kind::collection;
-    if (operation || collection) {
-      EXPECT_THROW(Kel::read(object, a.name), Kel::OpNotSupportedException);
-    } else {
-      EXPECT_NO_THROW(Kel::read(object, a.name));
-    }
-    if (a.set) {
-      EXPECT_NO_THROW(Kel::set(object, a.name, Kel::read(object, a.name)));
-    } else {
-      EXPECT_THROW(Kel::set(object, a.name, "1"), Kel::OpNotSupportedException);
-    }
-    if (!operation) {
-      EXPECT_THROW(Kel::invoke(object, a.name), Kel::OpNotSupportedException);
-    }
-    if (collection) {
-      EXPECT_NO_THROW(Kel::iterKey(object, a.name));
-    } else {
-      EXPECT_THROW(Kel::iterKey(object, a.name), Kel::OpNotSupportedException);
-    }
-  }
 }
 
 TEST_F(Reflection, EveryAttributeOfCountersSmAnswers) { expectEveryAttributeAnswers(*sut); }

@@ -56,14 +56,26 @@ TEST_F(DamagedVlanTables, ATableThatWasLostBeforeClearsNothing) {
   EXPECT_EQ(snapshot->vlanCounterSnapshot(v10).counts, counts(5));
 }
 
-TEST_F(DamagedVlanTables, ASnapshotThatIsDamagedLeavesTheLiveRowsAlone) {
+TEST_F(DamagedVlanTables, ASnapshotThatIsDamagedIsGivenUpAndTheLiveRowsAreNot) {
   makeWithTwo();
   helper->now[v1] = counts(5);
   sut->updateCounters();
-  snapshot->detach();
-  EXPECT_THROW(sut->doTakeSnapshot(v1), Dov::Exception);  // a direct write has nowhere to go
+  damage("snapshot");
+  EXPECT_THROW(sut->doTakeSnapshot(v1), Dov::AssertException);  // nowhere to write
+  EXPECT_FALSE(snapshot->attached());
+  EXPECT_TRUE(leftAFile("snapshot"));
   sut->updateCounters();
+  EXPECT_TRUE(live->attached());
   EXPECT_EQ(live->vlanCounter(v1).counts, counts(5));
+}
+
+TEST_F(DamagedVlanTables, ASnapshotThatIsDamagedHoldsUpNoVlan) {
+  makeWithTwo();
+  damage("snapshot");
+  log.clear();
+  sut->handleVlanConfig(v1);
+  EXPECT_FALSE(snapshot->attached());
+  EXPECT_EQ(log.count("initializeVlanCounters 1"), 1u);
 }
 
 TEST_F(DamagedVlanTables, ARowThatIsDamagedAtTheStartDetachesTheTableAndNoMore) {

@@ -4,6 +4,7 @@
 
 #include "platform/kel/type_node.h"
 #include "tests/counters/vlan_counters_fixture.h"
+#include "tests/support/no_memory.h"
 #include "tests/support/virtual_slot.h"
 
 namespace VlanTest {
@@ -178,10 +179,35 @@ TEST_F(VlanCountersSm, WithoutAClockAPollIsRefusedBeforeTheChipIsAsked) {
   makeWithTwo();
   sut->clockDel();
   EXPECT_THROW(sut->updateCounters(), Kel::RangeException);
+  EXPECT_THROW(sut->handleTime(), Kel::RangeException);
+  EXPECT_EQ(log.calls(), Calls{});
+}
+
+TEST_F(VlanCountersSm, WithoutMemoryForASampleAPollIsTheRangeErrorOfANullPtr) {
+  makeWithTwo();
+  Support::NoMemory const none;
+  EXPECT_EQ(Support::rangeErrorOf([&] { sut->updateCounters(); }), "null ValidPtr");
   EXPECT_EQ(log.calls(), Calls{});
 }
 
 // --- requests to clear ---
+
+TEST_F(VlanCountersSm, WithoutAClockNothingIsCleared) {
+  makeWithTwo();
+  sut->clockDel();
+  EXPECT_THROW(sut->doTakeSnapshot(v1), Kel::RangeException);
+  EXPECT_EQ(log.calls(), Calls{});
+}
+
+TEST_F(VlanCountersSm, AClearWithoutRoomIsRefusedAndTheSnapshotIsAsItWas) {
+  makeWithTwo();
+  helper->now[v1] = counts(5);
+  sut->updateCounters();
+  snapshot->full = true;
+  EXPECT_THROW(sut->doTakeSnapshot(v1), Dov::ResourceException);
+  snapshot->full = false;
+  EXPECT_EQ(snapshot->vlanCounterSnapshot(v1), VlanCounter(v1));
+}
 
 TEST_F(VlanCountersSm, AClearCopiesTheLiveRowBesideItWithTheTimeOfNow) {
   makeWithTwo();

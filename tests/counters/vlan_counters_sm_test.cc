@@ -1,5 +1,7 @@
 // The start of the VLAN counters, and VLANs that come and go.
+#include "platform/dov/exception.h"
 #include "tests/counters/vlan_counters_fixture.h"
+#include "tests/support/no_memory.h"
 
 namespace VlanTest {
 namespace {
@@ -75,6 +77,34 @@ TEST_F(VlanCountersSm, HasItsInputs) {
   EXPECT_EQ(sut->platformHelper(), helper);
 }
 
+TEST_F(VlanCountersSm, WithoutMemoryItIsTheRangeErrorOfANullPtr) {
+  Support::NoMemory const none;
+  EXPECT_EQ(Support::rangeErrorOf([&] { make(); }), "null ValidPtr");
+}
+
+TEST_F(VlanCountersSm, AStartWithoutRoomForALiveRowIsRefusedAndMakesNoSnapshot) {
+  config->vlanConfigIs({v1});
+  live->full = true;
+  EXPECT_THROW(make(), Dov::ResourceException);
+  EXPECT_EQ(log.calls(), Calls{"live.vlanCounterIs 1"});
+  EXPECT_EQ(snapshot->members(), 0u);
+}
+
+TEST_F(VlanCountersSm, ANewVlanWithoutRoomForItsSnapshotIsNotPrepared) {
+  makeWithTwo();
+  snapshot->full = true;
+  auto const before = Kel::notificationExceptions();
+  config->vlanConfigIs({v20});
+  EXPECT_EQ(Kel::notificationExceptions(), before + 1);
+  EXPECT_EQ(log.calls(), (Calls{"live.vlanCounterIs 20", "snapshot.vlanCounterSnapshotIs 20"}));
+  snapshot->full = false;  // told again, it is made up for
+  log.clear();
+  config->vlanConfigIs({v20, false});
+  sut->handleVlanConfig(v20);
+  EXPECT_TRUE(snapshot->contains(v20));
+  EXPECT_EQ(log.count("initializeVlanCounters 20"), 1u);
+}
+
 TEST_F(VlanCountersSmDeathTest, WithoutAConfigurationItsStartEndsTheProcess) {
   config = nullptr;
   EXPECT_DEATH(make(),
@@ -101,12 +131,12 @@ TEST_F(VlanCountersSm, IsInitializedOnlyOnceItsRowsAreThere) {
 }
 
 TEST_F(VlanCountersSm, AClockThatGoesDuringAPollIsNotSet) {
-  makeWithTwo();
+  config->vlanConfigIs({v1});
+  make();
   helper->duringGet = [&](VlanId) { sut->clockDel(); };
   auto const before = Kel::notificationExceptions();
-  Kel::frameworkTraceHandle().levelsIs(0);
   runTo(kStart + 2.0);
-  EXPECT_EQ(Kel::notificationExceptions(), before + 1);  // the next VLAN's time could not be told
+  EXPECT_EQ(Kel::notificationExceptions(), before);
   EXPECT_EQ(live->vlanCounter(v1).lastUpdate, kStart + 2.0);
 }
 

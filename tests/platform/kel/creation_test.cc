@@ -2,36 +2,19 @@
 #include <gtest/gtest.h>
 
 #include "platform/kel/exceptions.h"
-#include "platform/kel/system.h"
 #include "tests/platform/kel/station_fixture.h"
+#include "tests/support/no_memory.h"
 
 namespace KelTest {
 namespace {
 
 using Kel::AllocTrackTypeInfo;
 using Kel::Ptr;
+using Support::NoMemory;
+using Support::rangeErrorOf;
 
 bool operator==(AllocTrackTypeInfo::Live const& a, AllocTrackTypeInfo::Live const& b) {
   return a.objects == b.objects && a.bytes == b.bytes;
-}
-
-// No object can be allocated while this lives.
-class NoMemory {
- public:
-  NoMemory() {
-    Kel::System::allocator = [](std::size_t) noexcept -> void* { return nullptr; };
-  }
-  ~NoMemory() { Kel::System::allocator = &Kel::System::heap; }
-};
-
-template <class Work>
-std::string rangeErrorOf(Work const& work) {
-  try {
-    work();
-  } catch (Kel::RangeException const& e) {
-    return e.what();
-  }
-  return "no range error";
 }
 
 // Its constructor fails once its members are made.
