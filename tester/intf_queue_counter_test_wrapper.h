@@ -25,8 +25,9 @@ class IntfQueueCountersHelper;
 //   live->intfQueueCounter(id);
 //
 // A poller is due every 2 seconds by the system's time; for more polls, go from one wake-up of the
-// clock to the next (examples/queue_harness does). Interfaces that come to the common data later have no poller, unless interfaceIs makes one. What
-// the wrapper is given is read when it makes pollers: another table or helper is for later ones.
+// clock to the next (examples/queue_harness does). Interfaces that come to the common data later
+// have no poller, unless interfaceIs makes one. What the wrapper is given is read when it makes
+// pollers: another table or helper is for later ones.
 class IntfQueueCounterTestWrapper
     : public Kel::StateMachine<IntfQueueCounterTestWrapper, OruBaseSm> {
  public:
@@ -87,16 +88,16 @@ class IntfQueueCounterTestWrapper
   }
   // Finds the interface's poller, or makes and starts it. Throws Kel::NameInUseException where it
   // is there with other parameters, and leaves it as it was; Kel::RangeException for what is no
-  // period, where the helper tells more than 17 queues, or "null ValidPtr" without a clock, helper or
-  // clear table: there is then no poller, though there may be rows.
+  // period, where the helper tells more than 17 queues, or "null ValidPtr" without a clock, helper
+  // or clear table: there is then no poller, though there may be rows.
   Kel::Ptr<IntfQueueCountersSm> interfaceIs(
       Kel::Ptr<OruCommonSmData> const& ocsd, Pekt::IntfId const& intfId, Kel::Seconds pollPeriod,
       Kel::Ptr<Kel::Clock const> const& clock,
       Kel::Ptr<OruHelper::OruHelperCountersSm> const& platformHelper,
       Kel::Ptr<Table> const& allIntfQueueCounters,
       Kel::Ptr<Table> const& allIntfClearQueueCounters);
-  // A poller that is removed polls and writes no more, also where somebody else still holds it. (The
-  // wrapper's end only lets go of its pollers: one that somebody holds goes on.)
+  // A poller that is removed polls and writes no more, also where somebody else still holds it.
+  // (The wrapper's end only lets go of its pollers: one that somebody holds goes on.)
   void interfaceDel(Pekt::IntfId const& intfId);
   void interfaceDelAll();
   // Tells those who watch the wrapper that the member of this interface has changed.
