@@ -19,8 +19,8 @@ using testing::HasSubstr;
 class ControlClientTest : public testing::Test {
  protected:
   ControlClientTest() {
-    std::string name = (std::filesystem::temp_directory_path() / "oru-control-XXXXXX").string();
-    made = directory = ::mkdtemp(name.data());
+    char name[] = "/tmp/oru-control-XXXXXX";  // $TMPDIR may be too long for a socket's address
+    made = directory = ::mkdtemp(name);
   }
   ~ControlClientTest() override { std::filesystem::remove_all(made); }
 

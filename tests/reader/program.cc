@@ -33,6 +33,7 @@ Program::Result Program::run(std::vector<std::string> arguments, bool unprivileg
   std::string const errPath = scratch.directory() + "/err";
   if (outPath.empty()) outPath = scratch.directory() + "/out";
 
+  tables.heartbeat();  // a test may have taken its time
   pid_t const child = ::fork();
   if (child == 0) {
     bool const ready = std::freopen(outPath.c_str(), "w", stdout) != nullptr &&

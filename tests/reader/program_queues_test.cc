@@ -11,6 +11,7 @@
 namespace Show {
 namespace {
 
+using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
@@ -88,7 +89,7 @@ TEST_F(ProgramOfQueues, NamesAnUnknownIntf) {
 
 TEST_F(ProgramOfQueues, ShowsThoseOfADeadAgentAsStale) {
   tables.stop();
-  EXPECT_THAT(run({"show", "queues"}).out, HasSubstr("stale 0."));
+  EXPECT_THAT(run({"show", "queues"}).out, ContainsRegex("stale [0-9]"));
   EXPECT_THAT(run({"show", "drops"}).out, HasSubstr("  12  stale\n"));
 }
 

@@ -61,6 +61,10 @@ void PublishedTables::startVlans(std::uint32_t maxRows) {
   take(_vlanDescriptions, Bridging::kVlanDescriptions, maxRows);
 }
 
+void PublishedTables::heartbeat() {
+  if (_counters) _counters->heartbeat();
+}
+
 void PublishedTables::stop() {
   _counters = nullptr;
   _clear = nullptr;

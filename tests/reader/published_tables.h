@@ -35,6 +35,8 @@ class PublishedTables {
   void startVlansAndCopp(std::uint32_t maxRows = 64);
   // An agent that counts the VLANs of bridges besides. REQUIRES: start()
   void startVlans(std::uint32_t maxRows = 64);
+  // Says that the agent lives, if there is one.
+  void heartbeat();
   // It ends in good order.
   void stop();
 
