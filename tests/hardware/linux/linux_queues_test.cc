@@ -443,7 +443,10 @@ TEST_F(LinuxQueuesInKernel, FramesThatAFilterDropsAreCountedExactly) {
   startAgent();
   sendFrames("b", 30, 100, kUnicast);
   sendFrames("b", 12, 100, kUnicast, kOtherExperimental);
-  now += 1.0;
+  EXPECT_TRUE(comesTrue([&] {
+    now += 1.0;
+    return sut->getIntfAclDropCounters(kPort) >= 12u;
+  }));
   EXPECT_EQ(sut->getIntfAclDropCounters(kPort), 12u);
 }
 

@@ -84,7 +84,7 @@ void NetworkNamespace::awaitUp(std::string const& name) {
   LinkMonitor monitor;
   LinkMonitor::Events events;
   ASSERT_FALSE(monitor.start(events));
-  auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
   while (monitor.links().at(indexOf(name)).operState != OperState::up) {
     auto const left = std::chrono::duration_cast<std::chrono::milliseconds>(
         deadline - std::chrono::steady_clock::now());

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sched.h>
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -55,6 +57,17 @@ class NetworkNamespace : public ::testing::Test {
   static void sendFrames(std::string const& name, int count, std::size_t bytes,
                          std::vector<std::uint8_t> const& destination,
                          std::uint16_t etherType = kExperimental);
+  /// Whether the condition comes true within a minute: the kernel may let somebody else run before
+  /// a frame that was sent is received.
+  template <typename Condition>
+  static bool comesTrue(Condition&& condition) {
+    auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (!condition()) {
+      if (std::chrono::steady_clock::now() > deadline) return false;
+      ::sched_yield();
+    }
+    return true;
+  }
 
  private:
   static void awaitUp(std::string const& name);
