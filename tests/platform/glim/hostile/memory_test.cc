@@ -14,8 +14,8 @@ using Glim::Answer;
 using Glim::Word;
 namespace Layout = Glim::Layout;
 
-// The most that the process has had so far. The kernel counts in batches of each processor and gives
-// memory out in huge pages, so that two readings may lie a few megabytes apart for nothing.
+// The most that the process has had so far. The kernel counts in batches of each processor and
+// gives memory out in huge pages, so that two readings may lie a few megabytes apart for nothing.
 long residentKilobytes() {
   rusage usage{};
   ::getrusage(RUSAGE_SELF, &usage);
