@@ -2,12 +2,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <fstream>
 
 #include "hardware/simulated/chip.h"
+#include "tests/support/temporary_folder.h"
 
 namespace Agent {
 namespace {
@@ -20,10 +20,7 @@ using ::testing::StartsWith;
 class OptionsTest : public ::testing::Test {
  protected:
   OptionsTest() { ::unsetenv("ORU_TABLES"); }
-  ~OptionsTest() override {
-    ::unsetenv("ORU_TABLES");
-    if (!_config.empty()) ::unlink(_config.c_str());
-  }
+  ~OptionsTest() override { ::unsetenv("ORU_TABLES"); }
 
   static std::variant<Options, Finished> read(std::vector<std::string> const& arguments) {
     std::vector<char const*> argv{"oru-agentd"};
@@ -45,13 +42,12 @@ class OptionsTest : public ::testing::Test {
     return finished->err;
   }
   std::string config(std::string const& text) {
-    _config = ::testing::TempDir() + "oru_options_test." + std::to_string(::getpid()) + ".toml";
-    std::ofstream(_config) << text;
-    return _config;
+    std::ofstream(_folder.text("config.toml")) << text;
+    return _folder.text("config.toml");
   }
 
  private:
-  std::string _config;
+  Support::TemporaryFolder const _folder{::testing::TempDir()};
 };
 
 TEST_F(OptionsTest, NothingAskedForIsTheKernelsLinksEveryTwoSeconds) {

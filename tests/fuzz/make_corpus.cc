@@ -5,6 +5,7 @@
 #include <iostream>
 
 #include "tests/platform/glim/hostile/base_table.h"
+#include "tests/support/temporary_folder.h"
 
 namespace {
 
@@ -23,12 +24,10 @@ void keep(fs::path const& to, TableImage image, bool sign = true) {
 
 template <class Record>
 void makeTables(fs::path const& to, std::string const& name, std::uint32_t maxRows) {
-  char pattern[] = "/dev/shm/oru-corpus-XXXXXX";
-  fs::path const directory = ::mkdtemp(pattern);
+  Support::TemporaryFolder const folder;
   Dov::Platform::DebugHandler debug(0);
-  auto const base = GlimTest::makeBaseTable<Record>(
-      Glim::RootPath(debug, (directory / "table").string(), false), maxRows);
-  fs::remove_all(directory);
+  auto const base =
+      GlimTest::makeBaseTable<Record>(Glim::RootPath(debug, folder.text("table"), false), maxRows);
   if (!base) throw std::runtime_error("no table");
 
   keep(to / (name + "-detached"), base->detached);

@@ -1,10 +1,11 @@
 #include <cstdlib>
 #include <filesystem>
-#include <stdexcept>
+#include <optional>
 
 #include "tests/fuzz/targets.h"
 #include "tests/platform/glim/hostile/drill.h"
 #include "tests/platform/glim/hostile/table_image.h"
+#include "tests/support/temporary_folder.h"
 
 namespace Fuzz {
 
@@ -21,9 +22,7 @@ class Directory {
       std::filesystem::create_directory(_path);
       return;
     }
-    char pattern[] = "/dev/shm/oru-fuzz-XXXXXX";
-    if (::mkdtemp(pattern) == nullptr) throw std::runtime_error("cannot make a directory");
-    _path = pattern;
+    _path = _own.emplace().text();
   }
   ~Directory() {
     std::error_code ignored;
@@ -37,6 +36,7 @@ class Directory {
   }
 
  private:
+  std::optional<Support::TemporaryFolder> _own;
   std::string _path;
 };
 

@@ -3,13 +3,13 @@
 #include "reader/control_client.h"
 
 #include <gmock/gmock.h>
-#include <stdlib.h>
 #include <sys/socket.h>
 
 #include <array>
 #include <filesystem>
 
 #include "platform/interface/control_socket.h"
+#include "tests/support/temporary_folder.h"
 
 namespace Show {
 namespace {
@@ -18,12 +18,6 @@ using testing::HasSubstr;
 
 class ControlClientTest : public testing::Test {
  protected:
-  ControlClientTest() {
-    char name[] = "/tmp/oru-control-XXXXXX";  // $TMPDIR may be too long for a socket's address
-    made = directory = ::mkdtemp(name);
-  }
-  ~ControlClientTest() override { std::filesystem::remove_all(made); }
-
   void listen(int backlog = 1) {
     server = Glim::FileDescriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     sockaddr_un const address = Interface::controlAddress(directory, -1);
@@ -55,7 +49,8 @@ class ControlClientTest : public testing::Test {
     return ExitCode::ok;
   }
 
-  std::string made, directory, why;
+  Support::TemporaryFolder folder{"/tmp"};  // $TMPDIR may be too long for a socket's address
+  std::string directory = folder.text(), why;
   Glim::FileDescriptor server, peer;
   std::unique_ptr<ControlClient> sut;
 };

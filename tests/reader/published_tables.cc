@@ -4,8 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 
@@ -14,18 +12,9 @@
 
 namespace Show {
 
-PublishedTables::PublishedTables() {
-  std::string name = "/dev/shm/oru-counters-test-XXXXXX";
-  if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("no directory on tmpfs");
-  ::chmod(name.c_str(), 0755);
-  _directory = name;
-}
+PublishedTables::PublishedTables() { ::chmod(_directory.c_str(), 0755); }
 
-PublishedTables::~PublishedTables() {
-  stop();
-  std::error_code ignored;
-  std::filesystem::remove_all(_directory, ignored);
-}
+PublishedTables::~PublishedTables() { stop(); }
 
 std::string PublishedTables::file(std::string_view table) const {
   return _directory + "/" + std::string(table) + ".glim";

@@ -13,6 +13,7 @@
 #include "platform/interface/counter_tables.h"
 #include "platform/kel/ptr_interface.h"
 #include "platform/qos/copp_class_tables.h"
+#include "tests/support/temporary_folder.h"
 
 namespace Show {
 
@@ -20,8 +21,6 @@ class PublishedTables {
  public:
   PublishedTables();
   ~PublishedTables();
-  PublishedTables(PublishedTables const&) = delete;
-  PublishedTables& operator=(PublishedTables const&) = delete;
 
   // On tmpfs, and nothing in it yet.
   std::string const& directory() const { return _directory; }
@@ -66,7 +65,8 @@ class PublishedTables {
   template <class Rows>
   void take(Kel::Ptr<Rows>& rows, std::string_view table, std::uint32_t maxRows);
 
-  std::string _directory;
+  Support::TemporaryFolder const _folder;
+  std::string const _directory = _folder.text();
   Dov::Platform::DebugHandler _debug{0};
   Kel::Ptr<Interface::AllEthIntfCounterGlim> _counters;
   Kel::Ptr<Interface::AllEthIntfCounterGlim> _clear;

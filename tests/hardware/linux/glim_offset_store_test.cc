@@ -1,28 +1,19 @@
 #include "hardware/linux/glim_offset_store.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
-
-#include <filesystem>
 
 #include "tests/platform/glim/table_fixture.h"
 #include "tests/support/published_schema.h"
+#include "tests/support/temporary_folder.h"
 
 namespace Hardware::Linux {
 namespace {
 
 class GlimOffsetStoreTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char name[] = "/dev/shm/oru-offsets-XXXXXX";
-    ASSERT_NE(mkdtemp(name), nullptr);
-    directory = name;
-  }
-  void TearDown() override { std::filesystem::remove_all(directory); }
-
   GlimOffsetStore open(std::uint32_t maxRows = 16) {
     return GlimOffsetStore(Kel::make<GlimOffsetStore::Table>(
-        debug, Glim::RootPath(debug, directory + "/offsets", false),
+        debug, Glim::RootPath(debug, folder.text("offsets"), false),
         Glim::TableLimits{.maxRows = maxRows}));
   }
   static StoredOffsets offsets(std::uint64_t seed) {
@@ -32,7 +23,7 @@ class GlimOffsetStoreTest : public ::testing::Test {
   }
 
   Dov::Platform::DebugHandler debug{0};
-  std::string directory;
+  Support::TemporaryFolder folder;
 };
 
 TEST_F(GlimOffsetStoreTest, OffsetsOutliveTheirWriter) {
@@ -84,7 +75,7 @@ TEST_F(GlimOffsetStoreTest, ThePublishedSchemaIsTodaysOrCarriedOver) {
 TEST_F(GlimOffsetStoreTest, OffsetsOfQueuesOutliveTheirWriterToo) {
   auto const openQueues = [this] {
     return GlimQueueOffsetStore(Kel::make<GlimQueueOffsetStore::Table>(
-        debug, Glim::RootPath(debug, directory + "/queueOffsets", false)));
+        debug, Glim::RootPath(debug, folder.text("queueOffsets"), false)));
   };
   StoredQueueOffsets made{{7, 8}, {}, {}};
   for (std::size_t i = 0; i < kQueueTotals; ++i) {
@@ -107,7 +98,7 @@ TEST_F(GlimOffsetStoreTest, ADamagedTableIsGivenUp) {
        {std::pair<char const*, Order>("erase", [](auto& sut) { sut.erase("Ethernet1"); }),
         std::pair<char const*, Order>(
             "save", [](auto& sut) { EXPECT_FALSE(sut.save("Ethernet1", offsets(2))); })}) {
-    std::string const path = directory + "/" + name;
+    std::string const path = folder.text(name);
     auto const table = Kel::make<GlimOffsetStore::Table>(debug, Glim::RootPath(debug, path, false));
     GlimOffsetStore sut(table);
     ASSERT_TRUE(sut.save("Ethernet1", offsets(1)));
@@ -119,7 +110,7 @@ TEST_F(GlimOffsetStoreTest, ADamagedTableIsGivenUp) {
 
 TEST_F(GlimOffsetStoreTest, DetachedTableKeepsNothingAndSaysSo) {
   auto const table = Kel::make<GlimOffsetStore::Table>(
-      debug, Glim::RootPath(debug, directory + "/offsets", false));
+      debug, Glim::RootPath(debug, folder.text("offsets"), false));
   GlimOffsetStore sut(table);
   table->detach();
   EXPECT_FALSE(sut.save("Ethernet1", offsets(1)));

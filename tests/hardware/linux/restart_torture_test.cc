@@ -5,14 +5,12 @@
 #include <linux/pkt_sched.h>
 #include <sched.h>
 #include <signal.h>
-#include <stdlib.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <atomic>
-#include <filesystem>
 #include <new>
 #include <random>
 
@@ -21,6 +19,7 @@
 #include "hardware/linux/linux_counters_helper.h"
 #include "platform/interface/counter_tables.h"
 #include "tests/hardware/linux/helper_stand_ins.h"
+#include "tests/support/temporary_folder.h"
 
 namespace Hardware::Linux {
 namespace {
@@ -81,9 +80,6 @@ class SharedQdiscs final : public QdiscSource {
 class RestartTorture : public ::testing::Test {
  protected:
   void SetUp() override {
-    char name[] = "/dev/shm/oru-restarts-XXXXXX";
-    ASSERT_NE(mkdtemp(name), nullptr);
-    directory = name;
     void* memory = mmap(nullptr, sizeof(SharedKernel), PROT_READ | PROT_WRITE,
                         MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     ASSERT_NE(memory, MAP_FAILED);
@@ -91,12 +87,11 @@ class RestartTorture : public ::testing::Test {
   }
   void TearDown() override {
     if (kernel) munmap(kernel, sizeof *kernel);
-    std::filesystem::remove_all(directory);
   }
 
   template <class Table>
   Kel::Ptr<Table> open(std::string const& name) {
-    return Kel::make<Table>(debug, Glim::RootPath(debug, directory + "/" + name, false),
+    return Kel::make<Table>(debug, Glim::RootPath(debug, folder.text(name), false),
                             Glim::TableLimits{.maxRows = 16});
   }
 
@@ -160,7 +155,7 @@ class RestartTorture : public ::testing::Test {
   using QueueIndex = Interface::QueueCounter::QueueIndex;
   Pekt::IntfId const kPort{"Ethernet2"};
   Dov::Platform::DebugHandler debug{0};
-  std::string directory;
+  Support::TemporaryFolder folder;
   SharedKernel* kernel = nullptr;
 };
 

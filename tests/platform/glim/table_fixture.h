@@ -19,6 +19,7 @@
 #include "platform/glim/collection.h"
 #include "platform/glim/reader.h"
 #include "tests/platform/glim/test_records.h"
+#include "tests/support/temporary_folder.h"
 
 namespace GlimTest {
 
@@ -77,12 +78,7 @@ class Vandal {
 
 class TableTest : public testing::Test {
  protected:
-  TableTest() {
-    char pattern[] = "/dev/shm/glim-test-XXXXXX";
-    directory = ::mkdtemp(pattern);
-    ::chmod(directory.c_str(), 0755);
-  }
-  ~TableTest() override { std::filesystem::remove_all(directory); }
+  TableTest() { ::chmod(directory.c_str(), 0755); }
 
   std::string path(std::string const& name = "table") const { return directory + "/" + name; }
   std::string file(std::string const& name = "table") const { return path(name) + ".glim"; }
@@ -103,7 +99,8 @@ class TableTest : public testing::Test {
     return found;
   }
 
-  std::string directory;
+  Support::TemporaryFolder const folder;
+  std::string const directory = folder.text();
   std::vector<Said> said;
   Dov::Platform::DebugHandler debug{
       0xff, [this](Dov::Platform::DebugHandler::Message const& message) {

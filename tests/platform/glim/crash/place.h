@@ -9,6 +9,7 @@
 #include <string>
 
 #include "platform/glim/collection.h"
+#include "tests/support/temporary_folder.h"
 
 namespace GlimCrash {
 
@@ -16,23 +17,15 @@ using Rows = std::map<std::uint64_t, std::uint64_t>;  // value by key
 
 class Place {
  public:
-  Place() {
-    char pattern[] = "/dev/shm/glim-crash-XXXXXX";
-    _top = ::mkdtemp(pattern);
-  }
-  ~Place() { std::filesystem::remove_all(_top); }
-  Place(Place const&) = delete;
-  Place& operator=(Place const&) = delete;
-
   // The writer makes it.
-  std::string directory() const { return _top + "/tables"; }
+  std::string directory() const { return _top.text("tables"); }
   std::string path() const { return directory() + "/table"; }
   std::string file() const { return path() + ".glim"; }
   Glim::RootPath root() const { return {_debug, path(), true}; }
   void clear() const { std::filesystem::remove_all(directory()); }
 
  private:
-  std::string _top;
+  Support::TemporaryFolder _top;
   mutable Dov::Platform::DebugHandler _debug{0, [](auto const&) {}};
 };
 

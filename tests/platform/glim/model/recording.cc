@@ -1,9 +1,5 @@
 #include "tests/platform/glim/model/recording.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <filesystem>
 #include <stdexcept>
 
 namespace GlimModel {
@@ -12,18 +8,12 @@ using Glim::ConquerWriter;
 
 RecordedTable::RecordedTable(Glim::RowShape const& shape, std::uint32_t maxRows)
     : _shape(shape), _maxRows(maxRows) {
-  char pattern[] = "/dev/shm/glim-model-XXXXXX";
-  if (::mkdtemp(pattern) == nullptr) throw std::runtime_error("no directory for the table");
-  _directory = pattern;
   makeWriter();
   if (_file.open(path() + ".glim", {}) != Glim::Answer::ok) throw std::runtime_error("no table");
   _words.fileIs(path() + ".glim");
 }
 
-RecordedTable::~RecordedTable() {
-  Glim::Words::memory = nullptr;
-  std::filesystem::remove_all(_directory);
-}
+RecordedTable::~RecordedTable() { Glim::Words::memory = nullptr; }
 
 void RecordedTable::makeWriter() {
   _words.forget();

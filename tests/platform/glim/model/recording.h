@@ -21,6 +21,7 @@
 #include "platform/glim/table_file.h"
 #include "tests/platform/glim/model/mapped_words.h"
 #include "tests/platform/glim/model/places.h"
+#include "tests/support/temporary_folder.h"
 
 namespace GlimModel {
 
@@ -52,7 +53,7 @@ class RecordedTable {
   std::size_t stores() const { return _stores; }  // since record()
   Glim::Layout::Geometry const& geometry() const { return _file.header().geometry; }
   Glim::TableFile const& file() const { return _file; }
-  std::string path() const { return _directory + "/table"; }
+  std::string path() const { return _folder.text("table"); }
   Location locationOf(Word const* at) const { return _words.locationOf(at); }
 
   // Steps at which an operation was done, and what was being done at a step.
@@ -77,7 +78,7 @@ class RecordedTable {
 
   Glim::RowShape const& _shape;
   std::uint32_t _maxRows;
-  std::string _directory;
+  Support::TemporaryFolder _folder;
   Dov::Platform::DebugHandler _debug{0};
   std::optional<Glim::ConquerWriter> _writer;
   Glim::TableFile _file;
