@@ -5,7 +5,6 @@
 #include <linux/rtnetlink.h>
 #include <sys/socket.h>
 
-#include <cerrno>
 #include <utility>
 
 #include "hardware/linux/netlink_socket.h"
@@ -15,42 +14,17 @@ namespace Hardware::Linux {
 BridgeMonitor::BridgeMonitor(std::string name, int receiveBufferBytes)
     : _news({RTNLGRP_LINK, RTNLGRP_BRVLAN}, receiveBufferBytes), _vlans(std::move(name)) {}
 
-std::error_code BridgeMonitor::start() {
-  if (auto error = _news.open()) return error;
-  return takeList();
-}
+std::error_code BridgeMonitor::start() { return _news.start(reader()); }
 
-std::error_code BridgeMonitor::poll() {
-  using Received = NewsSocket::Received;
-  if (!_news.isOpen()) return {ENOTCONN, std::generic_category()};
-  std::error_code error;
-  while (true) {
-    switch (_news.receive([this](nlmsghdr const& message) { takeIn(message); }, error)) {
-      case Received::something:
-        break;
-      case Received::lost:
-        ++_resynchronisations;
-        _listIsDue = true;
-        break;
-      case Received::nothing:
-        return _listIsDue ? takeList() : std::error_code();
-      case Received::failed:
-        _listIsDue = true;  // who knows what was not read
-        return error;
-    }
-  }
-}
+std::error_code BridgeMonitor::poll() { return _news.poll(reader()); }
 
-std::error_code BridgeMonitor::takeList() {
-  auto const error = listUntilWhole([this] { return takeListOnce(); });
-  if (error) _listIsDue = true;
-  return error;
+NewsFollower::Reader BridgeMonitor::reader() {
+  return {[this](nlmsghdr const& message) { return readBridgeMessage(message, _vlans); },
+          [this](auto const& visit) { return takeList(visit); }};
 }
 
 // Bridges, and then what they and their ports are in.
-std::error_code BridgeMonitor::takeListOnce() {
-  auto const visit = [this](nlmsghdr const& message) { takeIn(message); };
-  _listIsDue = false;
+std::error_code BridgeMonitor::takeList(NewsFollower::Visitor const& visit) {
   _vlans.listBegins();
   ifinfomsg fixed{};
   NetlinkRequest bridges(RTM_GETLINK, fixed);
@@ -63,11 +37,7 @@ std::error_code BridgeMonitor::takeListOnce() {
   // A kernel without bridges lists no members of any.
   if (error && error != std::errc::operation_not_supported) return error;
   _vlans.listEnds();
-  return std::make_error_code(_listIsDue ? std::errc::interrupted : std::errc());
-}
-
-void BridgeMonitor::takeIn(nlmsghdr const& message) {
-  if (readBridgeMessage(message, _vlans)) _listIsDue = true;
+  return {};
 }
 
 std::error_code BridgeMonitor::switchVlanStatsOn(int bridge) {

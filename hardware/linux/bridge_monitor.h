@@ -5,7 +5,7 @@
 #include <system_error>
 
 #include "hardware/linux/bridge_vlans.h"
-#include "hardware/linux/news_socket.h"
+#include "hardware/linux/news_follower.h"
 
 namespace Hardware::Linux {
 
@@ -49,17 +49,14 @@ class BridgeMonitor final : public BridgeSource {
   BridgeVlans const& vlans() const override { return _vlans; }
   VlanSet takeGone() override { return _vlans.takeGone(); }
   std::error_code switchVlanStatsOn(int bridge) override;
-  std::uint64_t resynchronisations() const { return _resynchronisations; }
+  std::uint64_t resynchronisations() const { return _news.resynchronisations(); }
 
  private:
-  std::error_code takeList();
-  std::error_code takeListOnce();
-  void takeIn(nlmsghdr const& message);
+  NewsFollower::Reader reader();
+  std::error_code takeList(NewsFollower::Visitor const& visit);
 
-  NewsSocket _news;
+  NewsFollower _news;
   BridgeVlans _vlans;
-  bool _listIsDue = false;
-  std::uint64_t _resynchronisations = 0;
 };
 
 /// Take in one message of the kernel, of whatever kind. Answers whether it says that something

@@ -1,12 +1,11 @@
 #include "hardware/linux/class_account.h"
 
+#include "hardware/linux/count_order.h"
+
 namespace Hardware::Linux {
 namespace {
 
-// Counts are modulo 2^64; of two of them the one that is less than half the circle ahead is later.
-bool isBefore(std::uint64_t a, std::uint64_t b) { return static_cast<std::int64_t>(a - b) < 0; }
-
-bool isBefore(ClassCounts const& a, ClassCounts const& b) {
+bool eitherIsBefore(ClassCounts const& a, ClassCounts const& b) {
   return isBefore(a.pkts, b.pkts) || isBefore(a.octets, b.octets);
 }
 
@@ -30,7 +29,7 @@ ClassAccount::ClassAccount(std::optional<ClassCounts> const& published,
 }
 
 bool ClassAccount::startedAnew(ClassSource const& source, ClassCounts const& kernel) const {
-  return _stored->source != source || isBefore(kernel, _totals - _stored->offsets);
+  return _stored->source != source || eitherIsBefore(kernel, _totals - _stored->offsets);
 }
 
 void ClassAccount::advance(ClassSource const& source, ClassCounts const& kernel) {

@@ -43,8 +43,10 @@ void CoppClasses::sayOnce(std::set<std::string>& told, std::string const& about,
 }
 
 void CoppClasses::refresh() {
-  if (!_parts.rows || _tick == _now()) return;
-  _tick = _now();
+  if (_parts.rows) _reading.at(_now(), [this] { read(); });
+}
+
+void CoppClasses::read() {
   auto const reading = _source.readTable(kTable);
   if (reading.error) {
     cannotRead(reading.error);

@@ -9,6 +9,7 @@
 #include "hardware/linux/class_account.h"
 #include "hardware/linux/copp_offsets.h"
 #include "hardware/linux/nft_counters.h"
+#include "hardware/linux/once_per_tick.h"
 #include "platform/kel/system.h"
 #include "platform/qos/copp_class_tables.h"
 
@@ -56,6 +57,7 @@ class CoppClasses {
   std::optional<Names> const& classes() const { return _classes; }
 
  private:
+  void read();
   void cannotRead(std::error_code error);
   void take(NftTable const& table);
   bool isClassName(std::string const& name);
@@ -75,7 +77,7 @@ class CoppClasses {
   std::uint64_t const _generation;
   std::function<Kel::Seconds()> const _now;
   std::function<void(std::string const&)> const _say;
-  std::optional<Kel::Seconds> _tick;
+  OncePerTick _reading;
   std::uint64_t _tableHandle = 0;
   std::optional<Names> _classes;
   std::map<Qos::CoppClassName, ClassAccount> _accounts;

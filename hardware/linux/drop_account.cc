@@ -1,5 +1,7 @@
 #include "hardware/linux/drop_account.h"
 
+#include "hardware/linux/count_order.h"
+
 namespace Hardware::Linux {
 namespace {
 
@@ -20,8 +22,7 @@ void DropAccount::advance(std::optional<QdiscCounts> const& counts) {
   }
   auto const low = static_cast<std::uint32_t>(_count);
   bool const beganAnew = _last && counts->octets < _last->octets;
-  bool const wraps =
-      _last ? counts->drops - low < std::uint32_t{1} << 31 : looksWrapped(counts->drops, low);
+  bool const wraps = _last ? !isBefore(counts->drops, low) : looksWrapped(counts->drops, low);
   if (!beganAnew && (counts->drops >= low || wraps))
     _count += counts->drops - low;  // modulo 2^32
   else

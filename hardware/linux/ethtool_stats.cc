@@ -114,14 +114,13 @@ bool readPauseAnswer(nlmsghdr const& message, MacStats& stats) {
 MacReading EthtoolStats::read(double now, int ifindex) {
   Link& link = _links[ifindex];
   if (!link.hasGroups && !link.hasPause) return {};
-  if (link.tick != now) {
-    link.tick = now;
+  link.reading.at(now, [&] {
     link.any = false;
     link.unavailable = false;
     link.stats = {};
     if (link.hasGroups) readGroups(ifindex, link);
     if (link.hasPause) readPause(ifindex, link);
-  }
+  });
   if (link.unavailable) return {nullptr, true};
   return {link.any ? &link.stats : nullptr, false};
 }

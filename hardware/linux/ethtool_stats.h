@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "hardware/linux/ethtool_socket.h"
+#include "hardware/linux/once_per_tick.h"
 
 namespace Hardware::Linux {
 
@@ -82,7 +83,7 @@ class EthtoolStats final : public MacStatsSource {
     bool hasPause = true;
     bool any = false;          // counts came at this tick
     bool unavailable = false;  // and some did not
-    std::optional<double> tick;
+    OncePerTick reading;
     MacStats stats;
   };
   static void settle(std::error_code error, bool any, Link& link, bool& has);

@@ -31,10 +31,7 @@ constexpr std::array<SizeClass, 7> kSizeClasses{{
 
 class Reading {
  public:
-  void set(PortField field, std::uint64_t count) {
-    counts.totals[field] = count;
-    counts.known.insert(field);
-  }
+  void set(PortField field, std::uint64_t count) { counts.set(field, count); }
   void set(EthCounter counter, std::uint64_t count) { set(portField(counter), count); }
   void set(PortField field, Count const& count) {
     if (count) set(field, *count);

@@ -15,6 +15,11 @@ namespace Hardware::Linux {
 struct KernelCounts {
   PortTotals totals;
   PortFields known;
+
+  void set(PortField field, std::uint64_t count) {
+    totals[field] = count;
+    known.insert(field);
+  }
 };
 
 /// The mapping of the kernel's counters.

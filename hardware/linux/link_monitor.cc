@@ -3,52 +3,31 @@
 #include <linux/if_link.h>
 #include <linux/rtnetlink.h>
 
-#include <cerrno>
+#include <utility>
 
 namespace Hardware::Linux {
 
 LinkMonitor::LinkMonitor(SpeedOf speedOf, int receiveBufferBytes)
     : _speedOf(std::move(speedOf)), _news({RTNLGRP_LINK}, receiveBufferBytes) {}
 
-std::error_code LinkMonitor::start(Events& events) {
-  if (auto error = _news.open()) return error;
-  return takeList(events);
+std::error_code LinkMonitor::start(Events& events) { return _news.start(reader(events)); }
+
+std::error_code LinkMonitor::poll(Events& events) { return _news.poll(reader(events)); }
+
+NewsFollower::Reader LinkMonitor::reader(Events& events) {
+  return {[this, &events](nlmsghdr const& message) {
+            takeIn(message, events);
+            return false;
+          },
+          [this, &events](auto const& visit) { return takeList(events, visit); }};
 }
 
-std::error_code LinkMonitor::poll(Events& events) {
-  using Received = NewsSocket::Received;
-  if (!_news.isOpen()) return {ENOTCONN, std::generic_category()};
-  std::error_code error;
-  while (true) {
-    switch (_news.receive([&](nlmsghdr const& message) { takeIn(message, events); }, error)) {
-      case Received::something:
-        break;
-      case Received::lost:
-        ++_resynchronisations;
-        _listIsDue = true;
-        break;
-      case Received::nothing:
-        return _listIsDue ? takeList(events) : std::error_code();
-      case Received::failed:
-        _listIsDue = true;  // who knows what was not read
-        return error;
-    }
-  }
-}
-
-std::error_code LinkMonitor::takeList(Events& events) {
-  _listIsDue = true;
-  auto const error = listUntilWhole([&] { return takeListOnce(events); });
-  _listIsDue = static_cast<bool>(error);
-  return error;
-}
-
-std::error_code LinkMonitor::takeListOnce(Events& events) {
+std::error_code LinkMonitor::takeList(Events& events, NewsFollower::Visitor const& visit) {
   ifinfomsg fixed{};
   NetlinkRequest request(RTM_GETLINK, fixed);
   request.put(IFLA_EXT_MASK, std::uint32_t{RTEXT_FILTER_SKIP_STATS});
   _table.listBegins(events);
-  auto const error = _news.list(request, [&](nlmsghdr const& message) { takeIn(message, events); });
+  auto const error = _news.list(request, visit);
   if (!error) _table.listEnds(events);
   return error;
 }

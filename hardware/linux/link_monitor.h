@@ -6,7 +6,7 @@
 #include <system_error>
 
 #include "hardware/linux/link_table.h"
-#include "hardware/linux/news_socket.h"
+#include "hardware/linux/news_follower.h"
 
 namespace Hardware::Linux {
 
@@ -43,17 +43,15 @@ class LinkMonitor {
 
   std::map<int, Link> const& links() const { return _table.links(); }
   /// How often the list was taken anew because news was lost.
-  std::uint64_t resynchronisations() const { return _resynchronisations; }
+  std::uint64_t resynchronisations() const { return _news.resynchronisations(); }
 
  private:
-  std::error_code takeList(Events& events);
-  std::error_code takeListOnce(Events& events);
+  NewsFollower::Reader reader(Events& events);
+  std::error_code takeList(Events& events, NewsFollower::Visitor const& visit);
   void takeIn(nlmsghdr const& message, Events& events);
 
   SpeedOf _speedOf;
-  NewsSocket _news;
-  bool _listIsDue = false;
-  std::uint64_t _resynchronisations = 0;
+  NewsFollower _news;
   LinkTable _table;
 };
 

@@ -9,10 +9,7 @@ namespace Hardware::Linux {
 LinkStats::LinkStats() : _socket(NETLINK_ROUTE) {}
 
 std::error_code LinkStats::refresh(double now) {
-  if (_fresh && now == _tick) return _error;
-  _fresh = true;
-  _tick = now;
-  _error = read();
+  _reading.at(now, [this] { _error = read(); });
   return _error;
 }
 
@@ -35,16 +32,13 @@ std::error_code LinkStats::read() {
   // missed is there at the next tick.
   if (error == std::errc::interrupted) error.clear();
   if (error) _entries.clear();
-  auto const byIndex = [](Entry const& a, Entry const& b) { return a.ifindex < b.ifindex; };
-  if (!std::is_sorted(_entries.begin(), _entries.end(), byIndex))
-    std::sort(_entries.begin(), _entries.end(), byIndex);
+  if (!std::ranges::is_sorted(_entries, {}, &Entry::ifindex))
+    std::ranges::sort(_entries, {}, &Entry::ifindex);
   return error;
 }
 
 rtnl_link_stats64 const* LinkStats::find(int ifindex) const {
-  auto const at =
-      std::lower_bound(_entries.begin(), _entries.end(), ifindex,
-                       [](Entry const& entry, int wanted) { return entry.ifindex < wanted; });
+  auto const at = std::ranges::lower_bound(_entries, ifindex, {}, &Entry::ifindex);
   return at != _entries.end() && at->ifindex == ifindex ? &at->stats : nullptr;
 }
 

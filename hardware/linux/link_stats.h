@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "hardware/linux/netlink_socket.h"
+#include "hardware/linux/once_per_tick.h"
 
 namespace Hardware::Linux {
 
@@ -44,10 +45,9 @@ class LinkStats final : public LinkStatsSource {
 
   NetlinkSocket _socket;
   std::vector<Entry> _entries;  // by ifindex
-  double _tick = 0.0;
-  bool _fresh = false;
+  OncePerTick _reading;
+  std::error_code _error;  // of that reading
   std::uint64_t _dumps = 0;
-  std::error_code _error;
 };
 
 }  // namespace Hardware::Linux

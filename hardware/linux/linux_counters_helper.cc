@@ -164,22 +164,13 @@ std::optional<QueueReading> LinuxCountersHelper::readQueues(Link const& link) {
   return qdiscs ? std::optional(queueReading(*qdiscs, link.txQueues)) : std::nullopt;
 }
 
-template <class Store, class Account>
-void LinuxCountersHelper::save(Store& store, Pekt::IntfId const& intfId, Account& account) {
-  if (!account.mustSave()) return;
-  if (store.save(intfId, *account.stored()))
-    account.saved();
-  else
-    ++_offsetsNotSaved;  // tried again at the next reading
-}
-
 void LinuxCountersHelper::advance(Pekt::IntfId const& intfId, Port& port) {
   if (!port.account) open(intfId, port);
   if (!port.link) return;
   auto const counts = read(intfId, port.link->ifindex);
   if (!counts) return;
   port.account->advance(identityOf(port.link->ifindex), *counts);
-  save(*_parts.offsets, intfId, *port.account);
+  if (!saveOffsets(*_parts.offsets, intfId, *port.account)) ++_offsetsNotSaved;
   port.lastReading = _parts.now();
 }
 
@@ -235,7 +226,7 @@ void LinuxCountersHelper::getIntfQueueCounters(Pekt::IntfId intfId,
   if (!port.queues)
     port.queues.emplace(_parts.publishedQueues(intfId), _parts.queueOffsets->load(intfId));
   port.queues->advance(identityOf(port.link->ifindex), *reading);
-  save(*_parts.queueOffsets, intfId, *port.queues);
+  if (!saveOffsets(*_parts.queueOffsets, intfId, *port.queues)) ++_offsetsNotSaved;
   port.queues->sample(*counters);
 }
 

@@ -169,8 +169,6 @@ class LinuxCountersHelper final : public OruHelper::OruHelperCountersSm {
   std::optional<QueueReading> readQueues(Link const& link);
   void readDrops(Link const& link, DropAccount& drops);
   void readNftDrops(Link const& link, NftCounterName const& counter, DropAccount& drops);
-  template <class Store, class Account>
-  void save(Store& store, Pekt::IntfId const& intfId, Account& account);
 
   Parts _parts;
   CoppClasses _copp;

@@ -9,8 +9,6 @@
 namespace Hardware::Linux {
 namespace {
 
-std::error_code systemError(int number) { return {number, std::generic_category()}; }
-
 void setOption(mnl_socket const* socket, int level, int option, int value) {
   // Older kernels lack some of these; each only saves work or adds words.
   setsockopt(mnl_socket_get_fd(socket), level, option, &value, sizeof value);
@@ -85,9 +83,7 @@ std::error_code NetlinkSocket::exchange(NetlinkRequest& request, Visitor const& 
       if (message->nlmsg_flags & NLM_F_DUMP_INTR) interrupted = true;
       // Not by the multi flag: dumps of some generic-netlink families lack it.
       if (message->nlmsg_type == NLMSG_DONE) {
-        // A dump that fails on its way ends with the error in its last message.
-        auto const number = fixedHeader<std::int32_t>(*message).value_or(0);
-        if (number < 0) return systemError(-number);
+        if (auto const error = endOfDump(*message)) return error;
         return interrupted ? systemError(EINTR) : std::error_code();
       }
       if (message->nlmsg_type == NLMSG_ERROR) return netlinkError(*message, _errorText);
@@ -102,6 +98,23 @@ std::optional<std::uint64_t> NetlinkSocket::networkNamespaceCookie() {
   socklen_t length = sizeof cookie;
   if (getsockopt(fd(), SOL_SOCKET, SO_NETNS_COOKIE, &cookie, &length) < 0) return std::nullopt;
   return cookie;
+}
+
+std::error_code askUntilWhole(std::function<std::error_code()> const& ask, int attempts) {
+  std::error_code error;
+  for (int attempt = 0; attempt < attempts; ++attempt) {
+    error = ask();
+    if (error != std::errc::interrupted) break;
+  }
+  return error;
+}
+
+std::error_code systemError(int number) { return {number, std::generic_category()}; }
+
+// One that fails on its way ends with the error in its last message.
+std::error_code endOfDump(nlmsghdr const& message) {
+  auto const number = fixedHeader<std::int32_t>(message).value_or(0);
+  return number < 0 ? systemError(-number) : std::error_code();
 }
 
 std::error_code netlinkError(nlmsghdr const& message, std::string& text) {

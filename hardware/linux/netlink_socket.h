@@ -64,6 +64,16 @@ class NetlinkSocket {
   std::unique_ptr<char[]> _buffer;
 };
 
+/// Asks by `ask` until it does not answer `std::errc::interrupted`, so many times at most. Each
+/// such answer means that what was asked for changed meanwhile.
+std::error_code askUntilWhole(std::function<std::error_code()> const& ask, int attempts = 3);
+
+/// An error number of the system as a value.
+std::error_code systemError(int number);
+
+/// What the last message of a dump says: none if it came to its end.
+std::error_code endOfDump(nlmsghdr const& message);
+
 /// What an error message of the kernel says: none for an acknowledgement. The words go to `text`.
 std::error_code netlinkError(nlmsghdr const& message, std::string& text);
 

@@ -13,8 +13,6 @@
 namespace Hardware::Linux {
 namespace {
 
-std::error_code systemError(int number) { return {number, std::generic_category()}; }
-
 constexpr int kPatienceMilliseconds = 5000;
 
 }  // namespace
@@ -86,8 +84,7 @@ std::error_code NewsSocket::list(NetlinkRequest& request, Visitor const& visit) 
       visit(message);
     } else if (isAnswer && message.nlmsg_type == NLMSG_DONE) {
       done = true;
-      auto const number = fixedHeader<std::int32_t>(message).value_or(0);
-      if (number < 0) error = systemError(-number);
+      error = endOfDump(message);
     } else if (isAnswer && message.nlmsg_type == NLMSG_ERROR) {
       std::string words;
       error = netlinkError(message, words);
@@ -112,16 +109,6 @@ std::error_code NewsSocket::list(NetlinkRequest& request, Visitor const& visit) 
   }
   if (error) return error;
   return whole ? std::error_code() : systemError(EINTR);
-}
-
-// Each failed attempt means that what is listed changed meanwhile.
-std::error_code listUntilWhole(std::function<std::error_code()> const& listOnce, int attempts) {
-  std::error_code error;
-  for (int attempt = 0; attempt < attempts; ++attempt) {
-    error = listOnce();
-    if (error != std::errc::interrupted) break;
-  }
-  return error;
 }
 
 }  // namespace Hardware::Linux

@@ -49,8 +49,4 @@ class NewsSocket {
   std::uint32_t _sequence = 0;
 };
 
-/// Takes a list by `listOnce` until it does not answer `std::errc::interrupted`, so many times at
-/// most.
-std::error_code listUntilWhole(std::function<std::error_code()> const& listOnce, int attempts = 16);
-
 }  // namespace Hardware::Linux

@@ -75,9 +75,8 @@ std::string NftTableName::text() const { return familyName(family) + ' ' + name;
 NftCounters::NftCounters() : _socket(NETLINK_NETFILTER) {}
 
 NftCounterSource::Reading NftCounters::read(double now, NftCounterName const& counter) {
-  auto const [at, isNew] = _known.try_emplace(counter.text());
-  Known& known = at->second;
-  if (isNew || known.tick != now) known = {now, ask(counter)};
+  Known& known = _known[counter.text()];
+  known.asking.at(now, [&] { known.reading = ask(counter); });
   return known.reading;
 }
 
@@ -109,13 +108,11 @@ std::error_code NftCounters::ask(std::uint16_t command, NftCounterName const& co
 }
 
 NftCounterSource::TableReading NftCounters::readTable(NftTableName const& name) {
-  constexpr int kTries = 3;
   TableReading reading;
-  for (int tried = 0; tried < kTries; ++tried) {
+  reading.error = askUntilWhole([&] {
     reading.table = {};
-    reading.error = readTableOnce(name, reading.table);
-    if (reading.error != std::errc::interrupted) break;
-  }
+    return readTableOnce(name, reading.table);
+  });
   if (reading.error) reading.table = {};
   return reading;
 }

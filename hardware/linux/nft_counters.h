@@ -10,6 +10,7 @@
 
 #include "hardware/linux/netlink_socket.h"
 #include "hardware/linux/nft_counter_name.h"
+#include "hardware/linux/once_per_tick.h"
 
 namespace Hardware::Linux {
 
@@ -85,7 +86,7 @@ class NftCounters final : public NftCounterSource {
   std::error_code readTableOnce(NftTableName const& name, NftTable& table);
 
   struct Known {
-    double tick = 0.0;
+    OncePerTick asking;
     Reading reading;
   };
   NetlinkSocket _socket;

@@ -53,6 +53,16 @@ class MemoryOffsetStoreOf final : public OffsetStoreOf<Offsets> {
   std::unordered_map<Pekt::IntfId, Offsets, IntfIdHash> _records;
 };
 
+/// Keeps what must be kept of an account's offsets. False: it could not be, and is tried again when
+/// this is called after the next reading.
+template <class Offsets, class Account>
+bool saveOffsets(OffsetStoreOf<Offsets>& store, Pekt::IntfId const& intfId, Account& account) {
+  if (!account.mustSave()) return true;
+  if (!store.save(intfId, *account.stored())) return false;
+  account.saved();
+  return true;
+}
+
 /// Of the ports' counters, and of the counters of their queues.
 using OffsetStore = OffsetStoreOf<StoredOffsets>;
 using MemoryOffsetStore = MemoryOffsetStoreOf<StoredOffsets>;

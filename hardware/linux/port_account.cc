@@ -1,10 +1,9 @@
 #include "hardware/linux/port_account.h"
 
+#include "hardware/linux/count_order.h"
+
 namespace Hardware::Linux {
 namespace {
-
-// Counts are modulo 2^64; of two of them the one that is less than half the circle ahead is later.
-bool isBefore(std::uint64_t a, std::uint64_t b) { return static_cast<std::int64_t>(a - b) < 0; }
 
 // Of the kernel's own counts: beside an old offset, every reset would look small.
 bool startedAnew(std::uint64_t kernel, std::uint64_t last) {

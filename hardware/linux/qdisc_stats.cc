@@ -83,34 +83,28 @@ std::optional<QdiscNews> readQdiscMessage(nlmsghdr const& message) {
 QdiscStats::QdiscStats() : _socket(NETLINK_ROUTE) {}
 
 std::error_code QdiscStats::refresh(double now) {
-  if (_fresh && now == _tick) return _error;
-  _fresh = true;
-  _tick = now;
-  _error = read();
+  _reading.at(now, [this] { _error = read(); });
   return _error;
 }
 
 std::error_code QdiscStats::read() {
-  constexpr int kTries = 3;
   std::vector<QdiscNews> all;
-  std::error_code error;
-  for (int tried = 0; tried < kTries; ++tried) {
+  // One that was missed would look as if replaced.
+  auto const error = askUntilWhole([&] {
     ++_dumps;
     all.clear();
     NetlinkRequest request(RTM_GETQDISC, tcmsg{});
-    error = _socket.dump(request, [&](nlmsghdr const& message) {
+    return _socket.dump(request, [&](nlmsghdr const& message) {
       if (auto const news = readQdiscMessage(message)) all.push_back(*news);
     });
-    if (error != std::errc::interrupted) break;  // one that was missed would look as if replaced
-  }
+  });
   if (error) all.clear();
   index(all);
   return error;
 }
 
 void QdiscStats::index(std::vector<QdiscNews>& all) {
-  auto const byLink = [](QdiscNews const& a, QdiscNews const& b) { return a.ifindex < b.ifindex; };
-  std::stable_sort(all.begin(), all.end(), byLink);
+  std::ranges::stable_sort(all, {}, &QdiscNews::ifindex);
   _qdiscs.clear();
   _links.clear();
   for (QdiscNews const& news : all) {
@@ -122,9 +116,7 @@ void QdiscStats::index(std::vector<QdiscNews>& all) {
 }
 
 std::span<Qdisc const> QdiscStats::find(int ifindex) const {
-  auto const at =
-      std::lower_bound(_links.begin(), _links.end(), ifindex,
-                       [](Link const& link, int wanted) { return link.ifindex < wanted; });
+  auto const at = std::ranges::lower_bound(_links, ifindex, {}, &Link::ifindex);
   if (at == _links.end() || at->ifindex != ifindex) return {};
   return std::span(_qdiscs).subspan(at->first, at->count);
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "hardware/linux/netlink_socket.h"
+#include "hardware/linux/once_per_tick.h"
 
 namespace Hardware::Linux {
 
@@ -87,10 +88,9 @@ class QdiscStats final : public QdiscSource {
   NetlinkSocket _socket;
   std::vector<Qdisc> _qdiscs;
   std::vector<Link> _links;  // by ifindex
-  double _tick = 0.0;
-  bool _fresh = false;
+  OncePerTick _reading;
+  std::error_code _error;  // of that reading
   std::uint64_t _dumps = 0;
-  std::error_code _error;
 };
 
 }  // namespace Hardware::Linux

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "counters/pollers/counter_records.h"
+#include "hardware/linux/count_order.h"
 
 namespace Hardware::Linux {
 namespace {
@@ -18,12 +19,8 @@ std::size_t slotOf(Queue const& queue) {
   return std::min<std::size_t>(queue.number, QueueIndex::max);
 }
 
-bool isBefore(std::uint64_t a, std::uint64_t b) { return static_cast<std::int64_t>(a - b) < 0; }
-
 // A count of 32 bits that stepped back either wrapped, and then is little ahead, or began anew.
-bool wrapped(std::uint32_t now, std::uint32_t last) {
-  return now < last && static_cast<std::uint32_t>(now - last) < std::uint32_t{1} << 31;
-}
+bool wrapped(std::uint32_t now, std::uint32_t last) { return now < last && !isBefore(now, last); }
 
 // Some kernels count packets in 32 bits.
 bool wrapped(std::uint64_t now, std::uint64_t last) {

@@ -33,14 +33,10 @@ Interface::EthIntfCounterGlim asPort(VlanCounts const& counts) {
 
 KernelCounts asPort(VlanKernelCounts const& kernel) {
   KernelCounts counts;
-  auto const put = [&](PortField field, std::uint64_t value) {
-    counts.totals[field] = value;
-    counts.known.insert(field);
-  };
-  put(PortField::inOctets, kernel.rxOctets);
-  put(PortField::inPkts, kernel.rxPkts);
-  put(PortField::outOctets, kernel.txOctets);
-  put(PortField::outPkts, kernel.txPkts);
+  counts.set(PortField::inOctets, kernel.rxOctets);
+  counts.set(PortField::inPkts, kernel.rxPkts);
+  counts.set(PortField::outOctets, kernel.txOctets);
+  counts.set(PortField::outPkts, kernel.txPkts);
   return counts;
 }
 
@@ -96,14 +92,6 @@ VlanKernelCounts const* VlanCountersHelper::read(VlanId vlanId) {
   return _parts.stats->find(_bridge, static_cast<std::uint16_t>(vlanId.value()));
 }
 
-void VlanCountersHelper::save(VlanId vlanId, PortAccount& account) {
-  if (!account.mustSave()) return;
-  if (_parts.offsets->save(keyOf(vlanId), *account.stored()))
-    account.saved();
-  else
-    ++_offsetsNotSaved;
-}
-
 // Told again of one that it counts, it goes on counting.
 void VlanCountersHelper::initializeVlanCounters(VlanId vlanId) {
   if (_vlans.contains(vlanId)) return;
@@ -125,7 +113,7 @@ void VlanCountersHelper::getVlanCounters(VlanId vlanId,
   if (counts) {
     vlan.account.advance(identity(), asPort(*counts));
     // Before anything is published that depends on it.
-    save(vlanId, vlan.account);
+    if (!saveOffsets(*_parts.offsets, keyOf(vlanId), vlan.account)) ++_offsetsNotSaved;
   }
   prevCounters->countsIs(row->counts);
   newCounters->countsIs(vlan.base + sampleOf(vlan.account));

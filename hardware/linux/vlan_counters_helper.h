@@ -75,7 +75,6 @@ class VlanCountersHelper final : public OruHelper::OruVlanCountersHelper {
   };
   LinkIdentity identity() const { return {_parts.generation, _bridge}; }
   VlanKernelCounts const* read(Bridging::VlanId vlanId);
-  void save(Bridging::VlanId vlanId, PortAccount& account);
 
   Parts const _parts;
   int _bridge = 0;

@@ -6,8 +6,6 @@
 
 #include <utility>
 
-#include "hardware/linux/news_socket.h"
-
 namespace Hardware::Linux {
 namespace {
 
@@ -47,16 +45,12 @@ VlanStats::VlanStats(Dump dump)
       }) {}
 
 std::error_code VlanStats::refresh(double now) {
-  if (_fresh && now == _tick) return _error;
-  _fresh = true;
-  _tick = now;
-  _error = read();
+  _reading.at(now, [this] { _error = read(); });
   return _error;
 }
 
 std::error_code VlanStats::read() {
-  constexpr int kTries = 3;
-  auto error = listUntilWhole([this] { return readOnce(); }, kTries);
+  auto error = askUntilWhole([this] { return readOnce(); });
   // Links still come or go. What was told of the others is true.
   if (error == std::errc::interrupted) error.clear();
   if (error) _counts.clear();

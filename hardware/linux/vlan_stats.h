@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "hardware/linux/netlink_socket.h"
+#include "hardware/linux/once_per_tick.h"
 
 namespace Hardware::Linux {
 
@@ -62,10 +63,9 @@ class VlanStats final : public VlanStatsSource {
   NetlinkSocket _socket;
   Dump const _dump;
   VlanCountsByBridge _counts;
-  double _tick = 0.0;
-  bool _fresh = false;
+  OncePerTick _reading;
+  std::error_code _error;  // of that reading
   std::uint64_t _dumps = 0;
-  std::error_code _error;
 };
 
 }  // namespace Hardware::Linux

@@ -126,17 +126,5 @@ TEST_F(BridgeMonitorInKernel, WhatIsNoBridgeCannotBeSwitched) {
   if (ofBridge) GTEST_SKIP() << "this kernel's bridges count no VLANs: " << ofBridge.message();
 }
 
-TEST(ListUntilWhole, AsksAgainWhileItIsInterruptedAndNoMore) {
-  auto const interrupted = std::make_error_code(std::errc::interrupted);
-  for (auto const& end : {std::error_code(), std::make_error_code(std::errc::timed_out)}) {
-    int asked = 0;
-    EXPECT_EQ(listUntilWhole([&] { return ++asked < 3 ? interrupted : end; }), end);
-    EXPECT_EQ(asked, 3);
-  }
-  int asked = 0;
-  EXPECT_EQ(listUntilWhole([&] { return ++asked, interrupted; }, 5), interrupted);
-  EXPECT_EQ(asked, 5);
-}
-
 }  // namespace
 }  // namespace Hardware::Linux

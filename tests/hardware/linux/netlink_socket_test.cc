@@ -97,5 +97,17 @@ TEST(NetlinkAttributes, RecordOfAnOlderKernelIsFilledWithZeros) {
   });
 }
 
+TEST(AskUntilWhole, AsksAgainWhileItIsInterruptedAndNoMore) {
+  auto const interrupted = std::make_error_code(std::errc::interrupted);
+  for (auto const& end : {std::error_code(), std::make_error_code(std::errc::timed_out)}) {
+    int asked = 0;
+    EXPECT_EQ(askUntilWhole([&] { return ++asked < 3 ? interrupted : end; }), end);
+    EXPECT_EQ(asked, 3);
+  }
+  int asked = 0;
+  EXPECT_EQ(askUntilWhole([&] { return ++asked, interrupted; }, 5), interrupted);
+  EXPECT_EQ(asked, 5);
+}
+
 }  // namespace
 }  // namespace Hardware::Linux
