@@ -20,12 +20,16 @@ void BridgeVlans::linkDel(int ifindex) {
 
 void BridgeVlans::memberIs(int ifindex, int bridge, VlanSet const& vlans) {
   if (_listing) _listed.insert(ifindex);
-  _members[ifindex] = {bridge, vlans};
+  Member& member = _members[ifindex];
+  member.bridge = bridge;
+  member.vlans = vlans;
   update();
 }
 
 void BridgeVlans::vlansAdd(int ifindex, VlanSet const& vlans) {
-  _members[ifindex].vlans |= vlans;
+  Member& member = _members[ifindex];
+  member.vlans |= vlans;
+  member.given |= vlans & _taken;
   update();
 }
 
@@ -45,6 +49,9 @@ void BridgeVlans::listEnds() {
   auto const isUnlisted = [this](auto const& each) { return !_listed.contains(each.first); };
   std::erase_if(_bridges, isUnlisted);
   std::erase_if(_members, isUnlisted);
+  _gone |= _taken & ~allAlong();
+  _taken.reset();
+  for (auto& [ifindex, member] : _members) member.given.reset();
   update();
 }
 
@@ -57,34 +64,50 @@ Bridge const* BridgeVlans::served() const {
 
 VlanSet BridgeVlans::takeGone() { return std::exchange(_gone, {}); }
 
-// What a list told so far is not all that there is: only of what the change itself takes away it is
-// known that it went.
+// What a list told so far is not all that there is: of what the change takes from those that are
+// known, another member may be in it. But with the bridge itself all of its VLANs went.
 template <class Change>
 void BridgeVlans::leave(Change const& change) {
-  VlanSet const before = allOf(served());
+  auto const bridge = servedIndex();
+  VlanSet const before = all();
   change();
-  if (_listing) _gone |= before & ~allOf(served());
+  if (_listing) (servedIndex() == bridge ? _taken : _gone) |= before & ~all();
   update();
 }
 
 void BridgeVlans::update() {
   if (_listing) return;
-  Bridge const* const bridge = served();
-  std::optional<int> const now = bridge ? std::optional(bridge->ifindex) : std::nullopt;
+  auto const now = servedIndex();
   if (now != _served) _gone |= _vlans;
   _served = now;
-  VlanSet const all = allOf(bridge);
+  VlanSet const all = this->all();
   _gone |= _vlans & ~all;
   _vlans = all;
 }
 
-// A bridge is a member of itself, also while nothing but its VLANs was told of it.
-VlanSet BridgeVlans::allOf(Bridge const* bridge) const {
+std::optional<int> BridgeVlans::servedIndex() const {
+  Bridge const* const bridge = served();
+  return bridge ? std::optional(bridge->ifindex) : std::nullopt;
+}
+
+// Of the bridge that is served, which is a member of itself, also while nothing but its VLANs was
+// told of it.
+template <class Of>
+VlanSet BridgeVlans::uniteMembers(Of const& of) const {
   VlanSet all;
-  if (!bridge) return all;
+  auto const bridge = servedIndex();
   for (auto const& [ifindex, member] : _members)
-    if (member.bridge == bridge->ifindex || ifindex == bridge->ifindex) all |= member.vlans;
+    if (member.bridge == bridge || ifindex == bridge) all |= of(member);
   return all;
+}
+
+VlanSet BridgeVlans::all() const {
+  return uniteMembers([](Member const& member) { return member.vlans; });
+}
+
+// Those that some member is in without that news put it there during the list.
+VlanSet BridgeVlans::allAlong() const {
+  return uniteMembers([](Member const& member) { return member.vlans & ~member.given; });
 }
 
 }  // namespace Hardware::Linux

@@ -34,8 +34,9 @@ struct Bridge {
 ///
 /// A list of all bridges and members may come at any time, mixed with news, as with `LinkTable`.
 /// From its beginning until one ends, what is served and its VLANs stay as they were, since the
-/// list tells them one after the other; one that fails is followed by another. What is gone by news
-/// of that time is gone.
+/// list tells them one after the other; one that fails is followed by another. A VLAN that news of
+/// that time takes away is gone, unless the list tells of a member that is in it and that no news
+/// put there since: that one was in it all along, and only the news of it was lost.
 class BridgeVlans {
  public:
   /// Empty name: any bridge.
@@ -64,9 +65,14 @@ class BridgeVlans {
   struct Member {
     int bridge = 0;  // 0: not known yet
     VlanSet vlans;
+    VlanSet given;  // those that news put it in after news had taken them away, during a list
   };
   void update();
-  VlanSet allOf(Bridge const* bridge) const;
+  std::optional<int> servedIndex() const;
+  template <class Of>
+  VlanSet uniteMembers(Of const& of) const;
+  VlanSet all() const;
+  VlanSet allAlong() const;
   template <class Change>
   void leave(Change const& change);
 
@@ -77,6 +83,7 @@ class BridgeVlans {
   VlanSet _vlans;
   VlanSet _gone;
   bool _listing = false;  // also after a list that failed
+  VlanSet _taken;         // away by news of that time, from all members known so far
   std::set<int> _listed;
 };
 

@@ -140,9 +140,108 @@ TEST_F(BridgeVlansListed, ALinkThatIsDeletedMeanwhileTakesItsVlans) {
   sut.memberIs(kPort, kBridge, vlanSet({10}));
   listBegins();
   sut.linkDel(kPort);
+  sut.memberIs(kOther, kBridge, vlanSet({20}));
+  sut.listEnds();
+  EXPECT_EQ(sut.vlans(), vlanSet({20}));
+  EXPECT_EQ(sut.takeGone(), vlanSet({10}));
+}
+
+// News that another port is in it was lost before the list.
+TEST_F(BridgeVlansListed, AVlanOfALinkThatIsDeletedMeanwhileStaysWithAPortThatTheListTellsLater) {
+  sut.memberIs(kPort, kBridge, vlanSet({10}));
+  listBegins();
+  sut.linkDel(kPort);
   sut.memberIs(kOther, kBridge, vlanSet({10}));
   sut.listEnds();
+  EXPECT_EQ(sut.vlans(), vlanSet({10}));
+  EXPECT_EQ(sut.takeGone(), vlanSet({}));
+}
+
+TEST_F(BridgeVlansListed, AVlanThatAPortLeavesMeanwhileStaysWithOneThatTheListTellsLater) {
+  sut.memberIs(kPort, kBridge, vlanSet({10}));
+  listBegins();
+  sut.vlansDel(kPort, vlanSet({10}));
+  sut.memberIs(kPort, kBridge, {});
+  sut.memberIs(kOther, kBridge, vlanSet({10}));
+  sut.listEnds();
+  EXPECT_EQ(sut.takeGone(), vlanSet({}));
+}
+
+TEST_F(BridgeVlansListed, AVlanThatNewsTakesAndGivesToAnotherPortMeanwhileWasGone) {
+  sut.memberIs(kPort, kBridge, vlanSet({10}));
+  listBegins();
+  sut.linkDel(kPort);
+  sut.vlansAdd(kOther, vlanSet({10}));
+  sut.memberIs(kOther, kBridge, vlanSet({10}));  // by the list, which came to it later
+  sut.listEnds();
+  EXPECT_EQ(sut.vlans(), vlanSet({10}));
   EXPECT_EQ(sut.takeGone(), vlanSet({10}));
+}
+
+TEST_F(BridgeVlansListed, AVlanThatNewsGivesToAPortBeforeItTakesItFromAnotherWasNeverGone) {
+  sut.memberIs(kPort, kBridge, vlanSet({10}));
+  listBegins();
+  sut.vlansAdd(kOther, vlanSet({10}));  // nobody knows yet whose port that is
+  sut.vlansDel(kPort, vlanSet({10}));
+  sut.memberIs(kPort, kBridge, {});
+  sut.memberIs(kOther, kBridge, vlanSet({10}));
+  sut.listEnds();
+  EXPECT_EQ(sut.takeGone(), vlanSet({}));
+}
+
+TEST_F(BridgeVlansListed, AVlanOfAPortOfAnotherBridgeIsGoneAllTheSame) {
+  sut.memberIs(kPort, kBridge, vlanSet({10}));
+  listBegins();
+  sut.linkDel(kPort);
+  sut.memberIs(kOther, 3, vlanSet({10}));
+  sut.listEnds();
+  EXPECT_EQ(sut.takeGone(), vlanSet({10}));
+}
+
+TEST_F(BridgeVlansListed, WhatNewsTookDuringAListThatFailedIsJudgedByTheNext) {
+  sut.memberIs(kPort, kBridge, vlanSet({10, 20, 30}));
+  listBegins();
+  sut.vlansDel(kPort, vlanSet({10, 20, 30}));
+  sut.vlansAdd(kOther, vlanSet({30}));
+  // It fails here.
+  EXPECT_EQ(sut.takeGone(), vlanSet({}));
+  listBegins();
+  sut.memberIs(kPort, kBridge, {});
+  sut.memberIs(kOther, kBridge, vlanSet({10, 30}));
+  sut.listEnds();
+  EXPECT_EQ(sut.takeGone(), vlanSet({20, 30}));
+}
+
+class BridgeVlansListedAgain : public BridgeVlansListed {
+ protected:
+  // In the list before, news took a VLAN from the port and gave it back.
+  BridgeVlansListedAgain() {
+    sut.memberIs(kPort, kBridge, vlanSet({10}));
+    listBegins();
+    sut.vlansDel(kPort, vlanSet({10}));
+    sut.vlansAdd(kPort, vlanSet({10}));
+    sut.memberIs(kPort, kBridge, vlanSet({10}));
+    sut.listEnds();
+    sut.takeGone();
+  }
+};
+
+TEST_F(BridgeVlansListedAgain, WhatWasTakenBeforeIsGoneOnce) {
+  listBegins();
+  sut.vlansAdd(kPort, vlanSet({10}));  // a flag of it changed
+  sut.memberIs(kPort, kBridge, vlanSet({10}));
+  sut.listEnds();
+  EXPECT_EQ(sut.takeGone(), vlanSet({}));
+}
+
+TEST_F(BridgeVlansListedAgain, WhatNewsGaveAPortBeforeItIsInAllAlong) {
+  sut.memberIs(kOther, kBridge, vlanSet({10}));
+  sut.memberIs(kPort, kBridge, {});
+  listBegins();
+  sut.linkDel(kOther);
+  sut.memberIs(kPort, kBridge, vlanSet({10}));
+  sut.listEnds();
+  EXPECT_EQ(sut.takeGone(), vlanSet({}));
 }
 
 TEST_F(BridgeVlansListed, ABridgeThatIsMadeAnewMeanwhileBeginsAnew) {
