@@ -1,43 +1,32 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
-#include <map>
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
+#include <system_error>
 
-#include "hardware/linux/class_account.h"
-#include "hardware/linux/copp_offsets.h"
+#include "hardware/linux/copp_rows.h"
 #include "hardware/linux/nft_counters.h"
 #include "hardware/linux/once_per_tick.h"
 #include "platform/kel/system.h"
-#include "platform/qos/copp_class_tables.h"
 
 namespace Hardware::Linux {
 
 /// Control-plane policing as nftables does it: each named counter of the table `inet copp` is a
 /// class, and what it counts is published in the class's row.
 ///
-/// The chip has a CPU port while there is that table. Classes come and go with their counters; the
-/// row of a class that went stays for `kReloadGrace`, so that a ruleset which is loaded in two
-/// steps loses no totals, or for good where rows are kept; but for want of room those go first that
-/// went first. Rows of another network namespace, or run of the machine, begin anew.
+/// The chip has a CPU port while there is that table. Classes come and go with their counters, and
+/// their rows as `CoppRows` says.
 ///
 /// Without CAP_NET_ADMIN, or without nftables, there is no CPU port; the former is told once.
 class CoppClasses {
  public:
-  using Table = Qos::AllCoppClassCounter;
-  using Names = std::set<Qos::CoppClassName>;
+  using Parts = CoppRows::Parts;
+  using Names = CoppRows::Names;
 
-  static constexpr Kel::Seconds kReloadGrace = 10.0;
-
-  struct Parts {
-    Kel::Ptr<Table> rows{};                  // null: the agent counts no classes
-    Kel::Ptr<CoppOffsetTable> offsets{};     // what its totals need to be continued; with the rows
-    std::string policyMap{};                 // which the classes are said to belong to
-    bool keepsRows = false;                  // of classes that went
-    std::function<Kel::Seconds()> steady{};  // a clock that nobody sets; with the rows
-  };
   /// What is given by reference must outlive it. `now` is the agent's clock, `say` tells the
   /// operator, `generation` is that of `LinkIdentity`.
   CoppClasses(Parts parts, NftCounterSource& source, std::uint64_t generation,
@@ -61,18 +50,12 @@ class CoppClasses {
   void cannotRead(std::error_code error);
   void take(NftTable const& table);
   bool isClassName(std::string const& name);
-  ClassAccount& account(Qos::CoppClassName const& className);
-  std::string count(NftCounter const& counter);
-  bool makeRoom(Names const& living);
+  ClassSource sourceOf(NftCounter const& counter) const;
   void sayRefused(std::size_t refused, std::string const& first);
   void forgetToldBut(NftTable const& table);
-  bool saveOffsets(Qos::CoppClassName const& className, ClassAccount& account);
-  Qos::CoppClassCounter row(Qos::CoppClassName const& className, ClassAccount const& account);
-  void removeRowsBut(Names const& living);
-  void removeRow(Qos::CoppClassName const& className);
   void sayOnce(std::set<std::string>& told, std::string const& about, std::string const& why);
 
-  Parts const _parts;
+  CoppRows _rows;
   NftCounterSource& _source;
   std::uint64_t const _generation;
   std::function<Kel::Seconds()> const _now;
@@ -80,10 +63,6 @@ class CoppClasses {
   OncePerTick _reading;
   std::uint64_t _tableHandle = 0;
   std::optional<Names> _classes;
-  std::map<Qos::CoppClassName, ClassAccount> _accounts;
-  // Rows of classes that went, and since when by the steady clock.
-  std::map<Qos::CoppClassName, Kel::Seconds> _goneSince;
-  bool _isFirst = true;
   // What the operator knows: of the table, of its counters by their names, and of how many classes
   // without room at most.
   std::set<std::string> _told, _toldOf;

@@ -39,6 +39,8 @@ LinuxCountersHelper::Parts LinuxCountersHelper::kernelParts(AgentParts agent) {
 LinuxCountersHelper::LinuxCountersHelper(Kel::Name name, Parts parts)
     : OruHelperCountersSm(std::move(name)),
       _parts(std::move(parts)),
+      _links(*_parts.links, *_parts.macs, *_parts.qdiscs, _parts.now),
+      _drops(_links, *_parts.nftCounters, std::move(_parts.aclDrops), _parts.now, _parts.say),
       _copp(_parts.copp, *_parts.nftCounters, _parts.generation, _parts.now, _parts.say) {}
 
 LinuxCountersHelper::~LinuxCountersHelper() = default;
@@ -51,8 +53,7 @@ void LinuxCountersHelper::linkIs(Pekt::IntfId const& intfId, Link const& link) {
 void LinuxCountersHelper::linkDel(Pekt::IntfId const& intfId) {
   auto const at = _ports.find(intfId);
   if (at == _ports.end() || !at->second.link) return;
-  // A driver may count more after a change than it did before.
-  _parts.macs->forget(at->second.link->ifindex);
+  _links.forget(at->second.link->ifindex);
   at->second.link.reset();
   if (at->second.isIdle()) _ports.erase(at);
 }
@@ -80,7 +81,7 @@ bool LinuxCountersHelper::moveTo(Pekt::IntfId const& intfId, int ifindex) {
   PortAccount port(_parts.publishedRow(intfId), _parts.offsets->load(intfId));
   port.moveTo(identityOf(ifindex), *counts);
   if (isVlan(intfId)) return _parts.offsets->save(intfId, *port.stored());
-  auto const qdiscs = readQdiscs(ifindex);
+  auto const qdiscs = _links.qdiscs(ifindex);
   if (!qdiscs) return false;
   QueueAccount queues(_parts.publishedQueues(intfId), _parts.queueOffsets->load(intfId));
   // Whatever the number of its queues: those of which nothing is taken in count anew.
@@ -100,9 +101,8 @@ std::optional<Interface::CounterSet> LinuxCountersHelper::unsupportedCounters(
   if (at == _ports.end() || !at->second.link) return std::nullopt;
   auto const counts = read(intfId, at->second.link->ifindex);
   if (!counts) return std::nullopt;
-  if (isVlan(intfId)) return Linux::unsupportedCounters(counts->known, at->second.link->kind);
   // What such a MAC counts is unknown in this reading, not uncounted.
-  if (_parts.macs->read(_parts.now(), at->second.link->ifindex).unavailable) return std::nullopt;
+  if (!isVlan(intfId) && _links.macIsUnread(at->second.link->ifindex)) return std::nullopt;
   return Linux::unsupportedCounters(counts->known, at->second.link->kind);
 }
 
@@ -110,7 +110,7 @@ std::optional<std::uint32_t> LinuxCountersHelper::unsupportedQueueCounters(
     Pekt::IntfId const& intfId) {
   auto const at = _ports.find(intfId);
   if (at == _ports.end() || !at->second.link || isVlan(intfId)) return std::nullopt;
-  auto const reading = readQueues(*at->second.link);
+  auto const reading = _links.queues(*at->second.link);
   return reading ? std::optional(Linux::unsupportedQueueCounters(*reading)) : std::nullopt;
 }
 
@@ -142,26 +142,8 @@ void LinuxCountersHelper::open(Pekt::IntfId const& intfId, Port& port) {
   port.lastReading = 0.0;
 }
 
-rtnl_link_stats64 const* LinuxCountersHelper::readLink(int ifindex) {
-  return _parts.links->refresh(_parts.now()) ? nullptr : _parts.links->find(ifindex);
-}
-
 std::optional<KernelCounts> LinuxCountersHelper::read(Pekt::IntfId const& intfId, int ifindex) {
-  auto const* const stats = readLink(ifindex);
-  if (!stats) return std::nullopt;
-  if (isVlan(intfId)) return vlanCounts(*stats);
-  return kernelCounts(*stats, _parts.macs->read(_parts.now(), ifindex));
-}
-
-// A link that is gone and of which no news came yet would look like one without any.
-std::optional<std::span<Qdisc const>> LinuxCountersHelper::readQdiscs(int ifindex) {
-  if (!readLink(ifindex) || _parts.qdiscs->refresh(_parts.now())) return std::nullopt;
-  return _parts.qdiscs->find(ifindex);
-}
-
-std::optional<QueueReading> LinuxCountersHelper::readQueues(Link const& link) {
-  auto const qdiscs = readQdiscs(link.ifindex);
-  return qdiscs ? std::optional(queueReading(*qdiscs, link.txQueues)) : std::nullopt;
+  return isVlan(intfId) ? _links.vlan(ifindex) : _links.port(ifindex);
 }
 
 void LinuxCountersHelper::advance(Pekt::IntfId const& intfId, Port& port) {
@@ -221,7 +203,7 @@ void LinuxCountersHelper::getIntfQueueCounters(Pekt::IntfId intfId,
   auto const at = _ports.find(intfId);
   if (at == _ports.end() || !at->second.link) return;
   Port& port = at->second;
-  auto const reading = readQueues(*port.link);
+  auto const reading = _links.queues(*port.link);
   if (!reading) return;
   if (!port.queues)
     port.queues.emplace(_parts.publishedQueues(intfId), _parts.queueOffsets->load(intfId));
@@ -239,29 +221,8 @@ std::uint64_t LinuxCountersHelper::getIntfAclDropCounters(Pekt::IntfId intfId) {
   if (at == _ports.end() || !at->second.link) return _parts.publishedDrops(intfId);
   Port& port = at->second;
   if (!port.aclDrops) port.aclDrops.emplace(_parts.publishedDrops(intfId));
-  readDrops(*port.link, *port.aclDrops);
+  _drops.read(*port.link, *port.aclDrops);
   return port.aclDrops->count();
-}
-
-void LinuxCountersHelper::readDrops(Link const& link, DropAccount& drops) {
-  auto const counter = _parts.aclDrops.find(link.name);
-  if (counter != _parts.aclDrops.end()) {
-    readNftDrops(link, counter->second, drops);
-  } else if (auto const qdiscs = readQdiscs(link.ifindex)) {
-    drops.advance(filterCounts(*qdiscs));
-  }
-}
-
-void LinuxCountersHelper::readNftDrops(Link const& link, NftCounterName const& counter,
-                                       DropAccount& drops) {
-  auto const reading = _parts.nftCounters->read(_parts.now(), counter);
-  std::string const what = "the nftables counter " + counter.text() + " of link " + link.name;
-  if (!reading.error) {
-    drops.countIs(reading.pkts);
-    if (_unreadableCounters.erase(link.name) != 0) _parts.say(what + " is read again");
-  } else if (_unreadableCounters.insert(link.name).second) {
-    _parts.say(what + " cannot be read, its last count stays: " + reading.error.message());
-  }
 }
 
 }  // namespace Hardware::Linux

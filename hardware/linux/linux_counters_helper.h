@@ -2,18 +2,18 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <unordered_map>
 
 #include "counters/pollers/helper.h"
 #include "hardware/linux/copp_classes.h"
 #include "hardware/linux/drop_account.h"
+#include "hardware/linux/drop_reader.h"
 #include "hardware/linux/ethtool_stats.h"
 #include "hardware/linux/link.h"
+#include "hardware/linux/link_reader.h"
 #include "hardware/linux/link_stats.h"
 #include "hardware/linux/nft_counters.h"
 #include "hardware/linux/offset_store.h"
@@ -70,7 +70,7 @@ class LinuxCountersHelper final : public OruHelper::OruHelperCountersSm {
     /// The time of the agent's clock: all ports that are read at one time share one reading.
     std::function<Kel::Seconds()> now;
     /// By the link's name in the kernel: what counts its drops in place of its filters.
-    std::map<std::string, NftCounterName> aclDrops;
+    DropReader::Named aclDrops;
     /// Tells the operator.
     std::function<void(std::string const&)> say;
     Interface::QueueCounter::Clearing queueClearing;
@@ -162,19 +162,15 @@ class LinuxCountersHelper final : public OruHelper::OruHelperCountersSm {
   };
   LinkIdentity identityOf(int ifindex) const { return {_parts.generation, ifindex}; }
   void open(Pekt::IntfId const& intfId, Port& port);
-  rtnl_link_stats64 const* readLink(int ifindex);
   std::optional<KernelCounts> read(Pekt::IntfId const& intfId, int ifindex);
   void advance(Pekt::IntfId const& intfId, Port& port);
-  std::optional<std::span<Qdisc const>> readQdiscs(int ifindex);
-  std::optional<QueueReading> readQueues(Link const& link);
-  void readDrops(Link const& link, DropAccount& drops);
-  void readNftDrops(Link const& link, NftCounterName const& counter, DropAccount& drops);
 
   Parts _parts;
+  LinkReader _links;
+  DropReader _drops;
   CoppClasses _copp;
   std::unordered_map<Pekt::IntfId, Port, IntfIdHash> _ports;
   std::uint64_t _offsetsNotSaved = 0;
-  std::set<std::string> _unreadableCounters;  // of nftables, by link; told to the operator
 };
 
 /// A VLAN interface's row in the form of a port's; its errors are the MAC's internal ones.

@@ -61,7 +61,7 @@ class CoppClassesTest : public ::testing::Test {
   double now = 1000.0, steady = 20.0;
   std::uint64_t generation = 1;
   Support::TemporaryTables tables;
-  Kel::Ptr<CoppClasses::Table> rows = tables.table<CoppClasses::Table>("coppCounters");
+  Kel::Ptr<CoppRows::Table> rows = tables.table<CoppRows::Table>("coppCounters");
   Kel::Ptr<CoppOffsetTable> offsets = tables.table<CoppOffsetTable>("coppOffsets");
   Linux::Test::FakeNftCounters kernel;
   std::vector<std::string> said;
@@ -130,7 +130,7 @@ TEST_F(CoppClassesTest, FailedReadingKeepsEverythingAndIsToldOnce) {
   auto const there = kernel.table;
   fails(std::errc::no_buffer_space);
   poll();
-  poll(CoppClasses::kReloadGrace);
+  poll(CoppRows::kReloadGrace);
   EXPECT_THAT(classes(), ElementsAre("icmp"));
   EXPECT_EQ(row("icmp").pkts, 5u);
   EXPECT_EQ(said.size(), 1u);
@@ -301,7 +301,7 @@ TEST_F(CoppClassesTest, RowOfAClassThatWentStaysForAMomentAndGoesOnWithIt) {
   EXPECT_EQ(row("icmp").pkts, 11u);
   removeCounter("icmp");
   poll();
-  poll(CoppClasses::kReloadGrace - 1.0);
+  poll(CoppRows::kReloadGrace - 1.0);
   EXPECT_TRUE(rows->contains("icmp"));  // the first absence is forgotten
 }
 
@@ -310,7 +310,7 @@ TEST_F(CoppClassesTest, RowOfAClassThatStaysAwayIsRemovedWithItsOffsets) {
   poll();
   removeCounter("icmp");
   poll();
-  poll(CoppClasses::kReloadGrace);
+  poll(CoppRows::kReloadGrace);
   EXPECT_FALSE(rows->contains("icmp"));
   EXPECT_FALSE(offsets->contains("icmp"));
   counter("icmp").pkts = 6;
@@ -325,7 +325,7 @@ TEST_F(CoppClassesTest, ClockThatIsSetChangesNothingOfHowLongARowStays) {
     removeCounter("icmp");
     poll();
     now += step;
-    poll(CoppClasses::kReloadGrace - 1.0);
+    poll(CoppRows::kReloadGrace - 1.0);
     EXPECT_TRUE(rows->contains("icmp"));
     poll(1.0);
     EXPECT_FALSE(rows->contains("icmp"));
@@ -337,7 +337,7 @@ TEST_F(CoppClassesTest, RowsGoWithTheTable) {
   poll();
   fails(std::errc::no_such_file_or_directory);
   poll();
-  poll(CoppClasses::kReloadGrace);
+  poll(CoppRows::kReloadGrace);
   EXPECT_FALSE(rows->contains("icmp"));
 }
 
