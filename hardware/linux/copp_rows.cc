@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/dov/exception.h"
+#include "platform/glim/give_up.h"
 
 namespace Hardware::Linux {
 
@@ -16,7 +17,8 @@ void CoppRows::removeBut(Names const& living) {
   bool const isFirst = std::exchange(_isFirst, false);
   if (isFirst)
     _parts.offsets->forEach([this](CoppOffsetRow const& offsets) {
-      if (!_parts.rows->contains(offsets.className)) _parts.offsets->remove(offsets.className);
+      if (!_parts.rows->contains(offsets.className))
+        Glim::removeOrGiveUp(*_parts.offsets, offsets.className);
     });
   // Those that never had room have no row either.
   std::erase_if(_accounts, [&](auto const& each) {
@@ -50,7 +52,7 @@ void CoppRows::reset(CoppClassName const& className, ClassSource const& source,
   row.resetPkts = row.pkts;
   row.resetOctets = row.octets;
   row.lastReset = _now();
-  _parts.rows->counterIs(row);
+  Glim::writeOrGiveUp(*_parts.rows, row);
 }
 
 // A row that is not continued is of nothing that goes on.
@@ -76,7 +78,7 @@ std::string CoppRows::publish(CoppClassName const& className, ClassAccount& acco
     // Its offsets have their place before the class has its row.
     if (!saveOffsets(className, account) && !_parts.rows->contains(className))
       return "no room for its offsets";
-    _parts.rows->counterIs(row(className, account));
+    Glim::writeOrGiveUp(*_parts.rows, row(className, account));
   } catch (Dov::ResourceException const& exception) {
     return exception.message();
   }
@@ -99,7 +101,7 @@ bool CoppRows::makeRoom(Names const& living) {
 bool CoppRows::saveOffsets(CoppClassName const& className, ClassAccount& account) {
   if (!account.mustSave()) return true;
   try {
-    _parts.offsets->write(CoppOffsetRow::of(className, account.stored()));
+    Glim::writeOrGiveUp(*_parts.offsets, CoppOffsetRow::of(className, account.stored()));
   } catch (Dov::ResourceException const&) {
     return false;
   }
@@ -121,8 +123,8 @@ void CoppRows::remove(CoppClassName const& className) {
   CoppClassName const name = className;  // the caller's may go with what is removed
   _accounts.erase(name);
   _goneSince.erase(name);
-  _parts.offsets->remove(name);
-  _parts.rows->counterDel(name);
+  Glim::removeOrGiveUp(*_parts.offsets, name);
+  Glim::removeOrGiveUp(*_parts.rows, name);
 }
 
 }  // namespace Hardware::Linux
