@@ -116,7 +116,7 @@ TEST_F(NewsFollowerInKernel, LostNewsIsMadeGoodByTheListAndCounted) {
   ASSERT_FALSE(small.start(reader));
   for (int i = 0; i < 40; ++i) addVethPair("v" + std::to_string(i), "w" + std::to_string(i), false);
   ASSERT_FALSE(small.poll(reader));
-  EXPECT_EQ(small.resynchronisations(), 1u);
+  EXPECT_GE(small.resynchronisations(), 1u);
   EXPECT_EQ(lists, 2);
 }
 

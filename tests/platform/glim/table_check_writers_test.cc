@@ -7,9 +7,11 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <stdexcept>
 #include <utility>
 
 #include "tests/platform/glim/table_check_fixture.h"
+#include "tests/support/child_process.h"
 
 namespace Glim {
 namespace {
@@ -141,8 +143,8 @@ class RestlessWriter {
   template <class MakeTable>
   explicit RestlessWriter(MakeTable makeTable) {
     _child = ::fork();
-    if (_child == 0) work(makeTable());
-    while (!_shared.begun) ::sched_yield();
+    if (_child == 0) work(makeTable);
+    await(_shared.begun, true);
   }
   ~RestlessWriter() {
     ::kill(_child, SIGKILL);
@@ -155,7 +157,7 @@ class RestlessWriter {
   // Returns when it does.
   void rests(bool wanted) {
     _shared.restWanted = wanted;
-    while (_shared.resting != wanted) ::sched_yield();
+    await(_shared.resting, wanted);
   }
 
  private:
@@ -163,8 +165,16 @@ class RestlessWriter {
     std::atomic<bool> begun, restWanted, resting;
   };
 
-  template <class Table>
-  [[noreturn]] void work(Table table) {
+  void await(std::atomic<bool> const& flag, bool value) const {
+    while (flag != value) {
+      if (!Support::isRunning(_child)) throw std::runtime_error("the writer has ended");
+      ::sched_yield();
+    }
+  }
+
+  template <class MakeTable>
+  [[noreturn]] void work(MakeTable makeTable) noexcept {  // what is thrown ends the process here
+    auto const table = makeTable();
     for (std::uint64_t n = 0;; ++n) {
       for (std::uint64_t key = 1; key <= 40; ++key) table->write({{key}, n});
       for (std::uint64_t key = 50; key < 90; ++key) table->write({{key + n % 7}, n});

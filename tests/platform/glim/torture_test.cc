@@ -1,4 +1,4 @@
-// Readers in other processes over a writer that never rests. Bounded by counts, not by time.
+// Readers in other processes over a writer that never rests. Bounded by what they see, not by time.
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
 

@@ -13,6 +13,7 @@
 #include "tests/platform/glim/hostile/drill.h"
 #include "tests/platform/glim/hostile/mutations.h"
 #include "tests/platform/glim/table_fixture.h"
+#include "tests/support/child_process.h"
 
 namespace GlimTest {
 namespace {
@@ -128,7 +129,7 @@ class Scribbler : public TableTest {
   // A test goes on until enough has happened, and does not run away from a scribbler that is given
   // no processor.
   bool enough(std::uint64_t orders) const {
-    while (attempts < orders / 10) ::sched_yield();
+    while (attempts < orders / 10 && Support::isRunning(child)) ::sched_yield();
     return HasFatalFailure() || orders > 2'000'000 ||
            (orders > 20'000 && done > 10'000 && accepted > 1000 && corruptions > 30);
   }
