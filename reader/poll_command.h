@@ -3,6 +3,7 @@
 
 #include <array>
 #include <iosfwd>
+#include <string>
 #include <string_view>
 
 namespace Show {

@@ -140,6 +140,17 @@ TEST_F(VlanCountersSm, AClockThatGoesDuringAPollIsNotSet) {
   EXPECT_EQ(live->vlanCounter(v1).lastUpdate, kStart + 2.0);
 }
 
+TEST_F(VlanCountersSm, AClockThatGoesBetweenTheVlansOfAPollEndsIt) {
+  makeWithTwo();
+  helper->duringGet = [&](VlanId) { sut->clockDel(); };
+  auto const before = Kel::notificationExceptions();
+  Kel::frameworkTraceHandle().levelsIs(0);
+  runTo(kStart + 2.0);
+  EXPECT_EQ(Kel::notificationExceptions(), before + 1);  // the time of the second could not be told
+  EXPECT_EQ(live->vlanCounter(v1).lastUpdate, kStart + 2.0);
+  EXPECT_EQ(live->vlanCounter(v10).lastUpdate, 0.0);
+}
+
 TEST_F(VlanCountersSm, WithoutAClockItStartsAndPollsOnceItHasOne) {
   auto const late = wheel;
   wheel = nullptr;
