@@ -79,12 +79,12 @@ ControlOptions::ControlOptions(CLI::App& app, Options& options)
   clear.require_subcommand(0, 1);
   clear.add_option("NAME", options.names, kAllOrNames)->type_name("");
   auto const addClear = [&](char const* name, char const* about, Options::Command command,
-                            char const* takes, char const* placeholder,
+                            char const* takes, char const* argument,
                             char const* aboutWord) -> CLI::Option& {
     auto& added = all.clears.emplace_back(
         Commands::Clear{clear.add_subcommand(name, about), command, takes, {}});
     addCommon(*added.app);
-    return *added.app->add_option(placeholder, added.names, aboutWord)->type_name("");
+    return *added.app->add_option(argument, added.names, aboutWord)->type_name("");
   };
   addClear("copp",
            "Reset classes of the control plane's policing: show copp tells the packets since then",

@@ -27,7 +27,7 @@ struct ShowCommand {
   };
   // What may be named, to show that alone.
   struct Names {
-    char const* placeholder = "NAME";
+    char const* argument = "NAME";  // what help calls it
     char const* about =
         "Interfaces to show: names (Ethernet3), the kernel's names (eth0), or patterns "
         "('Ethernet*')";

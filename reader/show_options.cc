@@ -25,7 +25,7 @@ std::string sortKeyList() {
 }
 
 void addNames(CLI::App& command, ShowCommand::Names const& names, Options& options) {
-  CLI::Option& option = *command.add_option(names.placeholder, options.names, names.about);
+  CLI::Option& option = *command.add_option(names.argument, options.names, names.about);
   option.type_name("");
   if (names.wrong != nullptr) option.check(names.wrong);
 }
